@@ -1,0 +1,114 @@
+#include "helper/AclHelper.h"
+
+#include "hw/FilterRegisters.h"
+#include "hw/FilterWriter.h"
+#include "hw/RegisterLayout.h"
+#include "model/AclTrace.h"
+
+namespace Kestrix {
+
+static_assert(kMaxRules == Layout::kMaxSlots);
+
+KESTRIX_DEFINE_ENTITY(AclHelper)
+
+namespace {
+
+uint8_t requireRuleCount(std::string_view attribute, uint8_t rules) {
+  if (rules <= kMaxRules) return rules;
+  throw Platform::RangeError(
+      fmt::format("{}.{}: {} is above the limit {}", AclHelper::modelName(), attribute, rules, kMaxRules));
+}
+
+template <class T>
+const Platform::Ptr<T>& requireSet(std::string_view attribute, const Platform::Ptr<T>& object) {
+  if (object) return object;
+  throw Platform::RangeError(fmt::format("{}.{}: must not be null", AclHelper::modelName(), attribute));
+}
+
+}  // namespace
+
+AclHelper::AclHelper(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap,
+                     uint8_t inRules, uint8_t outRules, const Ptr<const Platform::VelCommonSmData>& vcsd)
+    : transport_(requireSet("transport", transport)),
+      intfMap_(intfMap),
+      inRules_(requireRuleCount("inRules", inRules)),
+      outRules_(requireRuleCount("outRules", outRules)),
+      vcsd_(requireSet("vcsd", vcsd)),
+      ingressAclsSupported_(inRules != 0) {
+  inShadowFilterIs();
+  outShadowFilterIs();
+}
+
+// Collections before what they share; the other members then go in the reverse order of their declaration.
+AclHelper::~AclHelper() {
+  allShadowAclDelAll();
+  inShadowFilterDel();
+  outShadowFilterDel();
+}
+
+AclHelper::Ptr<AclHelper> AclHelper::AclHelperIs(const Ptr<Platform::TransportMethod>& transport,
+                                                 const IntfIdToPortGroupId& intfMap, uint8_t inRules, uint8_t outRules,
+                                                 const Ptr<const Platform::VelCommonSmData>& vcsd) {
+  return Ptr<AclHelper>(new AclHelper(transport, intfMap, inRules, outRules, vcsd));
+}
+
+Platform::Ptr<AclHelper> aclHelperFactory(const Platform::Ptr<Platform::TransportMethod>& transport,
+                                          const IntfIdToPortGroupId& intfMap, uint8_t inRules, uint8_t outRules,
+                                          const Platform::Ptr<const Platform::VelCommonSmData>& vcsd) {
+  return AclHelper::AclHelperIs(transport, intfMap, inRules, outRules, vcsd);
+}
+
+void AclHelper::hwInit() {
+  AclTrace("AclHelper", "hwInit").level5("");
+  ingressIpAclSupported_ = ingressAclsSupported();
+  ingressMacAclSupported_ = ingressAclsSupported();
+  egressIpAclSupported_ = true;
+  egressMacAclSupported_ = true;
+  intfAclSupported_ = true;
+}
+
+bool AclHelper::intfSupportsAcl(IntfId intf) {
+  AclTrace("AclHelper", "intfSupportsAcl").level5("intf: {}", intf);
+  return vcsd()->intf().contains(intf);
+}
+
+AclHelper::String AclHelper::intfLinecardName(IntfId intf) {
+  AclTrace("AclHelper", "intfLinecardName").level5("intf: {}", intf);
+  return "FixedSystem";
+}
+
+bool AclHelper::aclSupported(const Platform::AclKey& key) const {
+  const AclTrace trace("AclHelper", "aclSupported");
+  trace.level6("ACL direction: {} type: {}", key.direction, key.type);
+  if (key.direction == Acl::AclDirection::in && !ingressAclsSupported()) {
+    trace.level6("Profile does not support ingress ACLs");
+    return false;
+  }
+  if (key.type == Acl::AclType::ipv4 || key.type == Acl::AclType::mac) return true;
+  trace.level6("Unsupported ACL type {}", key.type);
+  return false;
+}
+
+AclHelper::AclCreateError AclHelper::regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf,
+                                                    Acl::AclDirection direction, bool enableRegOnly) {
+  const AclTrace trace("AclHelper", "regWriteHelper");
+  trace.level6("writing to intf: {}", intf);
+  trace.level6("only writing to enable register: {}", enableRegOnly);
+
+  FilterPath path(filterAddress(intf, intfMap()), direction);
+  if (enableRegOnly) {
+    writeEnable(*transport(), path, filterRegisters);
+  } else {
+    writeFilter(*transport(), path, filterRegisters, ruleLimit(direction));
+  }
+
+  if (transport()->error().error()) {
+    trace.level6("I2C transaction error occured!! Has the FPGA been cleared?");
+    transport()->error().errorIs(false);
+    return AclCreateError::hardwareFailure;
+  }
+  trace.level6("success!");
+  return AclCreateError::noError;
+}
+
+}  // namespace Kestrix

@@ -1,0 +1,122 @@
+// The helper through which the framework drives this platform's packet filters, and the factory that makes one.
+// It owns all shadow state. Single-threaded: everything runs on the agent's event thread.
+//
+//   IntfIdToPortGroupId intfMap;
+//   intfMap.portGroupMapIs(IntfId("port-1"), 1);
+//   Ptr<AclHelper> helper = aclHelperFactory(transport, intfMap, /*inRules=*/24, /*outRules=*/24, vcsd);
+//   helper->listenerIs(myListener);
+//   helper->hwInit();
+#pragma once
+
+#include <cstdint>
+
+#include "model/IntfIdToPortGroupId.h"
+#include "model/ShadowAcl.h"
+#include "model/ShadowFilter.h"
+#include "platform/AclData.h"
+#include "platform/Export.h"
+#include "platform/TransportMethod.h"
+#include "platform/VelAclHelper.h"
+
+namespace Kestrix {
+
+class FilterRegisters;
+
+// The name under which errors of the hardware unit are raised.
+inline constexpr char kUnitName[] = "Kestrix";
+
+// The most rule registers that one filter can have.
+inline constexpr uint8_t kMaxRules = 24;
+
+class KESTRIX_API AclHelper final : public VelHelper::AclHelper {
+  KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
+  // Shared with the creator.
+  KESTRIX_FIXED(Platform::Ptr<Platform::TransportMethod>, transport);
+  KESTRIX_FIXED(IntfIdToPortGroupId, intfMap);
+  // Rule registers of one ingress and of one egress filter, 0 to 24.
+  KESTRIX_FIXED(uint8_t, inRules);
+  KESTRIX_FIXED(uint8_t, outRules);
+  // Shared with the framework; `intf` lists the interfaces that the agent manages.
+  KESTRIX_FIXED(Platform::Ptr<const Platform::VelCommonSmData>, vcsd);
+  // The instance is being torn down: detaching and cleaning up leave everything as it is.
+  KESTRIX_SETTABLE(bool, destroying, false);
+  // Initially whether there are ingress rule registers.
+  KESTRIX_SETTABLE(bool, ingressAclsSupported, false);
+  // The ACLs that were attached to an interface and not yet cleaned up.
+  KESTRIX_ENTITIES(Platform::AclKey, ShadowAcl, allShadowAcl);
+  KESTRIX_CHILD(ShadowFilters, inShadowFilter);
+  KESTRIX_CHILD(ShadowFilters, outShadowFilter);
+
+ public:
+  // Raises RangeError when `transport` or `vcsd` is null, or a number of rules is above kMaxRules.
+  static Ptr<AclHelper> AclHelperIs(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap,
+                                    uint8_t inRules, uint8_t outRules,
+                                    const Ptr<const Platform::VelCommonSmData>& vcsd);
+  ~AclHelper() override;
+
+  // --- Operations of the framework's helper class ---
+
+  void hwInit() override;
+  bool intfSupportsAcl(IntfId intf) override;
+  String intfLinecardName(IntfId intf) override;
+  AclCreateError createIpAclSubrule(Acl::AclType aclType, const Acl::RuleConfig& ruleConfig, const UniqueId& ruleId,
+                                    const Ptr<AclData>& aclData, uint32_t ruleNum, uint32_t subruleNum,
+                                    uint16_t srcPort, uint16_t srcPortMask, uint16_t dstPort, uint16_t dstPortMask,
+                                    uint16_t srcPortLow, uint16_t srcPortHigh, uint16_t dstPortLow,
+                                    uint16_t dstPortHigh, uint16_t ipLen, uint16_t ipLenMask, uint16_t ipLenLow,
+                                    uint16_t ipLenHigh, uint8_t icmpType, bool established, uint8_t ttl,
+                                    uint8_t dscp) override;
+  AclCreateError createIpFragRule(const Ptr<AclData>& aclData, const Acl::IpRuleConfig& ruleConfig,
+                                  const UniqueId& ruleId, uint32_t ruleNum, uint32_t subruleNum) override;
+  AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum) override;
+  AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status) override;
+  void commitAcl(const Ptr<AclData>& aclData) override;
+  AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
+                              const Ptr<AclDataStatus>& status) override;
+  void updateAclPorts(const Ptr<AclData>& aclData, bool add) override;
+
+  // --- Operations of the model ---
+
+  // Whether the hardware can hold ACLs of the key's type and direction.
+  bool aclSupported(const Platform::AclKey& key) const;
+
+  // Writes `filterRegisters` into the filter of `intf` in `direction`: the whole filter, or its `enable` register only.
+  // noError, or hardwareFailure when the transport's error flag was set; the flag is clear afterwards. All writes are
+  // issued, and nothing is undone.
+  AclCreateError regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf, Acl::AclDirection direction,
+                                bool enableRegOnly);
+
+  // Writes a finalized ACL to the filters of its applying interfaces, and reports the pass to the framework.
+  // noError, or the error of the last interface that failed. Raises ConsistencyError for a null ACL and for an applying
+  // interface without a shadow filter.
+  AclCreateError writeAclToIntfs(const Ptr<ShadowAcl>& shadowAcl);
+
+  // Fails the interfaces that wait for the ACL with `error`, and raises it to the framework. Returns `error`.
+  AclCreateError setCreationError(const Ptr<ShadowAcl>& shadowAcl, AclCreateError error);
+
+  // The filters, and the rule registers of one filter, of a direction. The filters are null after they were deleted by
+  // name.
+  const Ptr<ShadowFilters>& shadowFilters(Acl::AclDirection direction) const {
+    return direction == Acl::AclDirection::in ? inShadowFilter() : outShadowFilter();
+  }
+  uint8_t ruleLimit(Acl::AclDirection direction) const {
+    return direction == Acl::AclDirection::in ? inRules() : outRules();
+  }
+
+ private:
+  AclHelper(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap, uint8_t inRules,
+            uint8_t outRules, const Ptr<const Platform::VelCommonSmData>& vcsd);
+
+  // One interface of a writeAclToIntfs pass.
+  AclCreateError writeAclToIntf(ShadowAcl& shadowAcl, const ShadowAcl::Acl& acl, IntfId intf);
+  // The interface is in error, the hardware unit too.
+  AclCreateError refuseIntf(ShadowAcl& shadowAcl, IntfId intf, AclCreateError error);
+};
+
+// The library's entry point for the agent: the same as AclHelper::AclHelperIs.
+KESTRIX_API Platform::Ptr<AclHelper> aclHelperFactory(const Platform::Ptr<Platform::TransportMethod>& transport,
+                                                      const IntfIdToPortGroupId& intfMap, uint8_t inRules,
+                                                      uint8_t outRules,
+                                                      const Platform::Ptr<const Platform::VelCommonSmData>& vcsd);
+
+}  // namespace Kestrix

@@ -1,0 +1,25 @@
+#include "hw/FilterWriter.h"
+
+namespace Kestrix {
+
+void writeEnable(Platform::TransportMethod& transport, FilterPath& path, const FilterRegisters& image) {
+  transport.regWrite(path.filterRegister("enable"), image.enable());
+}
+
+void writeFilter(Platform::TransportMethod& transport, FilterPath& path, const FilterRegisters& image,
+                 uint8_t slotCount) {
+  writeEnable(transport, path, image);
+  transport.regWrite(path.filterRegister("action"), image.action());
+  transport.regWrite(path.filterRegister("tcp"), image.tcp());
+  transport.regWrite(path.filterRegister("udp"), image.udp());
+  for (uint8_t slot = 0; slot < slotCount; ++slot) {
+    const FilterRuleRegisters registers = image.ruleRegisters(slot);
+    path.slotIs(slot);
+    transport.regWrite(path.slotRegister("mask_high"), registers.mask_high());
+    transport.regWrite(path.slotRegister("mask_low"), registers.mask_low());
+    transport.regWrite(path.slotRegister("addr_high"), registers.addr_high());
+    transport.regWrite(path.slotRegister("addr_low"), registers.addr_low());
+  }
+}
+
+}  // namespace Kestrix

@@ -1,0 +1,114 @@
+#include "instance/AclHelperInstanceConfigSm.h"
+
+#include "hw/FilterRegisters.h"
+#include "model/AclTrace.h"
+
+namespace Kestrix {
+
+KESTRIX_DEFINE_ENTITY(AclHelperInstanceConfigSm)
+
+namespace {
+
+constexpr std::string_view kClass = "AclHelperInstanceConfigSm";
+
+template <class T>
+const Platform::Ptr<T>& requireSet(std::string_view attribute, const Platform::Ptr<T>& object) {
+  if (object) return object;
+  throw Platform::RangeError(
+      fmt::format("{}.{}: must not be null", AclHelperInstanceConfigSm::modelName(), attribute));
+}
+
+// Sets the delay of one filter, made empty where there is none, and rewrites its enable register.
+bool applyDelay(AclHelper& helper, ShadowFilters& filters, Platform::IntfId intf, Acl::AclDirection direction,
+                bool delay) {
+  Platform::Ptr<ShadowFilter> filter = filters.shadowFilter(intf);
+  if (!filter) filter = filters.shadowFilterIs(intf, Acl::AclType::mac, helper.ruleLimit(direction));
+  filter->delayIs(delay);
+  return helper.regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/true) ==
+         Platform::AclCreateError::noError;
+}
+
+}  // namespace
+
+AclHelperInstanceConfigSm::AclHelperInstanceConfigSm(
+    const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
+    const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
+    const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper)
+    : instanceConfig_(requireSet("instanceConfig", instanceConfig)),
+      instanceStatus_(requireSet("instanceStatus", instanceStatus)),
+      vcsd_(requireSet("vcsd", vcsd)),
+      aclHelper_(requireSet("aclHelper", aclHelper)) {
+  subscribe();
+  handleAclDropDelay();
+}
+
+// The references then go in the reverse order of their declaration.
+AclHelperInstanceConfigSm::~AclHelperInstanceConfigSm() {
+  hasNotificationActiveIs(false);
+  zombie_ = true;
+  subscription_.disconnect();
+}
+
+Platform::Ptr<AclHelperInstanceConfigSm> AclHelperInstanceConfigSm::AclHelperInstanceConfigSmIs(
+    const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
+    const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
+    const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper) {
+  const Platform::Ptr<AclHelperInstanceConfigSm> reactor(
+      new AclHelperInstanceConfigSm(instanceConfig, instanceStatus, vcsd, aclHelper));
+  reactor->hasNotificationActiveIs(true);
+  return reactor;
+}
+
+Platform::Ptr<AclHelperInstanceConfigSm> aclHelperInstanceConfigSmFactory(
+    const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
+    const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
+    const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper) {
+  return AclHelperInstanceConfigSm::AclHelperInstanceConfigSmIs(instanceConfig, instanceStatus, vcsd, aclHelper);
+}
+
+void AclHelperInstanceConfigSm::handleAclDropDelay() {
+  const AclTrace trace(kClass, "handleAclDropDelay");
+  const bool delay = instanceConfig()->aclDropDelay();
+  trace.level5("acl drop delay: {}", delay);
+
+  AclHelper& helper = *aclHelper();
+  Platform::forEachStable(vcsd()->intf(), [&](Platform::IntfId intf) {
+    if (!applyDelay(helper, *helper.outShadowFilterIs(), intf, Acl::AclDirection::out, delay)) {
+      trace.failure("Failed to write registers for already set filter");
+    }
+    if (helper.ingressAclsSupported() &&
+        !applyDelay(helper, *helper.inShadowFilterIs(), intf, Acl::AclDirection::in, delay)) {
+      trace.failure("Failed to write registers for already set input filter");
+    }
+    if (const auto status = instanceStatus()->downstreamIntfStatus(intf)) status->aclDropDelayIs(delay);
+  });
+  instanceStatus()->aclDropDelayIs(delay);
+}
+
+void AclHelperInstanceConfigSm::instanceConfigDispatch(const Platform::InstanceConfig& /*publisher*/,
+                                                       AclHelperInstanceConfigSm& subscriber,
+                                                       Platform::AttributeId attributeId) {
+  if (attributeId != Platform::InstanceConfig::kAclDropDelay || subscriber.zombie_) return;
+  subscriber.handleAclDropDelay();
+}
+
+void AclHelperInstanceConfigSm::hasNotificationActiveIs(bool active) {
+  if (active == hasNotificationActive_) return;
+  hasNotificationActive_ = active;
+  if (active) {
+    subscribe();
+  } else {
+    subscription_.disconnect();
+  }
+}
+
+void AclHelperInstanceConfigSm::subscribe() {
+  if (subscription_.connected()) return;
+  subscription_ = instanceConfig()->publisher().subscribe([this](Platform::AttributeId attributeId) {
+    // Held while it runs: what it sets off may drop the last reference. Without one yet, it is being constructed.
+    const Platform::Ptr<AclHelperInstanceConfigSm> self(use_count() == 0 ? nullptr : this);
+    instanceConfigDispatch(*instanceConfig(), *this, attributeId);
+  });
+}
+
+}  // namespace Kestrix

@@ -1,0 +1,56 @@
+// The reactor that follows the agent's ACL drop delay flag and writes it into every interface's filters.
+#pragma once
+
+#include "helper/AclHelper.h"
+#include "platform/Export.h"
+#include "platform/Instance.h"
+
+namespace Kestrix {
+
+class KESTRIX_API AclHelperInstanceConfigSm final : public Platform::Entity {
+  KESTRIX_ENTITY(AclHelperInstanceConfigSm, "Kestrix::AclHelperInstanceConfigSm");
+  // All shared with the agent for the reactor's whole life.
+  KESTRIX_FIXED(Platform::Ptr<const Platform::InstanceConfig>, instanceConfig);
+  KESTRIX_FIXED(Platform::Ptr<Platform::InstanceStatus>, instanceStatus);
+  KESTRIX_FIXED(Platform::Ptr<const Platform::VelCommonSmData>, vcsd);
+  KESTRIX_FIXED(Platform::Ptr<AclHelper>, aclHelper);
+
+ public:
+  // A new reactor, which has applied the flag and follows it. Raises RangeError when an argument is null.
+  static Platform::Ptr<AclHelperInstanceConfigSm> AclHelperInstanceConfigSmIs(
+      const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
+      const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
+      const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper);
+  ~AclHelperInstanceConfigSm() override;
+
+  // Writes the flag as it is now into the filters of every managed interface, creating the shadow filters that are
+  // missing, and publishes it in the statuses. A failed write is traced, and the pass goes on.
+  void handleAclDropDelay();
+
+  // Follows changes of the flag, or stops to. Switching on applies nothing by itself.
+  void hasNotificationActiveIs(bool active);
+  bool hasNotificationActive() const { return hasNotificationActive_; }
+
+ private:
+  AclHelperInstanceConfigSm(const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
+                            const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
+                            const Platform::Ptr<const Platform::VelCommonSmData>& vcsd,
+                            const Platform::Ptr<AclHelper>& aclHelper);
+
+  // What is subscribed: `subscriber` is told that an attribute of `publisher` has changed.
+  static void instanceConfigDispatch(const Platform::InstanceConfig& publisher, AclHelperInstanceConfigSm& subscriber,
+                                     Platform::AttributeId attributeId);
+  void subscribe();
+
+  Platform::Subscription subscription_;
+  bool hasNotificationActive_ = false;
+  bool zombie_ = false;  // Being torn down: notifications are ignored.
+};
+
+// The library's entry point for the agent: the same as AclHelperInstanceConfigSm::AclHelperInstanceConfigSmIs.
+KESTRIX_API Platform::Ptr<AclHelperInstanceConfigSm> aclHelperInstanceConfigSmFactory(
+    const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
+    const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
+    const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper);
+
+}  // namespace Kestrix

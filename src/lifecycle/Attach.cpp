@@ -1,0 +1,111 @@
+// Bringing an ACL onto interfaces: addIntfToAcl and writeAclToIntfs, the one place where its rules reach a filter.
+
+#include "helper/AclHelper.h"
+#include "helper/Callers.h"
+#include "hw/FilterRegisters.h"
+#include "lifecycle/FilterContent.h"
+#include "model/AclTrace.h"
+
+namespace Kestrix {
+
+AclHelper::AclCreateError AclHelper::addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
+                                                  const Ptr<AclDataStatus>& /*status*/) {
+  const IntfId intf = intfPair.intf;
+  const Platform::AclKey& key = keyOf(aclData);
+  const AclTrace trace("AclHelper", "addIntfToAcl");
+  trace.level5("acl: {} type: {} direction: {} intf: {}", key.name, key.type, key.direction, intf);
+
+  Ptr<ShadowAcl> shadowAcl = allShadowAcl(key);
+  if (!shadowAcl) {
+    shadowAcl = allShadowAclIs(key);
+    trace.level6("allocated hwData for {}", key.name);
+  }
+  if (shadowAcl->activeIntf(intf)) {
+    trace.level5("ACL already active, no-op");
+    return AclCreateError::noError;
+  }
+  trace.level5("ACL not active on this interface, kick off application");
+  shadowAcl->applyingIntfIs(intf);
+  writeAclToIntfs(shadowAcl);
+  return AclCreateError::noError;
+}
+
+AclHelper::AclCreateError AclHelper::writeAclToIntfs(const Ptr<ShadowAcl>& shadowAclArgument) {
+  // Callbacks into the framework may drop every other reference to what this pass works on.
+  const Ptr<AclHelper> self(this);
+  const Ptr<ShadowAcl> shadowAcl = shadowAclArgument;
+  const AclTrace trace("AclHelper", "writeAclToIntfs");
+  requireShadowAcl(shadowAcl != nullptr, trace);
+
+  trace.level5("acl key: {}, direction: {}", shadowAcl->key(), shadowAcl->key().direction);
+  if (!shadowAcl->aclRulesFinalized()) {
+    trace.level6("ACL rules have not been finalized, no-op");
+    return AclCreateError::noError;
+  }
+  const ShadowAcl::Acl acl = shadowAcl->acl();
+  requireShadowAcl(acl.base() != nullptr, trace);
+
+  AclCreateError result = AclCreateError::noError;
+  Platform::forEachStable(shadowAcl->applyingIntf(), [&](IntfId intf) {
+    // Pre-created again by a callback: the new rules get a pass of their own.
+    if (!shadowAcl->aclRulesFinalized() || shadowAcl->acl() != acl) return;
+    const AclCreateError error = writeAclToIntf(*shadowAcl, acl, intf);
+    if (error != AclCreateError::noError) result = error;
+  });
+  aclStatusUpdateCallback(shadowAcl->key(), result);
+  return result;
+}
+
+AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const ShadowAcl::Acl& acl, IntfId intf) {
+  const AclTrace trace("AclHelper", "writeAclToIntfs");
+  const Acl::AclDirection direction = shadowAcl.key().direction;
+  const uint8_t maxRules = ruleLimit(direction);
+  trace.level6("Setting ACL registers for {}", intf);
+
+  const Ptr<ShadowFilters> filters = shadowFilters(direction);
+  const Ptr<ShadowFilter> old = filters ? filters->shadowFilter(intf) : nullptr;
+  if (!old) Platform::consistencyFailure(trace, "The shadow filter should always exist");
+
+  switch (attachRefusal(*old, acl, maxRules)) {
+    case AttachRefusal::none:
+      break;
+    case AttachRefusal::tooManyRules:
+      return refuseIntf(shadowAcl, intf, AclCreateError::hardwareFailure);
+    case AttachRefusal::typeConflict:
+      trace.level6("Cannot set registers as other ACL type already existed in filter");
+      return refuseIntf(shadowAcl, intf, AclCreateError::notSupported);
+  }
+
+  const FilterContent content = contentAfterAttach(*old, acl);
+  if (content.rulesOfAcl) {
+    trace.level6("newIsIpAcl {}. Use ACL filter rules", acl.containsIp());
+  } else {
+    trace.level6("Filter type {} with no ACL rules. Use existing filter rules", old->ruleType());
+  }
+  trace.level6("Replacing existing filter for {}", intf);
+  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, maxRules, content);
+  trace.level6("Do rules: {}", content.rules.size());
+  for (const AclRule& rule : content.rules) {
+    trace.level6("Rule {}", rule);
+    filter->ruleIs(rule);
+  }
+
+  const AclCreateError error = regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/false);
+  if (error == AclCreateError::noError) {
+    shadowAcl.activeIntfIs(intf);
+  } else {
+    shadowAcl.errorIntfIs(intf, error);
+  }
+  shadowAcl.applyingIntfDel(intf);
+  return error;
+}
+
+AclHelper::AclCreateError AclHelper::refuseIntf(ShadowAcl& shadowAcl, IntfId intf, AclCreateError error) {
+  shadowAcl.applyingIntfDel(intf);
+  shadowAcl.errorIntfIs(intf, error);
+  publishUnitErrorIs(kUnitName, true);
+  unitErrorIs(kUnitName, error);
+  return error;
+}
+
+}  // namespace Kestrix

@@ -1,0 +1,26 @@
+// setCreationError: a rule of an ACL cannot be put into the hardware.
+
+#include "helper/AclHelper.h"
+#include "helper/Callers.h"
+#include "model/AclTrace.h"
+
+namespace Kestrix {
+
+AclHelper::AclCreateError AclHelper::setCreationError(const Ptr<ShadowAcl>& shadowAclArgument, AclCreateError error) {
+  const Ptr<AclHelper> self(this);  // The callbacks may drop the last other reference.
+  const Ptr<ShadowAcl> shadowAcl = shadowAclArgument;
+  const AclTrace trace("AclHelper", "setCreationError");
+  requireShadowAcl(shadowAcl != nullptr, trace);
+
+  trace.level6("acl: {}, err: {}", shadowAcl->name(), error);
+  Platform::forEachStable(shadowAcl->applyingIntf(), [&](IntfId intf) {
+    shadowAcl->errorIntfIs(intf, error);
+    shadowAcl->applyingIntfDel(intf);
+  });
+  dirtyIs(true);
+  publishUnitErrorIs(kUnitName, true);
+  unitErrorIs(kUnitName, error);
+  return error;
+}
+
+}  // namespace Kestrix

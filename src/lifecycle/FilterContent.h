@@ -1,0 +1,40 @@
+// What a filter may take and what it then holds, decided from the filter as it is and the ACL.
+// One filter serves an IPv4 ACL and a MAC ACL. It is programmed for one type and holds the rules of one of them; the
+// other ACL, without rules, may share it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "model/BaseAcl.h"
+#include "model/ShadowAcl.h"
+#include "model/ShadowFilter.h"
+
+namespace Kestrix {
+
+// Why an ACL cannot be written to a filter.
+enum class AttachRefusal : uint8_t { none, tooManyRules, typeConflict };
+
+AttachRefusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules);
+
+// Everything that distinguishes a filter from an empty one of its interface.
+struct FilterContent {
+  Acl::AclType ruleType = Acl::AclType::mac;
+  std::optional<SrcOrDst> srcOrDst;
+  bool permitAny = false;
+  Platform::Ptr<IpAcl> ipAcl;
+  Platform::Ptr<MacAcl> macAcl;
+  bool delay = false;
+  std::vector<AclRule> rules;  // Ascending by key.
+  bool rulesOfAcl = true;      // The rules are the attached ACL's, not the filter's own.
+};
+
+// The content after `acl` is written to `filter`; `acl` is not null and was not refused.
+FilterContent contentAfterAttach(const ShadowFilter& filter, const ShadowAcl::Acl& acl);
+
+// Replaces the shadow filter of `intf` in `filters` by one with `content`.
+Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::IntfId intf, uint8_t maxRules,
+                                          const FilterContent& content);
+
+}  // namespace Kestrix

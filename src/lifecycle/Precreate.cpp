@@ -1,0 +1,88 @@
+// Before the rules of an ACL are translated: precreateAcl. And the two operations that have nothing to do here.
+
+#include <set>
+
+#include "helper/AclHelper.h"
+#include "helper/Callers.h"
+#include "model/AclTrace.h"
+
+namespace Kestrix {
+namespace {
+
+// Whether another ACL of the type that `key` has is recorded in the filter. Only names are compared.
+bool heldByAnother(const ShadowFilter* filter, const Platform::AclKey& key) {
+  if (filter == nullptr) return false;
+  const BaseAcl* holder = key.type == Acl::AclType::ipv4 ? static_cast<const BaseAcl*>(filter->ipAcl().get())
+                                                         : static_cast<const BaseAcl*>(filter->macAcl().get());
+  return holder != nullptr && holder->key().name != key.name;
+}
+
+ShadowAcl::Acl freshAcl(const Platform::AclKey& key, const AclTrace& trace) {
+  switch (key.type) {
+    case Acl::AclType::ipv4:
+      trace.level5("creating fresh IP ACL");
+      return ShadowAcl::Acl(Platform::make<IpAcl>(key));
+    case Acl::AclType::mac:
+      trace.level5("creating fresh MAC ACL");
+      return ShadowAcl::Acl(Platform::make<MacAcl>(key));
+    default:
+      Platform::consistencyFailure(trace, "Kestrix only supports IPv4 and MAC ACLs");
+  }
+}
+
+// Empties the collections of interfaces that hold an older version of the ACL, or failed to, and returns their members.
+std::set<Platform::IntfId> takeIntfsToReapply(ShadowAcl& shadowAcl, const AclTrace& trace) {
+  std::set<Platform::IntfId> intfs;
+  Platform::forEachStable(shadowAcl.activeIntf(), [&](Platform::IntfId intf) {
+    trace.level6("existing active intf: {}", intf);
+    shadowAcl.activeIntfDel(intf);
+    intfs.insert(intf);
+  });
+  Platform::forEachStable(shadowAcl.errorIntf(), [&](Platform::IntfId intf) {
+    trace.level6("existing error intf: {}", intf);
+    shadowAcl.errorIntfDel(intf);
+    intfs.insert(intf);
+  });
+  return intfs;
+}
+
+}  // namespace
+
+AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& /*status*/) {
+  const Platform::AclKey& key = keyOf(aclData);
+  const AclTrace trace("AclHelper", "precreateAcl");
+  traceAcl(trace, key);
+  if (!aclSupported(key)) return AclCreateError::notSupported;
+
+  const Ptr<ShadowAcl> shadowAcl = allShadowAcl(key);
+  if (!shadowAcl) {
+    trace.level5("ACL not attached to any interfaces. Ignoring");
+    if (!aclData->activeIntf().empty()) {
+      Platform::consistencyFailure(trace, "ACL not attached to any interfaces, but there are active interfaces");
+    }
+    return AclCreateError::noError;
+  }
+  shadowAcl->aclRulesFinalizedIs(false);
+  // Filters that hold the previous shadow ACL keep it alive: the hardware stays as it is until the new rules are written.
+  shadowAcl->aclIs(freshAcl(key, trace));
+
+  const Ptr<ShadowFilters> filters = shadowFilters(key.direction);
+  for (const IntfId intf : takeIntfsToReapply(*shadowAcl, trace)) {
+    const Ptr<ShadowFilter> filter = filters ? filters->shadowFilter(intf) : nullptr;
+    if (heldByAnother(filter.get(), key)) {
+      trace.level5("{} in use by another ACL, no-op", intf);
+    } else {
+      trace.level5("marking {} to apply {}", intf, key);
+      shadowAcl->applyingIntfIs(intf);
+    }
+  }
+  return AclCreateError::noError;
+}
+
+void AclHelper::commitAcl(const Ptr<AclData>& aclData) { traceAcl(AclTrace("AclHelper", "commitAcl"), keyOf(aclData)); }
+
+void AclHelper::updateAclPorts(const Ptr<AclData>& aclData, bool /*add*/) {
+  traceAcl(AclTrace("AclHelper", "updateAclPorts"), keyOf(aclData));
+}
+
+}  // namespace Kestrix

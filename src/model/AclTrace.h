@@ -1,0 +1,25 @@
+// The library's one trace handle, and trace points on it.
+#pragma once
+
+#include <string_view>
+
+#include "platform/Export.h"
+#include "platform/Trace.h"
+
+namespace Kestrix {
+
+// The handle named KestrixAclHelper, for the agent to set its level and sink. It lives as long as the library is loaded.
+KESTRIX_API Platform::TraceHandle& aclTraceHandle();
+
+namespace Detail {
+extern Platform::TraceHandle aclTraceHandle;
+}
+
+// The trace points of one operation of one of the library's classes.
+class AclTrace : public Platform::TraceScope {
+ public:
+  AclTrace(std::string_view className, std::string_view operation)
+      : TraceScope(Detail::aclTraceHandle, "KestrixAclHelper", className, operation) {}
+};
+
+}  // namespace Kestrix

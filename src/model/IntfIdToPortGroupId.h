@@ -1,0 +1,21 @@
+// Which FPGA port group serves each interface.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/IntfId.h"
+#include "platform/Model.h"
+
+namespace Kestrix {
+
+// The port-group numbers, 1-based, of the interfaces. Filled by whoever builds the helper, and only read from then on.
+class IntfIdToPortGroupId {
+  KESTRIX_VALUE(IntfIdToPortGroupId, "Kestrix::IntfIdToPortGroupId");
+  // 0 for an interface that is not in the map.
+  KESTRIX_MAP(Platform::IntfId, uint16_t, uint16_t, portGroupMap);
+
+ public:
+  explicit operator bool() const { return !portGroupMap().empty(); }
+};
+
+}  // namespace Kestrix

@@ -1,0 +1,54 @@
+// What the library knows of one ACL of the framework.
+#pragma once
+
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "model/BaseAcl.h"
+#include "model/IpMacUnion.h"
+#include "platform/AclKey.h"
+#include "platform/IntfId.h"
+#include "platform/Model.h"
+
+namespace Kestrix {
+
+// One ACL: the shadow ACL built from its rules, and the state of each interface it is applied to. An interface is in any
+// of the four collections, or in none.
+class ShadowAcl final : public Platform::Entity {
+ public:
+  // The shadow ACL of an IPv4 or a MAC ACL; by default `ip`, null. Compared by identity.
+  class Acl : public IpMacUnion<Acl, Platform::Ptr<IpAcl>, Platform::Ptr<MacAcl>> {
+   public:
+    static constexpr std::string_view modelName() { return "Kestrix::ShadowAcl::Acl"; }
+
+    Acl() = default;
+    explicit Acl(Platform::Ptr<IpAcl> ip) : IpMacUnion(std::move(ip)) {}
+    explicit Acl(Platform::Ptr<MacAcl> mac) : IpMacUnion(std::move(mac)) {}
+
+    // The held shadow ACL, whatever its type; null when there is none yet.
+    Platform::Ptr<BaseAcl> base() const {
+      return containsIp() ? Platform::Ptr<BaseAcl>(ip()) : Platform::Ptr<BaseAcl>(mac());
+    }
+  };
+
+  KESTRIX_ENTITY(ShadowAcl, "Kestrix::ShadowAcl");
+  KESTRIX_FIXED(Platform::AclKey, key);
+  KESTRIX_VIEW(Platform::String, name, key_.name);
+  KESTRIX_SETTABLE(Acl, acl, {});
+  // Their filter holds this ACL.
+  KESTRIX_SET(Platform::IntfId, activeIntf);
+  // To be written.
+  KESTRIX_SET(Platform::IntfId, applyingIntf);
+  // To be cleared.
+  KESTRIX_SET(Platform::IntfId, deletingIntf);
+  // Applying or clearing failed, with the error.
+  KESTRIX_MAP(Platform::IntfId, Platform::AclCreateError, std::optional<Platform::AclCreateError>, errorIntf);
+  // All rules are translated. Cleared when the ACL is pre-created again.
+  KESTRIX_SETTABLE(bool, aclRulesFinalized, false);
+
+ public:
+  explicit ShadowAcl(Platform::AclKey key) : key_(std::move(key)) {}
+};
+
+}  // namespace Kestrix

@@ -1,0 +1,61 @@
+// Shadow filters: what each interface's FPGA filters hold.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "model/AclRule.h"
+#include "model/BaseAcl.h"
+#include "platform/IntfId.h"
+#include "platform/Model.h"
+
+namespace Kestrix {
+
+class FilterRegisters;
+
+// The shadow of one interface's filter in one direction. Writing an ACL replaces the filter; only `delay` and what is set
+// by name changes in place. The views always show the shadow ACL referenced.
+class ShadowFilter final : public Platform::Entity {
+  KESTRIX_ENTITY(ShadowFilter, "Kestrix::ShadowFilter");
+  KESTRIX_FIXED(Platform::IntfId, intfId);
+  // The ACLs written to the filter, or null. Shared with their ShadowAcl, which may have a newer one by now.
+  KESTRIX_SETTABLE(Platform::Ptr<IpAcl>, ipAcl, {});
+  KESTRIX_SETTABLE(Platform::Ptr<MacAcl>, macAcl, {});
+  // What the filter is programmed for: IPv4 or MAC.
+  KESTRIX_FIXED(Acl::AclType, ruleType);
+  // The number of rule registers.
+  KESTRIX_FIXED(uint8_t, maxRules);
+  // The ACL drop delay.
+  KESTRIX_SETTABLE(bool, delay, false);
+  KESTRIX_VIEW(bool, l4, ipAcl_ && ipAcl_->l4());
+  KESTRIX_VIEW(std::optional<uint32_t>, broadcast, macAcl_ ? macAcl_->broadcast() : std::nullopt);
+  KESTRIX_VIEW(bool, permitBroadcast, macAcl_ && macAcl_->permitBroadcast());
+  // Set by name only; of `multicast` only the presence counts.
+  KESTRIX_SETTABLE(std::optional<uint32_t>, multicast, {});
+  KESTRIX_SETTABLE(bool, permitMulticast, false);
+  KESTRIX_VIEW(bool, arp, macAcl_ && macAcl_->arp());
+  KESTRIX_VIEW(std::optional<bool>, permitArp, macAcl_ ? macAcl_->permitArp() : std::nullopt);
+  KESTRIX_VIEW(bool, lldp, macAcl_ && macAcl_->lldp());
+  KESTRIX_VIEW(std::optional<bool>, permitLldp, macAcl_ ? macAcl_->permitLldp() : std::nullopt);
+  // The side on which the rules match.
+  KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
+  // The verdict for traffic that no rule matches.
+  KESTRIX_SETTABLE(bool, permitAny, false);
+  KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
+
+ public:
+  ShadowFilter(Platform::IntfId intfId, Acl::AclType ruleType, uint8_t maxRules)
+      : intfId_(intfId), ruleType_(ruleType), maxRules_(maxRules) {}
+
+  // The register image that the filter must have in hardware.
+  FilterRegisters genRegisters() const;
+};
+
+// The shadow filters of one direction, each under its interface.
+class ShadowFilters final : public Platform::Entity {
+  KESTRIX_ENTITY(ShadowFilters, "Kestrix::ShadowFilters");
+  // shadowFilterIs(intfId, ruleType, maxRules)
+  KESTRIX_ENTITIES(Platform::IntfId, ShadowFilter, shadowFilter);
+};
+
+}  // namespace Kestrix

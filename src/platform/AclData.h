@@ -1,0 +1,52 @@
+// The framework's objects that a helper is given.
+#pragma once
+
+#include <utility>
+
+#include "platform/AclKey.h"
+#include "platform/Collections.h"
+#include "platform/IntfId.h"
+#include "platform/Ptr.h"
+
+namespace Platform {
+
+// The configuration of one ACL. Owned by the framework; its rules reach a helper one by one, through the translation
+// operations.
+class AclData : public Node {
+ public:
+  explicit AclData(AclKey key) : key_(std::move(key)) {}
+
+  const AclKey& key() const { return key_; }
+
+  // The interfaces on which the framework holds the ACL to be active.
+  const Set<IntfId>& activeIntf() const { return activeIntf_; }
+  void activeIntfIs(IntfId intf) { activeIntf_.insert(intf); }
+  void activeIntfDel(IntfId intf) { activeIntf_.erase(intf); }
+
+ private:
+  AclKey key_;
+  Set<IntfId> activeIntf_;
+};
+
+// The status that the framework publishes for an ACL. Helpers pass it on and do not read it.
+class AclDataStatus : public Node {};
+
+// The key of one attachment: an ACL on an interface.
+struct IntfPairKey {
+  IntfId intf;
+  Acl::AclDirection direction = Acl::AclDirection::in;
+};
+
+// What the framework shares with its helpers.
+class VelCommonSmData : public Node {
+ public:
+  // The interfaces that the agent manages; the value is the framework's own.
+  const Map<IntfId, bool>& intf() const { return intf_; }
+  void intfIs(IntfId intf, bool value) { store(intf_, intf, value); }
+  void intfDel(IntfId intf) { intf_.erase(intf); }
+
+ private:
+  Map<IntfId, bool> intf_;
+};
+
+}  // namespace Platform

@@ -1,0 +1,31 @@
+// The framework's key of an ACL.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "platform/AclTypes.h"
+#include "platform/Export.h"
+
+namespace Platform {
+
+// An ACL's name, type and direction, and two members of the framework's own that only take part in the comparison.
+// Text: "edge-in(ipv4,in)", the two further members added where they are not 0 and false: "edge-in(ipv4,in,7,dynamic)".
+struct KESTRIX_API AclKey {
+  String name;
+  Acl::AclType type = Acl::AclType::ipv4;
+  Acl::AclDirection direction = Acl::AclDirection::in;
+  uint32_t instance = 0;  // Which of the framework's ACL instances the ACL belongs to.
+  bool dynamic = false;   // The ACL was made by a protocol, not configured.
+
+  bool operator==(const AclKey&) const = default;
+  std::string toText() const;
+};
+
+}  // namespace Platform
+
+template <>
+struct KESTRIX_API std::hash<Platform::AclKey> {
+  size_t operator()(const Platform::AclKey& key) const;
+};

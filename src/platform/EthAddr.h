@@ -1,0 +1,47 @@
+// Ethernet (MAC) addresses, alone and with a mask.
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+
+namespace Platform {
+
+// A 48-bit address; octets in transmission order. Text: "00:11:22:33:44:55", two hexadecimal digits an octet.
+class KESTRIX_API EthAddr {
+ public:
+  using Octets = std::array<uint8_t, 6>;
+
+  constexpr EthAddr() = default;
+  constexpr explicit EthAddr(const Octets& octets) : octets_(octets) {}
+
+  // Raises RangeError. Upper-case digits are read, too.
+  static EthAddr fromText(std::string_view text);
+  std::string toText() const;
+
+  constexpr const Octets& octets() const { return octets_; }
+  constexpr bool isEq(const EthAddr& other) const { return *this == other; }
+
+  constexpr auto operator<=>(const EthAddr&) const = default;
+
+ private:
+  Octets octets_{};
+};
+
+// An address with any 48-bit mask. Text: "00:11:22:33:44:55/ff:ff:ff:00:00:00".
+struct KESTRIX_API EthAddrWithMask {
+  EthAddr addr;
+  EthAddr mask;
+
+  // Raises RangeError.
+  static EthAddrWithMask fromText(std::string_view text);
+  std::string toText() const;
+
+  constexpr auto operator<=>(const EthAddrWithMask&) const = default;
+};
+
+}  // namespace Platform

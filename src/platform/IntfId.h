@@ -1,0 +1,48 @@
+// Interface identifiers, and the FPGA core that serves an interface.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+
+namespace Platform {
+
+// An interface identifier: its name, 1 to 255 characters. Names are interned, so an id is as cheap as a pointer to copy,
+// compare and hash; an interned name is kept for the life of the process. Ordered by name, digit runs by their number
+// (port-2 before port-10).
+class KESTRIX_API IntfId {
+ public:
+  // Raises RangeError when the name is empty or too long.
+  explicit IntfId(std::string_view name);
+
+  static IntfId fromText(std::string_view text) { return IntfId(text); }
+  const std::string& toText() const;
+
+  bool operator==(const IntfId&) const = default;
+  std::strong_ordering operator<=>(const IntfId& other) const;
+
+ private:
+  friend struct std::hash<IntfId>;
+  friend struct DownstreamIntfId;
+  struct Record;
+  Record* record_;
+};
+
+// What the agent knows of the interfaces that the FPGAs serve.
+struct KESTRIX_API DownstreamIntfId {
+  // The 1-based number of the core that serves `intf`; 0 until the agent has said it.
+  static uint32_t coreId(IntfId intf);
+  // The agent's inventory: said before the first filter of the interface is written.
+  static void coreIdIs(IntfId intf, uint32_t coreId);
+};
+
+}  // namespace Platform
+
+template <>
+struct std::hash<Platform::IntfId> {
+  size_t operator()(Platform::IntfId intf) const noexcept { return std::hash<const void*>{}(intf.record_); }
+};

@@ -1,0 +1,67 @@
+// IPv4 addresses, masks and protocol numbers.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+
+namespace Platform {
+
+// An IPv4 address. Its number has the first octet in the most significant byte.
+class KESTRIX_API IpAddr {
+ public:
+  constexpr IpAddr() = default;
+  constexpr explicit IpAddr(uint32_t number) : number_(number) {}
+
+  // Dotted decimal, four octets. Raises RangeError.
+  static IpAddr fromText(std::string_view text);
+  std::string toText() const;
+
+  constexpr uint32_t number() const { return number_; }
+  constexpr bool isAny() const { return number_ == 0; }
+
+  constexpr auto operator<=>(const IpAddr&) const = default;
+
+ private:
+  uint32_t number_ = 0;
+};
+
+// An IPv4 address with any 32-bit mask. Text: "10.0.0.0/255.0.0.0".
+struct KESTRIX_API IpAddrWithFullMask {
+  IpAddr addr;
+  uint32_t mask = 0;
+
+  // Raises RangeError.
+  static IpAddrWithFullMask fromText(std::string_view text);
+  std::string toText() const;
+
+  constexpr auto operator<=>(const IpAddrWithFullMask&) const = default;
+};
+
+// The mask whose first `length` bits are set; `length` is 0 to 32.
+constexpr uint32_t prefixMask(uint8_t length) { return length == 0 ? 0 : ~uint32_t{0} << (32 - length); }
+
+// An IP protocol number (IANA). The framework uses 0 for any protocol. Text: the number.
+class KESTRIX_API IpProto {
+ public:
+  constexpr IpProto() = default;
+  constexpr explicit IpProto(uint8_t number) : number_(number) {}
+
+  static IpProto fromText(std::string_view text);
+  std::string toText() const;
+
+  constexpr uint8_t number() const { return number_; }
+  constexpr auto operator<=>(const IpProto&) const = default;
+
+ private:
+  uint8_t number_ = 0;
+};
+
+inline constexpr IpProto kAnyProto{0};
+inline constexpr IpProto kTcp{6};
+inline constexpr IpProto kUdp{17};
+
+}  // namespace Platform

@@ -1,0 +1,33 @@
+#include "platform/Trace.h"
+
+#include <iterator>
+#include <string>
+
+#include "platform/Errors.h"
+
+namespace Platform {
+
+void TraceHandle::emit(const TraceRecord& record) const {
+  if (!sink_) return;
+  const TraceSink sink = sink_;  // A copy: the sink may replace itself.
+  sink(record);
+}
+
+void TraceScope::write(int level, int line, fmt::string_view format, fmt::format_args args) const {
+  fmt::memory_buffer message;
+  fmt::vformat_to(std::back_inserter(message), format, args);
+  handle_.emit({.handle = handle_.name(),
+                .level = level,
+                .file = file_,
+                .line = line,
+                .operation = operation_,
+                .className = className_,
+                .message = {message.data(), message.size()}});
+}
+
+void consistencyFailure(const TraceScope& trace, TraceFormat<> message) {
+  trace.failure(message);
+  throw ConsistencyError(fmt::format(message.text));
+}
+
+}  // namespace Platform

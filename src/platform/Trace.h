@@ -1,0 +1,111 @@
+// Trace handles, levels and the sink that receives the records.
+// A trace point of a disabled level costs a load and a branch: nothing is formatted. Format strings are checked when they
+// are compiled.
+//
+//   const TraceScope trace{handle, "KestrixAclHelper", "AclHelper", "hwInit"};
+//   trace.level5("intf: {}", intf);
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "platform/Export.h"
+
+namespace Platform {
+
+// The levels in use. Failures are always on.
+inline constexpr int kTraceFailure = 0;
+inline constexpr int kTraceDecision = 5;  // Entries of operations, and what they decide.
+inline constexpr int kTraceDetail = 6;
+
+// One trace line. The views are valid during the call of the sink only.
+struct TraceRecord {
+  std::string_view handle;
+  int level = 0;
+  std::string_view file;
+  int line = 0;
+  std::string_view operation;
+  std::string_view className;
+  std::string_view message;
+};
+
+using TraceSink = std::function<void(const TraceRecord&)>;
+
+// A named switch: records up to and including `level` are formatted and given to the sink.
+class TraceHandle {
+ public:
+  explicit TraceHandle(std::string_view name) : name_(name) {}
+
+  std::string_view name() const { return name_; }
+  int level() const { return level_; }
+  void levelIs(int level) { level_ = level; }
+  bool enabled(int level) const { return level <= level_; }
+
+  // Replaces the sink; an empty one drops all records. The sink may replace itself while it is called.
+  void sinkIs(TraceSink sink) { sink_ = std::move(sink); }
+
+  void emit(const TraceRecord& record) const;
+
+ private:
+  std::string_view name_;
+  int level_ = kTraceFailure;
+  TraceSink sink_;
+};
+
+// A format string with the line it stands on, checked against the arguments it will get.
+template <class... Args>
+struct TraceFormat {
+  template <class Text>
+    requires std::convertible_to<const Text&, std::string_view>
+  // Implicit, as a trace point shall read like a call of fmt::format.
+  consteval TraceFormat(const Text& formatText, int formatLine = __builtin_LINE())
+      : text(formatText), line(formatLine) {}
+
+  fmt::format_string<Args...> text;
+  int line;
+};
+
+// The trace points of one operation.
+class TraceScope {
+ public:
+  // The views must outlive the scope; they are literals in practice.
+  TraceScope(const TraceHandle& handle, std::string_view file, std::string_view className, std::string_view operation)
+      : handle_(handle), file_(file), className_(className), operation_(operation) {}
+
+  template <class... Args>
+  void failure(TraceFormat<std::type_identity_t<Args>...> format, const Args&... args) const {
+    at(kTraceFailure, format, args...);
+  }
+  template <class... Args>
+  void level5(TraceFormat<std::type_identity_t<Args>...> format, const Args&... args) const {
+    at(kTraceDecision, format, args...);
+  }
+  template <class... Args>
+  void level6(TraceFormat<std::type_identity_t<Args>...> format, const Args&... args) const {
+    at(kTraceDetail, format, args...);
+  }
+
+ private:
+  template <class... Args>
+  void at(int level, const TraceFormat<std::type_identity_t<Args>...>& format, const Args&... args) const {
+    if (!handle_.enabled(level)) [[likely]] {
+      return;
+    }
+    write(level, format.line, format.text, fmt::make_format_args(args...));
+  }
+  void write(int level, int line, fmt::string_view format, fmt::format_args args) const;
+
+  const TraceHandle& handle_;
+  std::string_view file_;
+  std::string_view className_;
+  std::string_view operation_;
+};
+
+// Traces `message` as a failure and raises ConsistencyError with it.
+[[noreturn]] void consistencyFailure(const TraceScope& trace, TraceFormat<> message);
+
+}  // namespace Platform

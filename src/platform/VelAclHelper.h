@@ -1,0 +1,126 @@
+// The framework's abstract helper: the class through which an ACL framework drives a platform's hardware.
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+
+#include "platform/AclData.h"
+#include "platform/Export.h"
+#include "platform/Model.h"
+
+namespace VelHelper {
+
+// Where a helper's status reaches the framework. Implemented by the framework; every operation has a default that does
+// nothing. An operation may call the helper again.
+class AclStatusListener : public Platform::Node {
+ public:
+  // The outcome of one pass that applied or cleared an ACL.
+  virtual void aclStatusUpdate(const Platform::AclKey&, Platform::AclCreateError) {}
+  virtual void unitErrorPublished(const Platform::String& /*unit*/, bool) {}
+  virtual void unitErrorChanged(const Platform::String& /*unit*/, Platform::AclCreateError) {}
+  virtual void dirtyChanged(bool) {}
+  virtual void aclIntfBlocked(Platform::IntfId, bool) {}
+};
+
+// Base of the platforms' helpers. A helper overrides what its hardware can do; the defaults answer "not supported" or do
+// nothing. All operations are called on the agent's event thread.
+class KESTRIX_API AclHelper : public Platform::Entity {
+ public:
+  using AclCreateError = Platform::AclCreateError;
+  using AclData = Platform::AclData;
+  using AclDataStatus = Platform::AclDataStatus;
+  using IntfId = Platform::IntfId;
+  using IntfPairKey = Platform::IntfPairKey;
+  using String = Platform::String;
+  using UniqueId = Platform::UniqueId;
+  template <class T>
+  using Ptr = Platform::Ptr<T>;
+
+  // --- Operations of a helper ---
+
+  ~AclHelper() override;
+
+  // Called once after construction; sets the capability flags below.
+  virtual void hwInit();
+  virtual bool intfSupportsAcl(IntfId intf);
+  // The line card that holds `intf`.
+  virtual String intfLinecardName(IntfId intf);
+
+  // One subrule of a configured IPv4 rule. Ports: 0 is none. `*PortLow`, `*PortHigh` are ranges, `ipLen*` the match on
+  // the IP length. The unnamed numbers are for other platforms.
+  virtual AclCreateError createIpAclSubrule(Acl::AclType aclType, const Acl::RuleConfig& ruleConfig,
+                                            const UniqueId& ruleId, const Ptr<AclData>& aclData, uint32_t ruleNum,
+                                            uint32_t subruleNum, uint16_t srcPort, uint16_t srcPortMask,
+                                            uint16_t dstPort, uint16_t dstPortMask, uint16_t srcPortLow,
+                                            uint16_t srcPortHigh, uint16_t dstPortLow, uint16_t dstPortHigh,
+                                            uint16_t ipLen, uint16_t ipLenMask, uint16_t ipLenLow, uint16_t ipLenHigh,
+                                            uint8_t icmpType, bool established, uint8_t ttl, uint8_t dscp);
+  // A configured IPv4 rule that matches fragments.
+  virtual AclCreateError createIpFragRule(const Ptr<AclData>& aclData, const Acl::IpRuleConfig& ruleConfig,
+                                          const UniqueId& ruleId, uint32_t ruleNum, uint32_t subruleNum);
+  virtual AclCreateError createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
+                                          const Ptr<AclData>& aclData, uint32_t ruleNum);
+  // All rules of the ACL have been given.
+  virtual AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum);
+  // The rules of the ACL are about to be given, from the first.
+  virtual AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status);
+  virtual void destroyAcl(const Ptr<AclData>& aclData);
+  virtual void cleanupAcl(const Ptr<AclData>& aclData);
+  virtual void commitAcl(const Ptr<AclData>& aclData);
+  // Stops, or lets pass, all traffic of the interface.
+  virtual void blockIntf(IntfId intf, bool block, uint32_t reason);
+  virtual AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
+                                      const Ptr<AclDataStatus>& status);
+  // `belongsToAnother`: the framework has given the interface, in this direction, to another ACL.
+  virtual AclCreateError removeIntfFromAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
+                                           bool belongsToAnother);
+  virtual void updateAclPorts(const Ptr<AclData>& aclData, bool add);
+  // As createFinalAclRule, with the identifier of the last rule; by default the same as without it.
+  virtual AclCreateError createFinalAclRuleWithId(Acl::AclType aclType, const UniqueId& ruleId,
+                                                  const Ptr<AclData>& aclData, uint32_t ruleNum);
+
+  // --- Status: called by a helper, read and followed by the framework ---
+
+  // May be null; shared with the framework.
+  void listenerIs(Ptr<AclStatusListener> listener) { listener_ = std::move(listener); }
+
+  void aclStatusUpdateCallback(const Platform::AclKey& key, AclCreateError error);
+
+  bool publishUnitError(const String& unit) const { return Platform::lookUp<bool>(publishUnitError_, unit); }
+  void publishUnitErrorIs(const String& unit, bool publish);
+  AclCreateError unitError(const String& unit) const { return Platform::lookUp<AclCreateError>(unitError_, unit); }
+  void unitErrorIs(const String& unit, AclCreateError error);
+
+  bool dirty() const { return dirty_; }
+  void dirtyIs(bool dirty);
+
+  const Platform::Map<IntfId, bool>& aclIntfBlockedStatus() const { return aclIntfBlockedStatus_; }
+  void aclIntfBlockedStatusIs(IntfId intf, bool blocked);
+  void aclIntfBlockedStatusDel(IntfId intf);
+
+  // --- Capabilities, set by hwInit ---
+
+  bool ingressIpAclSupported() const { return ingressIpAclSupported_; }
+  bool ingressMacAclSupported() const { return ingressMacAclSupported_; }
+  bool egressIpAclSupported() const { return egressIpAclSupported_; }
+  bool egressMacAclSupported() const { return egressMacAclSupported_; }
+  bool intfAclSupported() const { return intfAclSupported_; }
+
+ protected:
+  AclHelper();
+
+  bool ingressIpAclSupported_ = false;
+  bool ingressMacAclSupported_ = false;
+  bool egressIpAclSupported_ = false;
+  bool egressMacAclSupported_ = false;
+  bool intfAclSupported_ = false;  // ACLs are applied to interfaces.
+
+ private:
+  Ptr<AclStatusListener> listener_;
+  Platform::Map<String, bool> publishUnitError_;
+  Platform::Map<String, AclCreateError> unitError_;
+  Platform::Map<IntfId, bool> aclIntfBlockedStatus_;
+  bool dirty_ = false;
+};
+
+}  // namespace VelHelper

@@ -1,0 +1,119 @@
+// Translation of IPv4 rules: createIpAclSubrule, createIpFragRule, and createFinalAclRule for every ACL.
+
+#include "helper/AclHelper.h"
+#include "helper/Callers.h"
+#include "model/AclTrace.h"
+#include "translate/IpSubrule.h"
+
+namespace Kestrix {
+namespace {
+
+void traceSide(const AclTrace& trace, RuleSide side) {
+  switch (side) {
+    case RuleSide::source:
+      return trace.level5("filtering on source");
+    case RuleSide::destination:
+      return trace.level5("filtering on destination");
+    case RuleSide::neither:
+      return trace.level5("filtering on any source and any destination");
+    case RuleSide::both:
+      return trace.level5("non-any addresses or ports on both source and destination");
+    case RuleSide::sourceInDestinationAcl:
+      return trace.level5("can't filter on source, already filtering on destination");
+    case RuleSide::destinationInSourceAcl:
+      return trace.level5("can't filter on destination, already filtering on source");
+  }
+}
+
+// The ACL's IPv4 shadow; an ACL that was never pre-created has none.
+Platform::Ptr<IpAcl> requireIpAcl(const ShadowAcl& shadowAcl, const AclTrace& trace) {
+  if (shadowAcl.acl().containsIp() && shadowAcl.acl().ip()) return shadowAcl.acl().ip();
+  Platform::consistencyFailure(trace, "In createIpAclSubrule, the ACL should be an IP ACL");
+}
+
+}  // namespace
+
+AclHelper::AclCreateError AclHelper::createIpAclSubrule(
+    Acl::AclType /*aclType*/, const Acl::RuleConfig& ruleConfig, const UniqueId& /*ruleId*/,
+    const Ptr<AclData>& aclData, uint32_t ruleNum, uint32_t /*subruleNum*/, uint16_t srcPort, uint16_t /*srcPortMask*/,
+    uint16_t dstPort, uint16_t /*dstPortMask*/, uint16_t srcPortLow, uint16_t srcPortHigh, uint16_t dstPortLow,
+    uint16_t dstPortHigh, uint16_t ipLen, uint16_t ipLenMask, uint16_t ipLenLow, uint16_t ipLenHigh,
+    uint8_t /*icmpType*/, bool /*established*/, uint8_t /*ttl*/, uint8_t /*dscp*/) {
+  const IpSubrule subrule{
+      .action = ruleConfig.action,
+      .proto = ruleConfig.filter.proto,
+      .source = {.ip = ruleConfig.filter.srcIp, .port = srcPort, .range = {srcPortLow, srcPortHigh}},
+      .destination = {.ip = ruleConfig.filter.dstIp, .port = dstPort, .range = {dstPortLow, dstPortHigh}},
+      .ipLength = {ipLen, ipLenMask, ipLenLow, ipLenHigh},
+  };
+  const Platform::AclKey& key = keyOf(aclData);
+  const AclTrace trace("AclHelper", "createIpAclSubrule");
+  trace.level5("acl: {} type: {} direction: {} rule: {}", key.name, key.type, key.direction, ruleNum);
+
+  const Ptr<ShadowAcl> shadowAcl = attachedAcl(*this, key, trace);
+  if (!aclSupported(key)) {
+    trace.level5("Unsupported ACL: {}", key);
+    return setCreationError(shadowAcl, AclCreateError::notSupported);
+  }
+  const Ptr<IpAcl> ipAcl = requireIpAcl(*shadowAcl, trace);
+
+  if (const IpSubruleCheck* check = refusedBy(subrule)) {
+    trace.level5(check->message, subrule.proto);
+    return setCreationError(shadowAcl, AclCreateError::notSupported);
+  }
+  const RuleSide side = chooseSide(subrule.source.isAny(), subrule.destination.isAny(), ipAcl->srcOrDst());
+  traceSide(trace, side);
+  if (!isExpressible(side)) return setCreationError(shadowAcl, AclCreateError::notSupported);
+
+  // Never reached by a packet: an earlier rule decides all of them.
+  if (ipAcl->permitAny()) return AclCreateError::noError;
+
+  const IpMatch match = matchOn(side, subrule);
+  trace.level6("addr: {}", match.addr);
+  if (matchesEverything(side, subrule)) {
+    ipAcl->permitAnyIs(subrule.action == Acl::Action::permit);
+    trace.level5("special rule creation successful!");
+    return AclCreateError::noError;
+  }
+
+  const uint8_t ruleKey = ipAcl->getNextAclRuleKey();
+  if (ruleKey >= ruleLimit(key.direction)) {
+    trace.level5("no available rule registers");
+    return setCreationError(shadowAcl, AclCreateError::hardwareFailure);
+  }
+  if (match.port != 0) ipAcl->l4Is(true);
+  const AclRule rule = ipRule(ruleKey, match, subrule);
+  trace.level5("rule: {}", rule);
+  ipAcl->ruleIs(rule);
+  ipAcl->srcOrDstIs(sideInUse(side, ipAcl->srcOrDst()));
+  trace.level5("rule creation successful!");
+  return AclCreateError::noError;
+}
+
+AclHelper::AclCreateError AclHelper::createIpFragRule(const Ptr<AclData>& aclData, const Acl::IpRuleConfig& ruleConfig,
+                                                      const UniqueId& /*ruleId*/, uint32_t ruleNum,
+                                                      uint32_t /*subruleNum*/) {
+  const Platform::AclKey& key = keyOf(aclData);
+  const AclTrace trace("AclHelper", "createIpFragRule");
+  trace.level5("acl: {} type: {} direction: {} rule: {}", key.name, key.type, key.direction, ruleNum);
+
+  // Accepted, though the hardware does not tell fragments apart.
+  if (aclSupported(key)) return AclCreateError::noError;
+  if (ruleConfig.action == Acl::Action::permit) return AclCreateError::noError;
+  return setCreationError(attachedAcl(*this, key, trace), AclCreateError::notSupported);
+}
+
+AclHelper::AclCreateError AclHelper::createFinalAclRule(Acl::AclType /*aclType*/, const Ptr<AclData>& aclData,
+                                                        uint32_t ruleNum) {
+  const Platform::AclKey& key = keyOf(aclData);
+  const AclTrace trace("AclHelper", "createFinalAclRule");
+  trace.level5("acl: {}, type: {}, direction: {}, rule: {}", key.name, key.type, key.direction, ruleNum);
+
+  if (!aclSupported(key)) return AclCreateError::noError;
+  const Ptr<ShadowAcl> shadowAcl = attachedAcl(*this, key, trace);
+  requireShadowAcl(shadowAcl->acl().base() != nullptr, trace);  // Attached, but never pre-created.
+  shadowAcl->aclRulesFinalizedIs(true);
+  return writeAclToIntfs(shadowAcl);
+}
+
+}  // namespace Kestrix

@@ -1,0 +1,40 @@
+// Which packet side a rule matches. The hardware matches one side for the whole ACL, so the first rule that matches a
+// side decides it for all.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "model/AclRule.h"
+
+namespace Kestrix {
+
+enum class RuleSide : uint8_t {
+  source,
+  destination,
+  neither,  // Any source and any destination.
+  // The rest cannot be expressed.
+  both,
+  sourceInDestinationAcl,
+  destinationInSourceAcl,
+};
+
+constexpr bool isExpressible(RuleSide side) { return side <= RuleSide::neither; }
+
+// `inUse` is the side that the ACL's earlier rules match, if any does.
+constexpr RuleSide chooseSide(bool sourceIsAny, bool destinationIsAny, std::optional<SrcOrDst> inUse) {
+  if (sourceIsAny && destinationIsAny) return RuleSide::neither;
+  if (!sourceIsAny && !destinationIsAny) return RuleSide::both;
+  if (destinationIsAny) {
+    return inUse == SrcOrDst::destination ? RuleSide::sourceInDestinationAcl : RuleSide::source;
+  }
+  return inUse == SrcOrDst::source ? RuleSide::destinationInSourceAcl : RuleSide::destination;
+}
+
+// The ACL's side once a rule on `side` is stored.
+constexpr std::optional<SrcOrDst> sideInUse(RuleSide side, std::optional<SrcOrDst> inUse) {
+  if (side == RuleSide::neither) return inUse;
+  return side == RuleSide::source ? SrcOrDst::source : SrcOrDst::destination;
+}
+
+}  // namespace Kestrix
