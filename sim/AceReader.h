@@ -1,0 +1,14 @@
+// Reads one access control entry (RFC 8519): its match containers and its action.
+#pragma once
+
+#include <optional>
+
+#include "Configuration.h"
+#include "Document.h"
+
+namespace Sim {
+
+// The rule that `ace`, an object of an ACL of type `type`, stands for. None, and diagnostics, when it cannot be read.
+std::optional<Ace> readAce(const Place& ace, const std::string& name, Acl::AclType type);
+
+}  // namespace Sim

@@ -1,0 +1,72 @@
+#include "CommandLine.h"
+
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "ExitStatus.h"
+
+namespace Sim {
+namespace {
+
+constexpr char kDescription[] =
+    "A simulated device for the Kestrix ACL plug-in: shows which FPGA registers an ACL configuration becomes, or why "
+    "it is refused.";
+
+constexpr char kExamples[] = R"(Examples:
+  kestrix-sim apply device.json acls.json                     the table of interfaces, and every rule
+  kestrix-sim apply device.json acls.json --registers         and every filter's registers in words
+  kestrix-sim apply device.json acls.json --json              all of it, for a program
+  kestrix-sim apply device.json acls.json --trace 5           and what the library decided, on standard error
+  kestrix-sim apply device.json acls.json --fail-write 20 --fail-write 21
+                                                              and the 20th and 21st register write fail
+  kestrix-sim apply device.json acls.json --drop-delay on     and the ACL drop delay is on, whatever the device says
+
+device.json: {"inRules": 24, "outRules": 24, "aclDropDelay": false,
+              "interfaces": [{"name": "port-1", "core": 1, "portGroup": 1}]}
+acls.json:   ACLs in the IETF's model, RFC 8519, as JSON
+
+Exit status: 0 all applied, 1 something refused or failed on the device, 2 bad input or usage.)";
+
+}  // namespace
+
+std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, int& exitStatus) {
+  CommandLine line;
+  CLI::App app(kDescription, "kestrix-sim");
+  app.footer(kExamples);
+  app.require_subcommand(1);
+
+  CLI::App* apply = app.add_subcommand("apply", "Apply an ACL configuration to a device and report what became of it");
+  apply->footer(kExamples);
+  apply->add_option("device", line.deviceFile, "The device: its rule slots and interfaces (JSON)")
+      ->required()
+      ->type_name("DEVICE.json");
+  apply->add_option("config", line.configFile, "The ACL configuration (RFC 8519 in JSON)")
+      ->required()
+      ->type_name("CONFIG.json");
+  apply->add_flag("--registers", line.registers, "Show every filter's registers, each set bit and slot in words");
+  apply->add_flag("--json", line.json, "Report as JSON, registers included");
+  apply->add_option("--trace", line.trace, "Print the library's trace lines up to this level to standard error")
+      ->check(CLI::Range(0, 9))
+      ->type_name("LEVEL");
+  std::vector<uint64_t> failWrites;
+  apply->add_option("--fail-write", failWrites, "Let the K-th register write fail, counted from 1; repeatable")
+      ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
+      ->type_name("K");
+  std::string dropDelay;
+  apply->add_option("--drop-delay", dropDelay, "Set the ACL drop delay, whatever the device says")
+      ->check(CLI::IsMember({"on", "off"}))
+      ->type_name("on|off");
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    exitStatus = app.exit(error) == 0 ? kAllApplied : kBadInput;
+    return {};
+  }
+  line.failWrites = {failWrites.begin(), failWrites.end()};
+  if (!dropDelay.empty()) line.dropDelay = dropDelay == "on";
+  return line;
+}
+
+}  // namespace Sim

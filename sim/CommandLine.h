@@ -1,0 +1,24 @@
+// The command line of kestrix-sim.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace Sim {
+
+struct CommandLine {
+  std::string deviceFile = {};
+  std::string configFile = {};
+  bool registers = false;
+  bool json = false;
+  int trace = -1;                      // The highest level printed; none by default.
+  std::set<uint64_t> failWrites = {};  // By number, from 1.
+  std::optional<bool> dropDelay = {};  // Overrides the device's.
+};
+
+// None when the run ends here, as after --help; `exitStatus` is then set.
+std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, int& exitStatus);
+
+}  // namespace Sim

@@ -1,0 +1,61 @@
+// The desired state, as the ACL framework of the simulated device holds it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "platform/AclTypes.h"
+#include "platform/IntfId.h"
+
+namespace Sim {
+
+// The ports of one packet side, as the helper takes them: `port` is 0 for none; a range has `high` above `low`.
+struct Ports {
+  uint16_t port = 0;
+  uint16_t low = 0;
+  uint16_t high = 0;
+
+  bool operator==(const Ports&) const = default;
+};
+
+struct IpRule {
+  Acl::RuleConfig config;
+  Ports source;
+  Ports destination;
+  uint16_t ipLength = 0;  // 0 is none.
+};
+
+struct FragmentRule {
+  Acl::IpRuleConfig config;
+};
+
+// A rule of an ACL whose type the helper refuses as a whole.
+struct ForeignRule {};
+
+struct Ace {
+  std::string name;
+  std::variant<IpRule, FragmentRule, ForeignRule> rule;
+};
+
+struct AclConfiguration {
+  std::string name;
+  std::string typeName;  // As configured, without the module's prefix.
+  Acl::AclType type = Acl::AclType::ipv4;
+  std::vector<Ace> aces;
+};
+
+struct Attachment {
+  Platform::IntfId intf;
+  Acl::AclDirection direction = Acl::AclDirection::in;
+  std::string acl;
+};
+
+struct Configuration {
+  std::vector<AclConfiguration> acls;
+  std::vector<Attachment> attachments;
+};
+
+}  // namespace Sim

@@ -1,0 +1,237 @@
+#include "ConfigurationReader.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include <fmt/format.h>
+
+#include "AceReader.h"
+#include "Document.h"
+
+namespace Sim {
+namespace {
+
+struct TypeRow {
+  std::string_view identity;
+  Acl::AclType type;
+};
+
+// The identities of the model. The helper knows two of them; the others reach it as types that it refuses.
+constexpr TypeRow kTypes[] = {
+    {"ipv4-acl-type", Acl::AclType::ipv4},
+    {"ipv6-acl-type", Acl::AclType::ipv6},
+    {"eth-acl-type", Acl::AclType::mac},
+    {"mixed-eth-ipv4-acl-type", static_cast<Acl::AclType>(3)},
+    {"mixed-eth-ipv6-acl-type", static_cast<Acl::AclType>(4)},
+    {"mixed-eth-ipv4-ipv6-acl-type", static_cast<Acl::AclType>(5)},
+};
+constexpr auto kUnknownType = static_cast<Acl::AclType>(255);
+
+Acl::AclType typeOf(std::string_view identity) {
+  for (const TypeRow& row : kTypes) {
+    if (row.identity == identity) return row.type;
+  }
+  return kUnknownType;
+}
+
+// The length of a YANG string: its characters, not its octets.
+size_t characters(const std::string& text) {
+  return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+class Reader {
+ public:
+  Reader(const std::string& file, std::string_view text, const Device& device, Diagnostics& diagnostics)
+      : document_(file, text, diagnostics), device_(device) {}
+
+  Configuration read() {
+    const Place root = document_.root();
+    if (document_.isBroken() || !root.isObject()) return {};
+    root.onlyMembers({"ietf-access-control-list:acls", "ietf-interfaces:interfaces"});
+    if (const auto interfaces = root.member("ietf-interfaces:interfaces")) readInterfaces(*interfaces);
+    const auto acls = root.required("ietf-access-control-list:acls",
+                                    R"(The ACLs stand in {"ietf-access-control-list:acls": {"acl": [...]}}.)");
+    if (!acls || !acls->isObject()) return {};
+    acls->onlyMembers({"acl", "attachment-points"});
+    if (const auto list = acls->member("acl")) {
+      list->forEachElement([&](const Place& acl) { readAcl(acl); });
+    }
+    document_.aboutAcl("");
+    if (const auto points = acls->member("attachment-points"); points && points->isObject()) {
+      points->onlyMembers({"interface"});
+      if (const auto list = points->member("interface")) {
+        list->forEachElement([&](const Place& point) { readAttachmentPoint(point); });
+      }
+      checkSharedFilters();
+    }
+    return std::move(configuration_);
+  }
+
+ private:
+  // The name of a list entry, its key: 1 to 64 characters, once in `seen`.
+  std::optional<std::string> readName(const Place& entry, std::string_view what, std::set<std::string>& seen) {
+    const auto place = entry.required("name", fmt::format("Name the {}.", what));
+    const auto name = place ? place->text() : std::nullopt;
+    if (!name) return {};
+    if (name->empty() || characters(*name) > 64) {
+      place->error("out-of-range", fmt::format("the name of an {} has 1 to 64 characters", what), "Shorten it.");
+      return {};
+    }
+    if (!seen.insert(*name).second) {
+      place->error("duplicate-name", fmt::format("there is another {} \"{}\"", what, *name), "Rename one of them.");
+      return {};
+    }
+    return name;
+  }
+
+  void readAcl(const Place& place) {
+    document_.aboutAcl("");
+    if (!place.isObject()) return;
+    const auto name = readName(place, "ACL", aclNames_);
+    document_.aboutAcl(name.value_or(""));
+    place.onlyMembers({"name", "type", "aces"});
+    const auto typePlace = place.required("type", R"(Add "type": "ipv4-acl-type".)");
+    auto typeName = typePlace ? typePlace->text() : std::nullopt;
+    constexpr std::string_view kPrefix = "ietf-access-control-list:";
+    if (typeName && typeName->starts_with(kPrefix)) typeName->erase(0, kPrefix.size());
+    AclConfiguration acl{name.value_or(""), typeName.value_or(""), typeOf(typeName.value_or("")), {}};
+    if (acl.type == Acl::AclType::mac) {
+      typePlace->error("not-supported", "MAC ACLs are not read yet", "Remove the ACL.");
+    }
+    if (const auto aces = place.member("aces"); aces && aces->isObject()) {
+      aces->onlyMembers({"ace"});
+      std::set<std::string> aceNames;
+      if (const auto list = aces->member("ace")) {
+        list->forEachElement([&](const Place& ace) { readAceOf(acl, ace, aceNames, typeName.has_value()); });
+      }
+    }
+    document_.aboutAce("");
+    if (name) configuration_.acls.push_back(std::move(acl));
+  }
+
+  void readAceOf(AclConfiguration& acl, const Place& place, std::set<std::string>& names, bool typeKnown) {
+    document_.aboutAce("");
+    if (!place.isObject()) return;
+    const auto name = readName(place, "ACE", names);
+    document_.aboutAce(name.value_or(""));
+    if (!typeKnown) return;  // What its matches mean depends on the type.
+    if (auto ace = readAce(place, name.value_or(""), acl.type)) acl.aces.push_back(std::move(*ace));
+  }
+
+  void readInterfaces(const Place& interfaces) {
+    if (!interfaces.isObject()) return;
+    interfaces.onlyMembers({"interface"});
+    const auto list = interfaces.member("interface");
+    if (!list) return;
+    std::set<std::string> names;
+    list->forEachElement([&](const Place& place) {
+      if (!place.isObject()) return;
+      place.onlyMembers({"name", "description", "type", "enabled", "link-up-down-trap-enable"});
+      const auto name = readName(place, "interface", names);
+      if (name && device_.find(*name) == nullptr) {
+        place.warning("unknown-interface", fmt::format("the device has no interface \"{}\"", *name), "It is left out.");
+      }
+    });
+  }
+
+  void readAttachmentPoint(const Place& point) {
+    if (!point.isObject()) return;
+    point.onlyMembers({"interface-id", "ingress", "egress"});
+    const auto idPlace = point.required("interface-id", "Name the interface.");
+    const auto id = idPlace ? idPlace->text() : std::nullopt;
+    if (!id) return;
+    if (!attachmentPoints_.insert(*id).second) {
+      idPlace->error("duplicate-name", fmt::format("there is another attachment point \"{}\"", *id),
+                     "Put all ACL sets of an interface into one.");
+    }
+    const Interface* interface = device_.find(*id);
+    if (interface == nullptr) {
+      idPlace->error("unknown-interface", fmt::format("the device has no interface \"{}\"", *id),
+                     "Correct the name, or add the interface to the device description.");
+    }
+    if (const auto place = point.member("ingress")) readAclSets(*place, interface, Acl::AclDirection::in);
+    if (const auto place = point.member("egress")) readAclSets(*place, interface, Acl::AclDirection::out);
+  }
+
+  // `interface` is null when the device has none of that name; the ACL sets are checked all the same.
+  void readAclSets(const Place& place, const Interface* interface, Acl::AclDirection direction) {
+    if (!place.isObject()) return;
+    place.onlyMembers({"acl-sets"});
+    const auto sets = place.member("acl-sets");
+    if (!sets || !sets->isObject()) return;
+    sets->onlyMembers({"acl-set"});
+    const auto list = sets->member("acl-set");
+    if (!list) return;
+    std::set<std::string> names;
+    std::map<std::string, std::string> aclOfType;
+    list->forEachElement([&](const Place& set) {
+      if (!set.isObject()) return;
+      set.onlyMembers({"name"});
+      const auto name = readName(set, "ACL set", names);
+      if (!name) return;
+      const auto acl = std::find_if(configuration_.acls.begin(), configuration_.acls.end(),
+                                    [&](const auto& each) { return each.name == *name; });
+      if (acl == configuration_.acls.end()) {
+        if (!aclNames_.contains(*name)) {
+          set.error("unknown-acl", fmt::format("there is no ACL \"{}\"", *name), "Correct the name, or add the ACL.");
+        }
+        return;
+      }
+      const auto [other, isFirst] = aclOfType.try_emplace(acl->typeName, *name);
+      if (!isFirst) {
+        return set.error("same-type",
+                         fmt::format("\"{}\" and \"{}\" are both of type {}; a filter takes one ACL of a type",
+                                     other->second, *name, acl->typeName),
+                         "Merge them into one ACL, or detach one of them.");
+      }
+      if (interface != nullptr) attach(set, *interface, direction, *acl);
+    });
+  }
+
+  void attach(const Place& place, const Interface& interface, Acl::AclDirection direction,
+              const AclConfiguration& acl) {
+    configuration_.attachments.push_back({interface.id, direction, acl.name});
+    FilterUse& use =
+        filterUses_[{interface.core, interface.portGroup, direction}].try_emplace(interface.id, place).first->second;
+    use.acls.insert(acl.name);
+  }
+
+  // Interfaces that share a filter write it in turn: all that have ACLs must have the same.
+  void checkSharedFilters() {
+    for (const auto& [filter, uses] : filterUses_) {
+      const auto& [firstIntf, first] = *uses.begin();
+      for (const auto& [intf, use] : uses) {
+        if (use.acls == first.acls) continue;
+        use.place.error("shared-filter",
+                        fmt::format("\"{}\" and \"{}\" share one filter, but have different ACLs, which would "
+                                    "overwrite each other",
+                                    firstIntf, intf),
+                        "Attach the same ACLs to all interfaces of a port group, or to one of them.");
+      }
+    }
+  }
+
+  struct FilterUse {
+    explicit FilterUse(Place where) : place(std::move(where)) {}
+    Place place;
+    std::set<std::string> acls;
+  };
+
+  Document document_;
+  const Device& device_;
+  Configuration configuration_;
+  std::set<std::string> aclNames_;
+  std::set<std::string> attachmentPoints_;
+  std::map<std::tuple<uint16_t, uint16_t, Acl::AclDirection>, std::map<Platform::IntfId, FilterUse>> filterUses_;
+};
+
+}  // namespace
+
+Configuration readConfiguration(const std::string& file, std::string_view text, const Device& device,
+                                Diagnostics& diagnostics) {
+  return Reader(file, text, device, diagnostics).read();
+}
+
+}  // namespace Sim

@@ -1,0 +1,18 @@
+// Reads ACLs in the IETF's model (RFC 8519), JSON-encoded (RFC 7951), into what the helper takes.
+// A rule is read in full or refused: nothing that its author wrote is left out silently.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "Configuration.h"
+#include "Device.h"
+#include "Diagnostics.h"
+
+namespace Sim {
+
+// What is wrong, or only worth knowing, goes to `diagnostics`, all of it; with errors the result is of no use.
+Configuration readConfiguration(const std::string& file, std::string_view text, const Device& device,
+                                Diagnostics& diagnostics);
+
+}  // namespace Sim

@@ -1,0 +1,50 @@
+// The filters of the simulated FPGA, read back from its registers and put into words.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Device.h"
+#include "SimFpga.h"
+#include "platform/AclTypes.h"
+
+namespace Sim {
+
+struct SlotRegisters {
+  uint8_t slot = 0;
+  uint32_t maskHigh = 0;
+  uint32_t maskLow = 0;
+  uint32_t addrHigh = 0;
+  uint32_t addrLow = 0;
+
+  bool isZero() const { return maskHigh == 0 && maskLow == 0 && addrHigh == 0 && addrLow == 0; }
+};
+
+// One filter, as its registers are.
+struct FilterDump {
+  std::string path;  // With a slash at its end.
+  uint32_t enable = 0;
+  uint32_t action = 0;
+  uint32_t tcp = 0;
+  uint32_t udp = 0;
+  std::vector<SlotRegisters> slots;  // All that the filter has.
+
+  bool isZero() const;
+  bool slotEnabled(uint8_t slot) const;
+  unsigned slotsInUse() const;
+  bool permitsUnmatched() const;
+
+  // Every set bit in words.
+  std::string enableWords() const;
+  std::string actionWords() const;
+  std::string tcpWords() const;
+  std::string udpWords() const;
+  // What a packet must be to meet the slot, and what becomes of it.
+  std::string slotWords(const SlotRegisters& registers) const;
+};
+
+FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface& interface,
+                      Acl::AclDirection direction);
+
+}  // namespace Sim

@@ -1,0 +1,49 @@
+// The simulated FPGA: a register file behind the transport, which remembers every access.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "platform/TransportMethod.h"
+
+namespace Sim {
+
+class SimFpga : public Platform::TransportMethod {
+ public:
+  struct Access {
+    bool write = false;
+    std::string path;
+    uint32_t value = 0;
+    bool failed = false;
+  };
+
+  // The numbers, from 1, of the writes that are to fail. A failed write leaves its register as it was.
+  explicit SimFpga(std::set<uint64_t> failWrites = {}) : failWrites_(std::move(failWrites)) {}
+
+  uint32_t regRead(std::string_view path) noexcept override;
+  void regWrite(std::string_view path, uint32_t value) noexcept override;
+
+  // What a register holds; 0 before its first write.
+  uint32_t value(std::string_view path) const;
+  const std::vector<Access>& accesses() const { return accesses_; }
+  uint64_t writes() const { return writes_; }
+
+  struct FailedWrite {
+    uint64_t number;
+    std::string path;
+  };
+  std::vector<FailedWrite> failedWrites() const;
+
+ private:
+  std::set<uint64_t> failWrites_;
+  std::map<std::string, uint32_t, std::less<>> registers_;
+  std::vector<Access> accesses_;
+  uint64_t writes_ = 0;
+};
+
+}  // namespace Sim

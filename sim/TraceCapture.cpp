@@ -1,0 +1,35 @@
+#include "TraceCapture.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include <fmt/format.h>
+
+#include "model/AclTrace.h"
+
+namespace Sim {
+
+TraceCapture::TraceCapture(int printLevel) : printLevel_(printLevel) {
+  Platform::TraceHandle& handle = Kestrix::aclTraceHandle();
+  handle.levelIs(std::max(printLevel, Platform::kTraceDetail));  // Some reasons are traced as details.
+  handle.sinkIs([this](const Platform::TraceRecord& record) { take(record); });
+}
+
+TraceCapture::~TraceCapture() {
+  Kestrix::aclTraceHandle().levelIs(Platform::kTraceFailure);
+  Kestrix::aclTraceHandle().sinkIs({});
+}
+
+std::string TraceCapture::last(std::string_view operation) const {
+  const auto found = lastMessages_.find(operation);
+  return found == lastMessages_.end() ? std::string() : found->second;
+}
+
+void TraceCapture::take(const Platform::TraceRecord& record) {
+  lastMessages_.insert_or_assign(std::string(record.operation), std::string(record.message));
+  if (record.level > printLevel_) return;
+  fmt::print(stderr, "[{}] {}:{} {}::{} {}\n", record.level, record.file, record.line, record.className,
+             record.operation, record.message);
+}
+
+}  // namespace Sim

@@ -1,0 +1,33 @@
+// The library's traces: printed up to the level asked for, and searched for the reasons of its refusals.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "platform/Trace.h"
+
+namespace Sim {
+
+// Owns the trace handle's sink while it lives.
+class TraceCapture {
+ public:
+  // Lines up to `printLevel` go to standard error; none when it is negative.
+  explicit TraceCapture(int printLevel);
+  ~TraceCapture();
+  TraceCapture(const TraceCapture&) = delete;
+  TraceCapture& operator=(const TraceCapture&) = delete;
+
+  // Forgets what was captured.
+  void clear() { lastMessages_.clear(); }
+  // The last message that `operation` has traced since then; empty when there is none.
+  std::string last(std::string_view operation) const;
+
+ private:
+  void take(const Platform::TraceRecord& record);
+
+  int printLevel_;
+  std::map<std::string, std::string, std::less<>> lastMessages_;
+};
+
+}  // namespace Sim
