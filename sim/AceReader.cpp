@@ -240,7 +240,7 @@ std::optional<Acl::Action> readAction(const Place& ace) {
   const auto actions = ace.required("actions", R"(Add "actions": {"forwarding": "accept"} or "drop".)");
   if (!actions || !actions->isObject()) return {};
   actions->onlyMembers({"forwarding", "logging"});
-  auto identity = [](std::string text) {
+  auto identity = [](std::string_view text) {
     constexpr std::string_view kPrefix = "ietf-access-control-list:";
     return text.starts_with(kPrefix) ? text.substr(kPrefix.size()) : text;
   };

@@ -73,7 +73,7 @@ class Reader {
   // The name of a list entry, its key: 1 to 64 characters, once in `seen`.
   std::optional<std::string> readName(const Place& entry, std::string_view what, std::set<std::string>& seen) {
     const auto place = entry.required("name", fmt::format("Name the {}.", what));
-    const auto name = place ? place->text() : std::nullopt;
+    auto name = place ? place->text() : std::nullopt;
     if (!name) return {};
     if (name->empty() || characters(*name) > 64) {
       place->error("out-of-range", fmt::format("the name of an {} has 1 to 64 characters", what), "Shorten it.");

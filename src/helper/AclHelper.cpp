@@ -1,5 +1,6 @@
 #include "helper/AclHelper.h"
 
+#include "helper/Callers.h"
 #include "hw/FilterRegisters.h"
 #include "hw/FilterWriter.h"
 #include "hw/RegisterLayout.h"
@@ -19,21 +20,15 @@ uint8_t requireRuleCount(std::string_view attribute, uint8_t rules) {
       fmt::format("{}.{}: {} is above the limit {}", AclHelper::modelName(), attribute, rules, kMaxRules));
 }
 
-template <class T>
-const Platform::Ptr<T>& requireSet(std::string_view attribute, const Platform::Ptr<T>& object) {
-  if (object) return object;
-  throw Platform::RangeError(fmt::format("{}.{}: must not be null", AclHelper::modelName(), attribute));
-}
-
 }  // namespace
 
 AclHelper::AclHelper(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap,
                      uint8_t inRules, uint8_t outRules, const Ptr<const Platform::VelCommonSmData>& vcsd)
-    : transport_(requireSet("transport", transport)),
+    : transport_(requireSet<AclHelper>("transport", transport)),
       intfMap_(intfMap),
       inRules_(requireRuleCount("inRules", inRules)),
       outRules_(requireRuleCount("outRules", outRules)),
-      vcsd_(requireSet("vcsd", vcsd)),
+      vcsd_(requireSet<AclHelper>("vcsd", vcsd)),
       ingressAclsSupported_(inRules != 0) {
   inShadowFilterIs();
   outShadowFilterIs();

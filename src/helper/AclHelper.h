@@ -28,7 +28,8 @@ inline constexpr char kUnitName[] = "Kestrix";
 // The most rule registers that one filter can have.
 inline constexpr uint8_t kMaxRules = 24;
 
-class KESTRIX_API AclHelper final : public VelHelper::AclHelper {
+// Not final, as an agent calls the operations through the virtual table: they are not exported.
+class AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
   // Shared with the creator.
   KESTRIX_FIXED(Platform::Ptr<Platform::TransportMethod>, transport);

@@ -1,10 +1,21 @@
 // What the operations of the helper check of their callers.
 #pragma once
 
+#include <string_view>
+
+#include <fmt/format.h>
+
 #include "helper/AclHelper.h"
 #include "platform/Trace.h"
 
 namespace Kestrix {
+
+// A construction argument of `Owner`. Raises RangeError when it is null.
+template <class Owner, class T>
+Platform::Ptr<T> requireSet(std::string_view attribute, const Platform::Ptr<T>& object) {
+  if (object) return object;
+  throw Platform::RangeError(fmt::format("{}.{}: must not be null", Owner::modelName(), attribute));
+}
 
 // The key of the framework's ACL object. Raises RangeError when there is none.
 inline const Platform::AclKey& keyOf(const Platform::Ptr<Platform::AclData>& aclData) {

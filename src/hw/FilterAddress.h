@@ -37,7 +37,7 @@ class FilterPath {
   std::string_view append(size_t prefixSize, std::string_view name);
 
   // The longest: msp_return[65535]/filter[65535]/rule[255]/mask_high
-  std::array<char, 64> text_;
+  std::array<char, 64> text_{};
   size_t baseSize_;
   size_t slotSize_;
 };

@@ -13,7 +13,7 @@ namespace {
 // A flag of the whole filter and what sets it. The filter's views are absent or false without their ACL.
 struct FlagRow {
   Layout::FlagBit bit;
-  bool (*isSet)(const ShadowFilter&);
+  bool (*isSet)(const ShadowFilter&) = nullptr;
 };
 
 constexpr FlagRow kEnableRows[] = {
@@ -80,7 +80,7 @@ FilterRegisters imageOf(const ShadowFilter& filter) {
   uint32_t udp = 0;
   FilterRegisters image;
   // Keys are dense from 0, so the count is the range of slots. What has no bits in the registers is left out.
-  const auto slots = std::min<size_t>(filter.rule().size(), Layout::kMaxSlots);
+  const auto slots = static_cast<uint8_t>(std::min<size_t>(filter.rule().size(), Layout::kMaxSlots));
   for (uint8_t slot = 0; slot < slots; ++slot) {
     const AclRule rule = filter.rule(slot);
     if (!rule) continue;  // No rule here, which looks like the default rule.

@@ -18,7 +18,7 @@
 
 namespace Kestrix::Layout {
 
-inline constexpr uint8_t kMaxSlots = 24;   // Slot bits 8 to 31 of enable and action.
+inline constexpr uint8_t kMaxSlots = 24;  // Slot bits 8 to 31 of enable and action.
 inline constexpr unsigned kFirstSlotBit = 8;
 
 constexpr uint32_t slotBit(uint8_t slot) { return uint32_t{1} << (kFirstSlotBit + slot); }

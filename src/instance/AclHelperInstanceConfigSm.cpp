@@ -1,5 +1,6 @@
 #include "instance/AclHelperInstanceConfigSm.h"
 
+#include "helper/Callers.h"
 #include "hw/FilterRegisters.h"
 #include "model/AclTrace.h"
 
@@ -10,13 +11,6 @@ KESTRIX_DEFINE_ENTITY(AclHelperInstanceConfigSm)
 namespace {
 
 constexpr std::string_view kClass = "AclHelperInstanceConfigSm";
-
-template <class T>
-const Platform::Ptr<T>& requireSet(std::string_view attribute, const Platform::Ptr<T>& object) {
-  if (object) return object;
-  throw Platform::RangeError(
-      fmt::format("{}.{}: must not be null", AclHelperInstanceConfigSm::modelName(), attribute));
-}
 
 // Sets the delay of one filter, made empty where there is none, and rewrites its enable register.
 bool applyDelay(AclHelper& helper, ShadowFilters& filters, Platform::IntfId intf, Acl::AclDirection direction,
@@ -34,10 +28,10 @@ AclHelperInstanceConfigSm::AclHelperInstanceConfigSm(
     const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
     const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
     const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper)
-    : instanceConfig_(requireSet("instanceConfig", instanceConfig)),
-      instanceStatus_(requireSet("instanceStatus", instanceStatus)),
-      vcsd_(requireSet("vcsd", vcsd)),
-      aclHelper_(requireSet("aclHelper", aclHelper)) {
+    : instanceConfig_(requireSet<AclHelperInstanceConfigSm>("instanceConfig", instanceConfig)),
+      instanceStatus_(requireSet<AclHelperInstanceConfigSm>("instanceStatus", instanceStatus)),
+      vcsd_(requireSet<AclHelperInstanceConfigSm>("vcsd", vcsd)),
+      aclHelper_(requireSet<AclHelperInstanceConfigSm>("aclHelper", aclHelper)) {
   subscribe();
   handleAclDropDelay();
 }

@@ -7,7 +7,7 @@
 
 namespace Kestrix {
 
-class KESTRIX_API AclHelperInstanceConfigSm final : public Platform::Entity {
+class AclHelperInstanceConfigSm final : public Platform::Entity {
   KESTRIX_ENTITY(AclHelperInstanceConfigSm, "Kestrix::AclHelperInstanceConfigSm");
   // All shared with the agent for the reactor's whole life.
   KESTRIX_FIXED(Platform::Ptr<const Platform::InstanceConfig>, instanceConfig);

@@ -33,7 +33,7 @@ AclHelper::AclCreateError AclHelper::addIntfToAcl(const IntfPairKey& intfPair, c
 AclHelper::AclCreateError AclHelper::writeAclToIntfs(const Ptr<ShadowAcl>& shadowAclArgument) {
   // Callbacks into the framework may drop every other reference to what this pass works on.
   const Ptr<AclHelper> self(this);
-  const Ptr<ShadowAcl> shadowAcl = shadowAclArgument;
+  const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
   const AclTrace trace("AclHelper", "writeAclToIntfs");
   requireShadowAcl(shadowAcl != nullptr, trace);
 

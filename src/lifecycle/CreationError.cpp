@@ -8,7 +8,7 @@ namespace Kestrix {
 
 AclHelper::AclCreateError AclHelper::setCreationError(const Ptr<ShadowAcl>& shadowAclArgument, AclCreateError error) {
   const Ptr<AclHelper> self(this);  // The callbacks may drop the last other reference.
-  const Ptr<ShadowAcl> shadowAcl = shadowAclArgument;
+  const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
   const AclTrace trace("AclHelper", "setCreationError");
   requireShadowAcl(shadowAcl != nullptr, trace);
 

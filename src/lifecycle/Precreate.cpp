@@ -63,7 +63,8 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
     return AclCreateError::noError;
   }
   shadowAcl->aclRulesFinalizedIs(false);
-  // Filters that hold the previous shadow ACL keep it alive: the hardware stays as it is until the new rules are written.
+  // Filters that hold the previous shadow ACL keep it alive: the hardware stays as it is until the new rules are
+  // written.
   shadowAcl->aclIs(freshAcl(key, trace));
 
   const Ptr<ShadowFilters> filters = shadowFilters(key.direction);

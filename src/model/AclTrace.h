@@ -8,7 +8,8 @@
 
 namespace Kestrix {
 
-// The handle named KestrixAclHelper, for the agent to set its level and sink. It lives as long as the library is loaded.
+// The handle named KestrixAclHelper, for the agent to set its level and sink. It lives as long as the library is
+// loaded.
 KESTRIX_API Platform::TraceHandle& aclTraceHandle();
 
 namespace Detail {

@@ -13,8 +13,8 @@
 
 namespace Kestrix {
 
-// One ACL: the shadow ACL built from its rules, and the state of each interface it is applied to. An interface is in any
-// of the four collections, or in none.
+// One ACL: the shadow ACL built from its rules, and the state of each interface it is applied to. An interface is in
+// any of the four collections, or in none.
 class ShadowAcl final : public Platform::Entity {
  public:
   // The shadow ACL of an IPv4 or a MAC ACL; by default `ip`, null. Compared by identity.

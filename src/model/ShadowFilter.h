@@ -13,8 +13,8 @@ namespace Kestrix {
 
 class FilterRegisters;
 
-// The shadow of one interface's filter in one direction. Writing an ACL replaces the filter; only `delay` and what is set
-// by name changes in place. The views always show the shadow ACL referenced.
+// The shadow of one interface's filter in one direction. Writing an ACL replaces the filter; only `delay` and what is
+// set by name changes in place. The views always show the shadow ACL referenced.
 class ShadowFilter final : public Platform::Entity {
   KESTRIX_ENTITY(ShadowFilter, "Kestrix::ShadowFilter");
   KESTRIX_FIXED(Platform::IntfId, intfId);

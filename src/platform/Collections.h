@@ -53,7 +53,8 @@ typename Collection::mapped_type takeOut(Collection& collection, const Key& key)
 
 // Stores `value` under `key`, overwriting what was there, and returns the entry.
 template <class Collection, class Key>
-typename Collection::mapped_type& store(Collection& collection, const Key& key, typename Collection::mapped_type value) {
+typename Collection::mapped_type& store(Collection& collection, const Key& key,
+                                        typename Collection::mapped_type value) {
   return collection.insert_or_assign(key, std::move(value)).first->second;
 }
 
@@ -66,8 +67,9 @@ const auto& keyOf(const Collection&, const typename Collection::value_type& memb
   }
 }
 
-// Calls `visit` once for each key that is there at the start and still there when its turn comes. `visit` may remove any
-// member, add members (not visited), and destroy whatever does not own `collection` itself: the caller keeps that alive.
+// Calls `visit` once for each key that is there at the start and still there when its turn comes. `visit` may remove
+// any member, add members (not visited), and destroy whatever does not own `collection` itself: the caller keeps that
+// alive.
 template <class Collection, class Visit>
 void forEachStable(const Collection& collection, Visit&& visit) {
   boost::container::small_vector<typename Collection::key_type, 16> keys;

@@ -43,7 +43,8 @@ struct KESTRIX_API WrongTypeError : ModelError {
   using ModelError::ModelError;
 };
 
-// The framework broke the order of calls, or an invariant of the shadow is broken. Nothing after the check has happened.
+// The framework broke the order of calls, or an invariant of the shadow is broken. Nothing after the check has
+// happened.
 struct KESTRIX_API ConsistencyError : std::logic_error {
   using std::logic_error::logic_error;
 };

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <utility>
 
 #include <boost/signals2/connection.hpp>
 #include <boost/signals2/dummy_mutex.hpp>
@@ -26,7 +25,7 @@ class Publisher {
  public:
   using Callback = std::function<void(AttributeId)>;
 
-  [[nodiscard]] Subscription subscribe(Callback callback) const { return signal_.connect(std::move(callback)); }
+  [[nodiscard]] Subscription subscribe(const Callback& callback) const { return signal_.connect(callback); }
   size_t subscribers() const { return signal_.num_slots(); }
   void notify(AttributeId attribute) const { signal_(attribute); }
 

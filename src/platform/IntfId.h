@@ -11,9 +11,9 @@
 
 namespace Platform {
 
-// An interface identifier: its name, 1 to 255 characters. Names are interned, so an id is as cheap as a pointer to copy,
-// compare and hash; an interned name is kept for the life of the process. Ordered by name, digit runs by their number
-// (port-2 before port-10).
+// An interface identifier: its name, 1 to 255 characters. Names are interned, so an id is as cheap as a pointer to
+// copy, compare and hash; an interned name is kept for the life of the process. Ordered by name, digit runs by their
+// number (port-2 before port-10).
 class KESTRIX_API IntfId {
  public:
   // Raises RangeError when the name is empty or too long.
@@ -29,7 +29,7 @@ class KESTRIX_API IntfId {
   friend struct std::hash<IntfId>;
   friend struct DownstreamIntfId;
   struct Record;
-  Record* record_;
+  Record* record_ = nullptr;
 };
 
 // What the agent knows of the interfaces that the FPGAs serve.

@@ -85,9 +85,9 @@ struct Stored<std::optional<T>> {
   using As = OptionalByte<T>;
 };
 
-// How an attribute is read: small plain values by value, others by reference.
+// How an attribute is read: what fits a register by value, others by reference.
 template <class T>
-using Read = std::conditional_t<std::is_trivially_copyable_v<T> && sizeof(T) <= 2 * sizeof(void*), T, const T&>;
+using Read = std::conditional_t<std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof(void*), T, const T&>;
 
 // Given at construction.
 template <class Self, class T>
@@ -311,15 +311,15 @@ class KESTRIX_API Entity : public Node {
 // --- Declarations --------------------------------------------------------------------------------------------------
 
 // Opens the attributes of `Type`; `qualifiedName` is its name in text forms and errors.
-#define KESTRIX_MODEL(Type, qualifiedName)                                     \
- public:                                                                       \
-  using ModelSelf = Type;                                                      \
-  static constexpr std::string_view modelName() { return qualifiedName; }      \
-                                                                               \
- private:                                                                      \
-  static constexpr int kModelFirst = __COUNTER__ + 1;                          \
-                                                                               \
- public:                                                                       \
+#define KESTRIX_MODEL(Type, qualifiedName)                                \
+ public:                                                                  \
+  using ModelSelf = Type;                                                 \
+  static constexpr std::string_view modelName() { return qualifiedName; } \
+                                                                          \
+ private:                                                                 \
+  static constexpr int kModelFirst = __COUNTER__ + 1;                     \
+                                                                          \
+ public:                                                                  \
   static_assert(true, "")
 
 // A plain value: copied, compared attribute by attribute.
@@ -330,23 +330,21 @@ class KESTRIX_API Entity : public Node {
   static_assert(true, "")
 
 // A node whose attributes are reached by name; KESTRIX_DEFINE_ENTITY belongs into one .cpp file.
-#define KESTRIX_ENTITY(Type, qualifiedName)               \
-  KESTRIX_MODEL(Type, qualifiedName);                     \
+#define KESTRIX_ENTITY(Type, qualifiedName)                \
+  KESTRIX_MODEL(Type, qualifiedName);                      \
   const ::Platform::ModelType& modelType() const override; \
-                                                          \
- protected:                                               \
-  const void* modelSelf() const override { return this; } \
-                                                          \
- public:                                                  \
+                                                           \
+ protected:                                                \
+  const void* modelSelf() const override { return this; }  \
+                                                           \
+ public:                                                   \
   static_assert(true, "")
 
 #define KESTRIX_DEFINE_ENTITY(Type) \
   const ::Platform::ModelType& Type::modelType() const { return ::Platform::modelTypeOf<Type>(); }
 
-#define KESTRIX_DESCRIBE_(...)                                                                  \
-  static constexpr auto modelAttribute(::Platform::AttributeIndex<__COUNTER__ - kModelFirst>) { \
-    return __VA_ARGS__;                                                                         \
-  }                                                                                             \
+#define KESTRIX_DESCRIBE_(...)                                                                                        \
+  static constexpr auto modelAttribute(::Platform::AttributeIndex<__COUNTER__ - kModelFirst>) { return __VA_ARGS__; } \
   static_assert(true, "")
 
 #define KESTRIX_GET_(name) [](const ModelSelf& self) -> decltype(auto) { return self.name(); }
@@ -361,84 +359,82 @@ class KESTRIX_API Entity : public Node {
   KESTRIX_DESCRIBE_(::Platform::Fixed<ModelSelf, Type>{#name, KESTRIX_GET_(name)})
 
 // Read and written freely; the rest of the arguments is the initial value.
-#define KESTRIX_SETTABLE(Type, name, ...)                                             \
- private:                                                                             \
-  ::Platform::Stored<Type>::As name##_ = __VA_ARGS__;                                 \
-                                                                                      \
- public:                                                                              \
-  ::Platform::Read<Type> name() const { return name##_; }                             \
-  void name##Is(Type value) { name##_ = std::move(value); }                           \
-  KESTRIX_DESCRIBE_(::Platform::Settable<ModelSelf, Type>{#name, KESTRIX_GET_(name), \
-                                                          [](ModelSelf& self, Type value) { self.name##Is(value); }})
+#define KESTRIX_SETTABLE(Type, name, ...)                   \
+ private:                                                   \
+  ::Platform::Stored<Type>::As name##_ = __VA_ARGS__;       \
+                                                            \
+ public:                                                    \
+  ::Platform::Read<Type> name() const { return name##_; }   \
+  void name##Is(Type value) { name##_ = std::move(value); } \
+  KESTRIX_DESCRIBE_(::Platform::Settable<ModelSelf, Type>{  \
+      #name, KESTRIX_GET_(name), [](ModelSelf& self, Type value) { self.name##Is(std::move(value)); }})
 
 // Computed by the rest of the arguments whenever it is read.
 #define KESTRIX_VIEW(Type, name, ...)       \
   Type name() const { return __VA_ARGS__; } \
   KESTRIX_DESCRIBE_(::Platform::View<ModelSelf, Type>{#name, KESTRIX_GET_(name)})
 
-#define KESTRIX_CONTAINER_(Container, name)                         \
- private:                                                           \
-  Container name##_;                                                \
-                                                                    \
- public:                                                            \
+#define KESTRIX_CONTAINER_(Container, name)                        \
+ private:                                                          \
+  Container name##_;                                               \
+                                                                   \
+ public:                                                           \
   /* The whole collection, for iteration, count and membership. */ \
-  const Container& name() const { return name##_; }                 \
-  void name##DelAll() { name##_.clear(); }                          \
-  KESTRIX_DESCRIBE_(::Platform::Collection<ModelSelf, Container>{   \
+  const Container& name() const { return name##_; }                \
+  void name##DelAll() { name##_.clear(); }                         \
+  KESTRIX_DESCRIBE_(::Platform::Collection<ModelSelf, Container>{  \
       #name, [](const ModelSelf& self) -> const Container& { return self.name(); }})
 
 // A set of keys: name(key) is membership; nameIs inserts; nameDel removes and says whether it was there.
-#define KESTRIX_SET(Key, name)                                            \
-  KESTRIX_CONTAINER_(::Platform::Set<Key>, name);                         \
-  bool name(const Key& key) const { return name##_.contains(key); }       \
-  void name##Is(const Key& key) { name##_.insert(key); }                  \
-  bool name##Del(const Key& key) { return name##_.erase(key) != 0; }      \
+#define KESTRIX_SET(Key, name)                                       \
+  KESTRIX_CONTAINER_(::Platform::Set<Key>, name);                    \
+  bool name(const Key& key) const { return name##_.contains(key); }  \
+  void name##Is(const Key& key) { name##_.insert(key); }             \
+  bool name##Del(const Key& key) { return name##_.erase(key) != 0; } \
   static_assert(true, "")
 
-// A hash map of values: name(key) gives a Lookup (the value type, or an optional of it); nameIs inserts or overwrites and
-// returns the entry; nameDel removes and returns the value, the type's default when there was none.
-#define KESTRIX_MAP(Key, Type, Lookup, name)                                                              \
-  using name##Map = ::Platform::Map<Key, Type>;                                                           \
-  KESTRIX_CONTAINER_(name##Map, name);                                                                    \
-  Lookup name(const Key& key) const { return ::Platform::lookUp<Lookup>(name##_, key); }                  \
+// A hash map of values: name(key) gives a Lookup (the value type, or an optional of it); nameIs inserts or overwrites
+// and returns the entry; nameDel removes and returns the value, the type's default when there was none.
+#define KESTRIX_MAP(Key, Type, Lookup, name)                                                               \
+  using name##Map = ::Platform::Map<Key, Type>;                                                            \
+  KESTRIX_CONTAINER_(name##Map, name);                                                                     \
+  Lookup name(const Key& key) const { return ::Platform::lookUp<Lookup>(name##_, key); }                   \
   Type& name##Is(const Key& key, Type value) { return ::Platform::store(name##_, key, std::move(value)); } \
-  Type name##Del(const Key& key) { return ::Platform::takeOut(name##_, key); }                            \
+  Type name##Del(const Key& key) { return ::Platform::takeOut(name##_, key); }                             \
   static_assert(true, "")
 
 // Values stored under a key of their own, `keyAttribute`, ascending: as KESTRIX_MAP, but nameIs takes the value alone.
 // The second nameDel removes at a position and returns the one after it.
-#define KESTRIX_VALUES(Key, Type, name, keyAttribute)                                                            \
-  using name##Map = ::Platform::ValueMap<Key, Type>;                                                             \
-  KESTRIX_CONTAINER_(name##Map, name);                                                                           \
-  Type name(Key key) const { return ::Platform::lookUp<Type>(name##_, key); }                                    \
-  Type& name##Is(const Type& value) { return ::Platform::store(name##_, value.keyAttribute(), value); }          \
-  Type name##Del(Key key) { return ::Platform::takeOut(name##_, key); }                                          \
-  name##Map::iterator name##Del(name##Map::const_iterator position) { return name##_.erase(position); }          \
+#define KESTRIX_VALUES(Key, Type, name, keyAttribute)                                                          \
+  using name##Map = ::Platform::ValueMap<Key, Type>;                                                           \
+  KESTRIX_CONTAINER_(name##Map, name);                                                                         \
+  Type name(Key key) const { return ::Platform::lookUp<Type>(name##_, key); }                                  \
+  Type& name##Is(const Type& value) { return ::Platform::store(name##_, value.keyAttribute(), value); }        \
+  Type name##Del(Key key) { return ::Platform::takeOut(name##_, key); }                                        \
+  name##Map::iterator name##Del(const name##Map::const_iterator& position) { return name##_.erase(position); } \
   static_assert(true, "")
 
 // Entities owned under their key: name(key) may be null; nameIs finds one, or makes it from its construction arguments,
 // the key first (ReinstantiationError when it exists with others); nameDel removes and returns it, or null.
-#define KESTRIX_ENTITIES(Key, Type, name)                                                                  \
-  using name##Map = ::Platform::Map<Key, ::Platform::Ptr<Type>>;                                           \
-  KESTRIX_CONTAINER_(name##Map, name);                                                                     \
-  ::Platform::Ptr<Type> name(const Key& key) const {                                                       \
-    return ::Platform::lookUp<::Platform::Ptr<Type>>(name##_, key);                                        \
-  }                                                                                                        \
-  template <class... Args>                                                                                 \
-  ::Platform::Ptr<Type> name##Is(const Key& key, const Args&... args) {                                    \
-    return ::Platform::findOrMake(name##_, key, args...);                                                  \
-  }                                                                                                        \
-  ::Platform::Ptr<Type> name##Del(const Key& key) { return ::Platform::takeOut(name##_, key); }            \
+#define KESTRIX_ENTITIES(Key, Type, name)                                                                              \
+  using name##Map = ::Platform::Map<Key, ::Platform::Ptr<Type>>;                                                       \
+  KESTRIX_CONTAINER_(name##Map, name);                                                                                 \
+  ::Platform::Ptr<Type> name(const Key& key) const { return ::Platform::lookUp<::Platform::Ptr<Type>>(name##_, key); } \
+  template <class... Args>                                                                                             \
+  ::Platform::Ptr<Type> name##Is(const Key& key, const Args&... args) {                                                \
+    return ::Platform::findOrMake(name##_, key, args...);                                                              \
+  }                                                                                                                    \
+  ::Platform::Ptr<Type> name##Del(const Key& key) { return ::Platform::takeOut(name##_, key); }                        \
   static_assert(true, "")
 
 // One owned entity: nameIs returns it, made empty when there is none; nameDel detaches and returns it.
-#define KESTRIX_CHILD(Type, name)                                                                               \
- private:                                                                                                       \
-  ::Platform::Ptr<Type> name##_;                                                                                \
-                                                                                                                \
- public:                                                                                                        \
-  const ::Platform::Ptr<Type>& name() const { return name##_; }                                                 \
-  ::Platform::Ptr<Type> name##Is() { return name##_ ? name##_ : name##_ = ::Platform::make<Type>(); }           \
-  ::Platform::Ptr<Type> name##Del() { return std::exchange(name##_, nullptr); }                                 \
-  KESTRIX_DESCRIBE_(                                                                                            \
+#define KESTRIX_CHILD(Type, name)                                                                     \
+ private:                                                                                             \
+  ::Platform::Ptr<Type> name##_;                                                                      \
+                                                                                                      \
+ public:                                                                                              \
+  const ::Platform::Ptr<Type>& name() const { return name##_; }                                       \
+  ::Platform::Ptr<Type> name##Is() { return name##_ ? name##_ : name##_ = ::Platform::make<Type>(); } \
+  ::Platform::Ptr<Type> name##Del() { return std::exchange(name##_, nullptr); }                       \
+  KESTRIX_DESCRIBE_(                                                                                  \
       ::Platform::View<ModelSelf, ::Platform::Ptr<Type>>{#name, [](const ModelSelf& self) { return self.name(); }})

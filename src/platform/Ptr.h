@@ -1,6 +1,6 @@
 // Reference-counted nodes and the pointer that holds them.
-// The count is not atomic: one event thread owns all nodes. A node is made with `make` and lives as long as a Ptr to it;
-// it is never put on the stack.
+// The count is not atomic: one event thread owns all nodes. A node is made with `make` and lives as long as a Ptr to
+// it; it is never put on the stack.
 //
 //   Ptr<ShadowFilters> filters = make<ShadowFilters>();
 #pragma once

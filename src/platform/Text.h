@@ -30,7 +30,8 @@ struct EnumName {
   std::string_view name;
 };
 
-// The names of an enumeration: specialise with a constexpr array of EnumName. A value without a name prints as a number.
+// The names of an enumeration: specialise with a constexpr array of EnumName. A value without a name prints as a
+// number.
 template <class E>
 inline constexpr int enumNames = 0;
 
@@ -62,8 +63,9 @@ T fromText(std::string_view text) {
     throw RangeError(fmt::format("\"{}\" is neither true nor false", text));
   } else if constexpr (std::unsigned_integral<T>) {
     T value{};
-    const char* const end = text.data() + text.size();
-    if (const auto read = std::from_chars(text.data(), end, value); read.ec == std::errc{} && read.ptr == end) {
+    const char* const start = text.data();
+    const char* const end = start + text.size();
+    if (const auto read = std::from_chars(start, end, value); read.ec == std::errc{} && read.ptr == end) {
       return value;
     }
     throw RangeError(fmt::format("\"{}\" is not a number from 0 to {}", text, std::numeric_limits<T>::max()));

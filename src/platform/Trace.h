@@ -1,6 +1,6 @@
 // Trace handles, levels and the sink that receives the records.
-// A trace point of a disabled level costs a load and a branch: nothing is formatted. Format strings are checked when they
-// are compiled.
+// A trace point of a disabled level costs a load and a branch: nothing is formatted. Format strings are checked when
+// they are compiled.
 //
 //   const TraceScope trace{handle, "KestrixAclHelper", "AclHelper", "hwInit"};
 //   trace.level5("intf: {}", intf);

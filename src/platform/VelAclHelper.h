@@ -22,8 +22,8 @@ class AclStatusListener : public Platform::Node {
   virtual void aclIntfBlocked(Platform::IntfId, bool) {}
 };
 
-// Base of the platforms' helpers. A helper overrides what its hardware can do; the defaults answer "not supported" or do
-// nothing. All operations are called on the agent's event thread.
+// Base of the platforms' helpers. A helper overrides what its hardware can do; the defaults answer "not supported" or
+// do nothing. All operations are called on the agent's event thread.
 class KESTRIX_API AclHelper : public Platform::Entity {
  public:
   using AclCreateError = Platform::AclCreateError;

@@ -8,7 +8,8 @@ namespace {
 // In the order in which they are made.
 constexpr IpSubruleCheck kChecks[] = {
     {[](const IpSubrule& subrule) {
-       return std::any_of(subrule.ipLength.begin(), subrule.ipLength.end(), [](uint16_t length) { return length != 0; });
+       return std::any_of(subrule.ipLength.begin(), subrule.ipLength.end(),
+                          [](uint16_t length) { return length != 0; });
      },
      "ipLen filter not supported"},
     {[](const IpSubrule& subrule) {

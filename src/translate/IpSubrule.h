@@ -38,7 +38,7 @@ struct IpSubrule {
 
 // A shape that the hardware cannot hold, with the trace that says so; the message is given the protocol.
 struct IpSubruleCheck {
-  bool (*refuses)(const IpSubrule&);
+  bool (*refuses)(const IpSubrule&) = nullptr;
   Platform::TraceFormat<Platform::IpProto> message;
 };
 

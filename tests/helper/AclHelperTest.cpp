@@ -1,0 +1,40 @@
+#include "support/HelperTest.h"
+
+namespace Kestrix::Test {
+
+struct AclHelperTest : HelperTest {};
+
+TEST_F(AclHelperTest, SupportFollowsTypeAndIngressRegisters) {
+  trace.levelIs(6);
+  const char *const kProfile = "Profile does not support ingress ACLs", *const kType = "Unsupported ACL type ipv6";
+  const std::tuple<uint8_t, AclKey, std::string> rows[] = {
+      {0, {"a", kIpv4, kIn}, kProfile}, {0, {"a", kIpv6, kIn}, kProfile}, {0, {"a", kMac, kOut}, ""},
+      {24, {"a", kMac, kIn}, ""},       {24, {"a", kIpv6, kIn}, kType},   {24, {"a", kIpv6, kOut}, kType}};
+  for (const auto& [inRules, key, refusal] : rows) {
+    build(inRules, 0);
+    helper->hwInit();
+    EXPECT_EQ(helper->ingressIpAclSupported() && helper->ingressMacAclSupported(), inRules != 0);
+    EXPECT_TRUE(helper->egressIpAclSupported() && helper->egressMacAclSupported() && helper->intfAclSupported());
+    EXPECT_EQ(helper->aclSupported(key), refusal.empty());
+    Lines traces{"5 hwInit: ", fmt::format("6 aclSupported: ACL direction: {} type: {}", key.direction, key.type)};
+    if (!refusal.empty()) traces.push_back("6 aclSupported: " + refusal);
+    EXPECT_EQ(taken(), traces);
+  }
+}
+
+TEST_F(AclHelperTest, AnswersForInterfaces) {
+  trace.levelIs(5);
+  vcsd->intfIs(e1, false);  // The value does not count.
+  EXPECT_TRUE(helper->intfSupportsAcl(e1) && !helper->intfSupportsAcl(e2));
+  EXPECT_EQ(helper->intfLinecardName(e2), "FixedSystem");
+  EXPECT_THAT(taken(), ElementsAre("5 intfSupportsAcl: intf: e1", "5 intfSupportsAcl: intf: e2",
+                                   "5 intfLinecardName: intf: e2"));
+}
+
+TEST_F(AclHelperTest, IsNotMadeWithMoreRulesThanTheRegistersHold) {
+  using Error = Platform::RangeError;
+  EXPECT_THAT([&] { build(25, 24); }, ThrowsMessage<Error>(testing::HasSubstr("inRules: 25 is above the limit 24")));
+  EXPECT_THAT([&] { build(24, 25); }, ThrowsMessage<Error>(testing::HasSubstr("outRules: 25 is above the limit 24")));
+}
+
+}  // namespace Kestrix::Test

@@ -1,0 +1,60 @@
+#include "hw/FilterRegisters.h"
+#include "support/HelperTest.h"
+
+namespace Kestrix::Test {
+
+struct FilterWriterTest : HelperTest {};
+
+TEST_F(FilterWriterTest, WritesEverySlotInOrderOrEnableAlone) {
+  FilterRegisters image;
+  image.enableIs(0x80000001), image.actionIs(2), image.tcpIs(3), image.udpIs(4);
+  FilterRuleRegisters slot1(1);  // Slot 0 is not programmed.
+  slot1.mask_highIs(0xFFFF), slot1.mask_lowIs(6), slot1.addr_highIs(7), slot1.addr_lowIs(0xFFFFFFFF);
+  image.ruleRegistersIs(slot1);
+  build(2, 1);
+  EXPECT_EQ(helper->regWriteHelper(image, e3, kIn, false), kNoError);
+  const std::string base = "msp_send[1]/i_filter[5]/";
+  EXPECT_THAT(taken(), ElementsAre(base + "enable 0x80000001", base + "action 0x2", base + "tcp 0x3", base + "udp 0x4",
+                                   base + "rule[0]/mask_high 0x0", base + "rule[0]/mask_low 0x0",
+                                   base + "rule[0]/addr_high 0x0", base + "rule[0]/addr_low 0x0",
+                                   base + "rule[1]/mask_high 0xffff", base + "rule[1]/mask_low 0x6",
+                                   base + "rule[1]/addr_high 0x7", base + "rule[1]/addr_low 0xffffffff"));
+  EXPECT_EQ(helper->regWriteHelper(image, e3, kOut, false), kNoError);
+  EXPECT_EQ(taken("msp_return[1]/filter[5]/").size(), 4u + 4u);
+  trace.levelIs(6);
+  EXPECT_EQ(helper->regWriteHelper(image, e3, Acl::AclDirection(2), true), kNoError);
+  EXPECT_THAT(taken(), ElementsAre("6 regWriteHelper: writing to intf: e3",
+                                   "6 regWriteHelper: only writing to enable register: true",
+                                   "msp_return[1]/filter[5]/enable 0x80000001", "6 regWriteHelper: success!"));
+}
+
+TEST_F(FilterWriterTest, AFailureAtAnyWriteIsToldOnceAndStopsNoWrite) {
+  transport->error().errorIs(true);  // Left by an access before.
+  trace.levelIs(6);
+  EXPECT_EQ(helper->regWriteHelper(FilterRegisters(), e3, kIn, false), kHardwareFailure);
+  EXPECT_EQ(log.back(), "6 regWriteHelper: I2C transaction error occured!! Has the FPGA been cleared?");
+  trace.levelIs(0);
+  const Lines writes = taken("msp");
+  for (const std::string& write : writes) {
+    transport->fails = write.substr(0, write.find(' '));
+    EXPECT_EQ(helper->regWriteHelper(FilterRegisters(), e3, kIn, false), kHardwareFailure) << write;
+    EXPECT_EQ(taken(), writes);
+    transport->fails.clear();
+    EXPECT_EQ(helper->regWriteHelper(FilterRegisters(), e3, kIn, false), kNoError) << write;
+    taken();
+  }
+}
+
+TEST_F(FilterWriterTest, IndicesAreReducedTo16BitsAfterSubtractingOne) {
+  const std::tuple<uint32_t, uint16_t, const char*> rows[] = {{0, 0, "[65535]/i_filter[65535]/"},
+                                                              {65537, 256, "[0]/i_filter[255]/"}};
+  for (const auto& [core, portGroup, path] : rows) {
+    Platform::DownstreamIntfId::coreIdIs(IntfId("indexed"), core);
+    IntfIdToPortGroupId map;
+    if (portGroup != 0) map.portGroupMapIs(IntfId("indexed"), portGroup);
+    aclHelperFactory(transport, map, 2, 2, vcsd)->regWriteHelper(FilterRegisters(), IntfId("indexed"), kIn, true);
+    EXPECT_THAT(taken(), ElementsAre(fmt::format("msp_send{}enable 0x0", path)));
+  }
+}
+
+}  // namespace Kestrix::Test

@@ -1,0 +1,64 @@
+#include "instance/AclHelperInstanceConfigSm.h"
+
+#include "support/HelperTest.h"
+
+namespace Kestrix::Test {
+
+struct AclHelperInstanceConfigSmTest : HelperTest {
+  AclHelperInstanceConfigSmTest() {
+    build(2, 1);
+    for (const auto direction : {kIn, kOut}) helper->shadowFilters(direction)->shadowFilterDelAll();
+    vcsd->intfIs(e1, false);
+    status->downstreamIntfStatusIs(e1);
+    const auto out = helper->outShadowFilter()->shadowFilterIs(e1, kIpv4, uint8_t{1});
+    for (uint8_t key = 0; key < 3; ++key) out->ruleIs(aRule({.key = key, .port = 1}));
+  }
+  Lines applied() {
+    log.push_back(fmt::format("{} {}", status->downstreamIntfStatus(e1)->aclDropDelay(), status->aclDropDelay()));
+    return taken();
+  }
+  const Ptr<Platform::InstanceConfig> config = make<Platform::InstanceConfig>();
+  const Ptr<Platform::InstanceStatus> status = make<Platform::InstanceStatus>();
+  Ptr<AclHelperInstanceConfigSm> reactor;
+  const Lines on{"msp_return[0]/filter[3]/enable 0x705", "msp_send[0]/i_filter[3]/enable 0x4", "true true"};
+};
+
+TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWhenMadeAndFollowsIt) {
+  config->aclDropDelayIs(true);
+  reactor = aclHelperInstanceConfigSmFactory(config, status, vcsd, helper);
+  EXPECT_EQ(applied(), on);
+  config->aclDropDelayIs(true);
+  EXPECT_EQ(applied(), on) << "once, and also without a change";
+  config->publisher().notify(386);
+  EXPECT_THAT(taken(), IsEmpty());
+  config->aclDropDelayIs(false);
+  EXPECT_THAT(applied(),
+              ElementsAre("msp_return[0]/filter[3]/enable 0x701", "msp_send[0]/i_filter[3]/enable 0x0", "false false"));
+  for (int i = 0; i < 2; ++i) reactor->hasNotificationActiveIs(false);
+  config->aclDropDelayIs(true);
+  for (int i = 0; i < 2; ++i) reactor->hasNotificationActiveIs(true);
+  EXPECT_THAT(taken(), IsEmpty()) << "switching on applies nothing by itself";
+  config->publisher().notify(387);
+  EXPECT_EQ(applied(), on);
+  helper->attributeIs("ingressAclsSupported", false);
+  transport->onWrite = [&] { reactor = nullptr; };  // Its last reference goes while it runs.
+  config->aclDropDelayIs(true);
+  EXPECT_THAT(applied(), ElementsAre(on[0], on[2]));
+  EXPECT_EQ(config->publisher().subscribers(), 0u);
+}
+
+TEST_F(AclHelperInstanceConfigSmTest, AFailedWriteIsTracedAndThePassGoesOn) {
+  vcsd->intfIs(e3, true);  // It has no status.
+  config->aclDropDelayIs(true);
+  transport->fails = "enable";
+  reactor = aclHelperInstanceConfigSmFactory(config, status, vcsd, helper);
+  const std::string failure =
+      "0 AclHelperInstanceConfigSm::handleAclDropDelay: Failed to write registers for already set ";
+  const Lines both{failure + "filter", failure + "input filter"};
+  EXPECT_THAT(taken(failure), ElementsAre(both[0], both[1], both[0], both[1]));
+  EXPECT_TRUE(status->aclDropDelay() && status->downstreamIntfStatus(e1)->aclDropDelay());
+  EXPECT_TRUE(filter(e3)->delay() && filter(e3)->ruleType() == kMac && filter(e3)->maxRules() == 1);
+  EXPECT_EQ(helper->inShadowFilter()->shadowFilter(e3)->maxRules(), 2);
+}
+
+}  // namespace Kestrix::Test

@@ -1,0 +1,38 @@
+#include "support/HelperTest.h"
+
+namespace Kestrix::Test {
+
+TEST(IpMacUnion, HoldsOneAlternativeAndOrdersIpFirst) {
+  const AclAddrWithMask none, ip(Platform::IpAddrWithFullMask{Platform::IpAddr(~0u), ~0u});
+  EXPECT_TRUE(none < ip && ip < AclAddrWithMask(Platform::EthAddrWithMask{}));
+  EXPECT_THROW(ip.mac(), Platform::BadUnionAccessError);
+  EXPECT_NE(ShadowAcl::Acl(make<IpAcl>(AclKey())), ShadowAcl::Acl(make<IpAcl>(AclKey()))) << "equal, but not the same";
+}
+
+TEST(BaseAcl, NextRuleKeyFollowsTheRunFromZeroOrOne) {
+  const std::pair<std::vector<uint8_t>, int> rows[] = {{{}, 0},     {{0}, 1},    {{1}, 2},      {{2}, 1},
+                                                       {{0, 2}, 1}, {{2, 1}, 3}, {{3, 0, 1}, 2}};
+  for (const auto& [keys, next] : rows) {
+    const auto acl = make<IpAcl>(AclKey());
+    for (const uint8_t key : keys) acl->ruleIs(AclRule(key));
+    EXPECT_EQ(acl->getNextAclRuleKey(), next) << testing::PrintToString(keys);
+  }
+}
+
+TEST(ShadowFilters, AFilterIsNotMadeAgainWithOtherArguments) {
+  const auto filters = make<ShadowFilters>();
+  const auto get = [&](Acl::AclType type, uint8_t rules) { return filters->shadowFilterIs(IntfId("e1"), type, rules); };
+  EXPECT_EQ(get(kIpv4, 8), get(kIpv4, 8));
+  EXPECT_THAT([&] { get(kMac, 4); }, ThrowsMessage<Platform::ReinstantiationError>(testing::EndsWith(" ruleType")));
+  EXPECT_THAT([&] { get(kIpv4, 4); }, ThrowsMessage<Platform::ReinstantiationError>(testing::EndsWith(" maxRules")));
+}
+
+TEST(ModelByName, RefusesWhatIsNotThereOrNotSettable) {
+  const auto filter = make<ShadowFilter>(IntfId("e1"), kMac, uint8_t{4});
+  for (const char* name : {"maxRules", "arp", "rule"})
+    EXPECT_THROW(filter->attributeIs(name, "1"), Platform::AttributeAccessError) << name;
+  EXPECT_THROW(filter->attribute("rules"), Platform::UnknownAttributeError);
+  EXPECT_THROW(filter->attributeIs("delay", "yes"), Platform::RangeError);
+}
+
+}  // namespace Kestrix::Test
