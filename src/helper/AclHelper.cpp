@@ -3,6 +3,7 @@
 #include "helper/Callers.h"
 #include "hw/FilterRegisters.h"
 #include "hw/FilterWriter.h"
+#include "hw/LinkMonitor.h"
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
 
@@ -82,6 +83,19 @@ bool AclHelper::aclSupported(const Platform::AclKey& key) const {
   if (key.type == Acl::AclType::ipv4 || key.type == Acl::AclType::mac) return true;
   trace.level6("Unsupported ACL type {}", key.type);
   return false;
+}
+
+void AclHelper::blockIntf(IntfId intf, bool block, uint32_t /*reason*/) {
+  const Ptr<AclHelper> self(this);  // The callback may drop the last other reference.
+  AclTrace("AclHelper", "blockIntf").level5("intf: {} block: {}", intf, block);
+  const std::string path = linkMonitorPath(filterAddress(intf, intfMap()));
+  transport()->regWrite(path, linkMonitorValue(transport()->regRead(path), block));
+  // A failed access stays in the transport's error flag, for the next write of a filter to report.
+  if (block) {
+    aclIntfBlockedStatusIs(intf, true);
+  } else {
+    aclIntfBlockedStatusDel(intf);
+  }
 }
 
 AclHelper::AclCreateError AclHelper::regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf,

@@ -69,11 +69,18 @@ class AclHelper : public VelHelper::AclHelper {
                                     uint8_t dscp) override;
   AclCreateError createIpFragRule(const Ptr<AclData>& aclData, const Acl::IpRuleConfig& ruleConfig,
                                   const UniqueId& ruleId, uint32_t ruleNum, uint32_t subruleNum) override;
+  AclCreateError createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
+                                  const Ptr<AclData>& aclData, uint32_t ruleNum) override;
   AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum) override;
   AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status) override;
+  void destroyAcl(const Ptr<AclData>& aclData) override;
+  void cleanupAcl(const Ptr<AclData>& aclData) override;
   void commitAcl(const Ptr<AclData>& aclData) override;
+  void blockIntf(IntfId intf, bool block, uint32_t reason) override;
   AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                               const Ptr<AclDataStatus>& status) override;
+  AclCreateError removeIntfFromAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
+                                   bool belongsToAnother) override;
   void updateAclPorts(const Ptr<AclData>& aclData, bool add) override;
 
   // --- Operations of the model ---
@@ -91,6 +98,11 @@ class AclHelper : public VelHelper::AclHelper {
   // noError, or the error of the last interface that failed. Raises ConsistencyError for a null ACL and for an applying
   // interface without a shadow filter.
   AclCreateError writeAclToIntfs(const Ptr<ShadowAcl>& shadowAcl);
+
+  // Takes an ACL off the filters of its deleting interfaces, keeping the ACL of the other type that shares one, and
+  // reports the pass to the framework. Raises ConsistencyError for a null ACL, and for an active interface without a
+  // shadow filter.
+  void clearAclFromIntfs(const Ptr<ShadowAcl>& shadowAcl);
 
   // Fails the interfaces that wait for the ACL with `error`, and raises it to the framework. Returns `error`.
   AclCreateError setCreationError(const Ptr<ShadowAcl>& shadowAcl, AclCreateError error);
@@ -110,6 +122,8 @@ class AclHelper : public VelHelper::AclHelper {
 
   // One interface of a writeAclToIntfs pass.
   AclCreateError writeAclToIntf(ShadowAcl& shadowAcl, const ShadowAcl::Acl& acl, IntfId intf);
+  // One interface of a clearAclFromIntfs pass.
+  AclCreateError clearAclFromIntf(ShadowAcl& shadowAcl, IntfId intf);
   // The interface is in error, the hardware unit too.
   AclCreateError refuseIntf(ShadowAcl& shadowAcl, IntfId intf, AclCreateError error);
 };

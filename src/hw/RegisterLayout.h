@@ -69,5 +69,11 @@ inline constexpr char kInputFilter[] = "msp_send[{}]/i_filter[{}]/";
 inline constexpr char kOutputFilter[] = "msp_return[{}]/filter[{}]/";
 // Appended to the path of a filter, with the slot number.
 inline constexpr char kRuleSlot[] = "rule[{}]/";
+// A register of the receive port, whose number is the port-group index.
+inline constexpr char kLinkMonitor[] = "msp_send[{}]/rx[{}]/linkmon_ctl";
+
+// Bits of the link-monitor control register. The others are written as 0.
+inline constexpr uint32_t kLinkMonitorKept = 0x07;   // Written back as read.
+inline constexpr uint32_t kLinkMonitorBlock = 0x18;  // Set to block all traffic.
 
 }  // namespace Kestrix::Layout

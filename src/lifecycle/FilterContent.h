@@ -33,6 +33,12 @@ struct FilterContent {
 // The content after `acl` is written to `filter`; `acl` is not null and was not refused.
 FilterContent contentAfterAttach(const ShadowFilter& filter, const ShadowAcl::Acl& acl);
 
+// Whether another ACL of the type of `shadowAcl` is recorded in the filter.
+bool holdsAnother(const ShadowFilter& filter, const ShadowAcl& shadowAcl);
+
+// The content after `acl` is taken off `filter`: the ACL of the other type as the filter references it, or nothing.
+FilterContent contentAfterDetach(const ShadowFilter& filter, const ShadowAcl::Acl& acl);
+
 // Replaces the shadow filter of `intf` in `filters` by one with `content`.
 Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::IntfId intf, uint8_t maxRules,
                                           const FilterContent& content);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "model/AclRule.h"
@@ -32,6 +33,9 @@ class BaseAcl : public Platform::Entity {
   // not filled again while there are rules). The caller checks it against the rule registers that there are.
   uint8_t getNextAclRuleKey() const;
 };
+
+// How a reference to a shadow ACL prints: its key, or "null".
+std::string referenceText(const BaseAcl* acl);
 
 // The shadow of an IPv4 ACL.
 class IpAcl final : public BaseAcl {

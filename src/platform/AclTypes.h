@@ -27,18 +27,24 @@ struct IpFilter {
   Platform::IpProto proto;
   Platform::IpAddrWithFullMask srcIp;
   Platform::IpAddrWithFullMask dstIp;
+
+  bool operator==(const IpFilter&) const = default;
 };
 
 // One configured IPv4 rule, as the subrules made of it carry it.
 struct RuleConfig {
   Action action = Action::deny;
   IpFilter filter;
+
+  bool operator==(const RuleConfig&) const = default;
 };
 
 // One configured IPv4 rule that matches fragments.
 struct IpRuleConfig {
   Action action = Action::deny;
   IpFilter filter;
+
+  bool operator==(const IpRuleConfig&) const = default;
 };
 
 // What a MAC rule matches. Mask bits that are set are compared; ethType 0 and 0xFFFFFFFF match every EtherType.
@@ -49,12 +55,15 @@ struct KESTRIX_API MacFilter {
   Platform::EthAddr dstAddr;
   Platform::EthAddr dstMask;
 
+  bool operator==(const MacFilter&) const = default;
   std::string toText() const;
 };
 
 struct MacRuleConfig {
   Action action = Action::deny;
   MacFilter filter;
+
+  bool operator==(const MacRuleConfig&) const = default;
 };
 
 }  // namespace Acl

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,6 +25,12 @@ class KESTRIX_API EthAddr {
   std::string toText() const;
 
   constexpr const Octets& octets() const { return octets_; }
+  // All bits the other way round: a mask as a wildcard, and back.
+  constexpr EthAddr complement() const {
+    Octets flipped{};
+    for (size_t i = 0; i < flipped.size(); ++i) flipped[i] = static_cast<uint8_t>(~octets_[i]);
+    return EthAddr(flipped);
+  }
   constexpr bool isEq(const EthAddr& other) const { return *this == other; }
 
   constexpr auto operator<=>(const EthAddr&) const = default;

@@ -14,13 +14,15 @@ constexpr size_t kLongestName = 255;
 
 struct IntfId::Record {
   std::string name;
+  size_t hash = 0;
   uint32_t coreId = 0;
 
   static Record* of(std::string_view name) {
     static auto& records = *new std::map<std::string, Record, std::less<>>;  // Never freed: ids may outlive any static.
     const auto found = records.find(name);
     if (found != records.end()) return &found->second;
-    return &records.try_emplace(std::string(name), Record{std::string(name)}).first->second;
+    return &records.try_emplace(std::string(name), Record{std::string(name), std::hash<std::string_view>{}(name)})
+                .first->second;
   }
 };
 
@@ -32,6 +34,8 @@ IntfId::IntfId(std::string_view name) {
 }
 
 const std::string& IntfId::toText() const { return record_->name; }
+
+size_t IntfId::hash() const { return record_->hash; }
 
 std::strong_ordering IntfId::operator<=>(const IntfId& other) const {
   if (record_ == other.record_) return std::strong_ordering::equal;

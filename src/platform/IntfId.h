@@ -2,6 +2,7 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -22,11 +23,13 @@ class KESTRIX_API IntfId {
   static IntfId fromText(std::string_view text) { return IntfId(text); }
   const std::string& toText() const;
 
+  // Of the name, so that hash order is the same in every run.
+  size_t hash() const;
+
   bool operator==(const IntfId&) const = default;
   std::strong_ordering operator<=>(const IntfId& other) const;
 
  private:
-  friend struct std::hash<IntfId>;
   friend struct DownstreamIntfId;
   struct Record;
   Record* record_ = nullptr;
@@ -44,5 +47,5 @@ struct KESTRIX_API DownstreamIntfId {
 
 template <>
 struct std::hash<Platform::IntfId> {
-  size_t operator()(Platform::IntfId intf) const noexcept { return std::hash<const void*>{}(intf.record_); }
+  size_t operator()(Platform::IntfId intf) const { return intf.hash(); }
 };

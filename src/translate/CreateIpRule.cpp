@@ -4,6 +4,7 @@
 #include "helper/Callers.h"
 #include "model/AclTrace.h"
 #include "translate/IpSubrule.h"
+#include "translate/RuleSlot.h"
 
 namespace Kestrix {
 namespace {
@@ -76,17 +77,10 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
     return AclCreateError::noError;
   }
 
-  const uint8_t ruleKey = ipAcl->getNextAclRuleKey();
-  if (ruleKey >= ruleLimit(key.direction)) {
-    trace.level5("no available rule registers");
-    return setCreationError(shadowAcl, AclCreateError::hardwareFailure);
-  }
+  const auto ruleKey = freeSlot(*ipAcl, ruleLimit(key.direction), trace);
+  if (!ruleKey) return setCreationError(shadowAcl, AclCreateError::hardwareFailure);
   if (match.port != 0) ipAcl->l4Is(true);
-  const AclRule rule = ipRule(ruleKey, match, subrule);
-  trace.level5("rule: {}", rule);
-  ipAcl->ruleIs(rule);
-  ipAcl->srcOrDstIs(sideInUse(side, ipAcl->srcOrDst()));
-  trace.level5("rule creation successful!");
+  storeRule(*ipAcl, ipRule(*ruleKey, match, subrule), side, trace);
   return AclCreateError::noError;
 }
 

@@ -22,7 +22,7 @@ TEST_F(FilterWriterTest, WritesEverySlotInOrderOrEnableAlone) {
   EXPECT_EQ(helper->regWriteHelper(image, e3, kOut, false), kNoError);
   EXPECT_EQ(taken("msp_return[1]/filter[5]/").size(), 4u + 4u);
   trace.levelIs(6);
-  EXPECT_EQ(helper->regWriteHelper(image, e3, Acl::AclDirection(2), true), kNoError);
+  EXPECT_EQ(helper->regWriteHelper(image, e3, kNeither, true), kNoError);
   EXPECT_THAT(taken(), ElementsAre("6 regWriteHelper: writing to intf: e3",
                                    "6 regWriteHelper: only writing to enable register: true",
                                    "msp_return[1]/filter[5]/enable 0x80000001", "6 regWriteHelper: success!"));

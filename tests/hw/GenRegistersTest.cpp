@@ -43,7 +43,7 @@ TEST(GenRegisters, ProgramsEveryRuleButTheDefaultOne) {
        "301 100 1 0; 0: 0 ffff 50 a01ffff; 1: 0 ffffffff 0 ffffffff"},
       {{{.udp = true}}, "101 0 0 1; 0: ffff 0 ffff ffffffff"},
       {{{.port = 443}}, "101 0 0 0; 0: 0 0 1bb ffffffff"},
-      {{{.action = Acl::Action(2)}}, "101 0 0 0; 0: 0 0 0 ffffffff"},
+      {{{.action = kUnknown}}, "101 0 0 0; 0: 0 0 0 ffffffff"},
       {{{.ip = "0.0.0.0/0.0.0.255"}}, "101 0 0 0; 0: 0 ff 0 ffffffff"},
       {{{.mac = "00:00:00:00:00:00/00:00:00:00:00:00"}}, "101 0 0 0; 0: 0 0 0 0"},
       {{{.mac = "01:02:03:04:05:06/00:f0:00:00:ff:00", .port = 80, .tcp = true}}, "101 0 1 0; 0: f0 ff00 1f2 304ff06"},

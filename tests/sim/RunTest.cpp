@@ -26,8 +26,8 @@ std::string example(const std::string& name) {
 
 RunResult runExamples(const std::string& device, const std::string& config, CommandLine line = {}) {
   line.deviceFile = device;
-  line.configFile = config;
-  return run(line, example(device), example(config), /*colour=*/false);
+  line.configFiles = {config};
+  return run(line, example(device), {example(config)}, /*colour=*/false);
 }
 
 json jsonOf(const RunResult& result) { return json::parse(result.output); }
@@ -108,8 +108,8 @@ TEST(Run, WhatTheHardwareWouldMisreadIsNotApplied) {
 
 TEST(Run, DeviceThatTheLibraryRefusesIsBadInput) {
   const RunResult result =
-      run({.deviceFile = "d.json", .json = true}, R"({"inRules": 25, "outRules": 1, "interfaces": []})",
-          R"({"ietf-access-control-list:acls": {}})", false);
+      run({.deviceFile = "d.json", .configFiles = {"c.json"}, .json = true},
+          R"({"inRules": 25, "outRules": 1, "interfaces": []})", R"({"ietf-access-control-list:acls": {}})", false);
   EXPECT_EQ(result.exitStatus, kBadInput);
   EXPECT_THAT(result.output, HasSubstr("Kestrix::AclHelper.inRules: 25 is above the limit 24"));
 }

@@ -20,16 +20,19 @@ using testing::ElementsAre, testing::IsEmpty, testing::ThrowsMessage;
 
 inline constexpr auto kNoError = AclCreateError::noError, kNotSupported = AclCreateError::notSupported,
                       kHardwareFailure = AclCreateError::hardwareFailure;
-inline constexpr auto kIn = Acl::AclDirection::in, kOut = Acl::AclDirection::out;
+inline constexpr auto kIn = Acl::AclDirection::in, kOut = Acl::AclDirection::out, kNeither = Acl::AclDirection{2};
 inline constexpr auto kIpv4 = Acl::AclType::ipv4, kIpv6 = Acl::AclType::ipv6, kMac = Acl::AclType::mac;
-inline constexpr auto kPermit = Acl::Action::permit, kDeny = Acl::Action::deny;
+inline constexpr auto kPermit = Acl::Action::permit, kDeny = Acl::Action::deny, kUnknown = Acl::Action{3};
 
 using Lines = std::vector<std::string>;
 
 // Remembers every write, as "<path> <value>"; one to a path that contains `fails` sets the error flag.
 struct FakeTransport : Platform::TransportMethod {
   explicit FakeTransport(Lines& record) : log(record) {}
-  uint32_t regRead(std::string_view) noexcept override { return 0; }
+  uint32_t regRead(std::string_view path) noexcept override {
+    log.push_back(fmt::format("{} read", path));
+    return readValue;
+  }
   void regWrite(std::string_view path, uint32_t value) noexcept override {
     log.push_back(fmt::format("{} {:#x}", path, value));
     if (!fails.empty() && path.find(fails) != path.npos) error().errorIs(true);
@@ -37,17 +40,23 @@ struct FakeTransport : Platform::TransportMethod {
   }
   Lines& log;
   std::string fails;
+  uint32_t readValue = 0;
   std::function<void()> onWrite = [] {};
 };
 
 // Remembers the calls to the framework, errors as numbers. `onCall` may call the helper again.
 struct RecordingListener : VelHelper::AclStatusListener {
   explicit RecordingListener(Lines& record) : log(record) {}
+  void aclIntfBlocked(IntfId intf, bool on) override { told(fmt::format("blocked {} {}", intf, on)); }
   void aclStatusUpdate(const AclKey& k, AclCreateError e) override { told(fmt::format("status {} {}", k, int(e))); }
   void unitErrorPublished(const String& unit, bool on) override { told(fmt::format("publish {} {}", unit, on)); }
   void unitErrorChanged(const String& u, AclCreateError e) override { told(fmt::format("unitError {} {}", u, int(e))); }
   void dirtyChanged(bool dirty) override { told(fmt::format("dirty {}", dirty)); }
-  void told(const std::string& call) { log.push_back(call), onCall(call); }
+  void told(const std::string& call) {
+    log.push_back(call);
+    const auto calling = onCall;  // A copy: it may replace itself.
+    calling(call);
+  }
   Lines& log;
   std::function<void(const std::string& call)> onCall = [](const std::string&) {};
 };
@@ -75,18 +84,25 @@ struct SubruleFields {
   std::array<uint16_t, 4> ipLen{};
 };
 
+inline constexpr char kAnyMac[] = "00:00:00:00:00:00/00:00:00:00:00:00";
+struct MacFields {
+  Acl::Action action = kPermit;
+  uint32_t ethType = 0;
+  const char *src = kAnyMac, *dst = kAnyMac;  // Address and mask of the bits compared.
+};
+
 // The interfaces of an ACL, sorted: "e1 active, e2 error 15".
 inline std::string intfsOf(const ShadowAcl& acl) {
   std::set<std::string> lines;
   for (const IntfId intf : acl.activeIntf()) lines.insert(fmt::format("{} active", intf));
   for (const IntfId intf : acl.applyingIntf()) lines.insert(fmt::format("{} applying", intf));
+  for (const IntfId intf : acl.deletingIntf()) lines.insert(fmt::format("{} deleting", intf));
   for (const auto& [intf, error] : acl.errorIntf()) lines.insert(fmt::format("{} error {}", intf, int(error)));
   return fmt::format("{}", fmt::join(lines, ", "));
 }
 
 // A helper with interfaces e1, e2, e3: core 1, 1, 2; port groups 4, 5, 6; empty MAC-type filters in both directions.
-class HelperTest : public testing::Test {
- protected:
+struct HelperTest : testing::Test {
   HelperTest() {
     trace.sinkIs([this](const Platform::TraceRecord& r) {
       EXPECT_EQ(fmt::format("{} {}", r.handle, r.file), "KestrixAclHelper KestrixAclHelper");
@@ -125,6 +141,12 @@ class HelperTest : public testing::Test {
                                       f.srcHigh, f.dstLow, f.dstHigh, f.ipLen[0], f.ipLen[1], f.ipLen[2], f.ipLen[3], 8,
                                       true, 64, 46);
   }
+  AclCreateError translateMac(const Ptr<AclData>& data, const MacFields& f) {
+    using Mac = Platform::EthAddrWithMask;
+    const auto src = Mac::fromText(f.src), dst = Mac::fromText(f.dst);
+    return helper->createMacAclRule({f.action, {f.ethType, src.addr, src.mask, dst.addr, dst.mask}},
+                                    Platform::UniqueId(7), data, 3);
+  }
   AclCreateError finish(const Ptr<AclData>& data) { return helper->createFinalAclRule(kMac, data, 9); }
   Ptr<ShadowFilter> filter(IntfId intf) { return helper->outShadowFilter()->shadowFilter(intf); }
   // `call` raises ConsistencyError with `message`, which is the last that is traced.
@@ -135,6 +157,7 @@ class HelperTest : public testing::Test {
 
   Lines log;
   const Ptr<AclData> acl = make<AclData>(AclKey{"edge", kIpv4, kOut});
+  const Ptr<AclData> macAcl = make<AclData>(AclKey{"guard", kMac, kOut});
   const IntfId e1{"e1"}, e2{"e2"}, e3{"e3"};
   Platform::TraceHandle& trace = aclTraceHandle();
   const Ptr<FakeTransport> transport = make<FakeTransport>(log);

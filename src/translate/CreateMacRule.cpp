@@ -1,0 +1,94 @@
+// Translation of MAC rules: createMacAclRule.
+
+#include "helper/AclHelper.h"
+#include "helper/Callers.h"
+#include "model/AclTrace.h"
+#include "translate/MacRule.h"
+#include "translate/RuleSlot.h"
+
+namespace Kestrix {
+namespace {
+
+void traceSide(const AclTrace& trace, RuleSide side) {
+  switch (side) {
+    case RuleSide::source:
+      return trace.level5("filtering on source MAC address");
+    case RuleSide::destination:
+      return trace.level5("filtering on destination MAC address");
+    case RuleSide::neither:
+      return trace.level5("filtering on any source and any destination");
+    case RuleSide::both:
+      return trace.level5("non-any addresses on both source and destination");
+    case RuleSide::sourceInDestinationAcl:
+      return trace.level5("can't filter on source, already filtering on destination");
+    case RuleSide::destinationInSourceAcl:
+      return trace.level5("can't filter on destination, already filtering on source");
+  }
+}
+
+Platform::Ptr<MacAcl> requireMacAcl(const ShadowAcl& shadowAcl, const AclTrace& trace) {
+  if (shadowAcl.acl().containsMac() && shadowAcl.acl().mac()) return shadowAcl.acl().mac();
+  Platform::consistencyFailure(trace, "In create MacAclRule, the shadow ACL should always be a MAC ACL");
+}
+
+// A rule without addresses is a verdict, of its protocol or of everything. The first one of a protocol decides.
+void setVerdict(MacAcl& macAcl, MacRuleKind kind, bool permit) {
+  if (kind == MacRuleKind::arp) {
+    if (macAcl.permitArp()) return;
+    macAcl.arpIs(true);
+    macAcl.permitArpIs(permit);
+  } else if (kind == MacRuleKind::lldp) {
+    if (macAcl.permitLldp()) return;
+    macAcl.lldpIs(true);
+    macAcl.permitLldpIs(permit);
+  } else {
+    macAcl.permitAnyIs(permit);
+  }
+}
+
+}  // namespace
+
+AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
+                                                      const Ptr<AclData>& aclData, uint32_t ruleNum) {
+  const Acl::MacFilter& filter = ruleConfig.filter;
+  const Platform::AclKey& key = keyOf(aclData);
+  const AclTrace trace("AclHelper", "createMacAclRule");
+  trace.level5("acl: {} type: {} direction: {} rule: {} id: {} filter: {}", key.name, key.type, key.direction, ruleNum,
+               ruleId, filter);
+
+  const Ptr<ShadowAcl> shadowAcl = attachedAcl(*this, key, trace);
+  if (!aclSupported(key)) {
+    trace.level5("Unsupported ACL: {}", key);
+    return setCreationError(shadowAcl, AclCreateError::notSupported);
+  }
+  const Ptr<MacAcl> macAcl = requireMacAcl(*shadowAcl, trace);
+
+  const MacRuleKind kind = macRuleKind(filter.ethType);
+  if (kind == MacRuleKind::unsupported) {
+    trace.level5("Unsupported EthType: {:x}", filter.ethType);
+    return setCreationError(shadowAcl, AclCreateError::notSupported);
+  }
+  // Never reached by a packet: an earlier rule decides all of them. Unlike IPv4 rules, before the sides are looked at.
+  if (macAcl->permitAny()) return AclCreateError::noError;
+
+  trace.level5("srcAddr: {} srcMask: {} dstAddr: {} dstMask: {}", filter.srcAddr, filter.srcMask, filter.dstAddr,
+               filter.dstMask);
+  const RuleSide side = chooseSide(isAnyAddress(filter.srcAddr), isAnyAddress(filter.dstAddr), macAcl->srcOrDst());
+  traceSide(trace, side);
+  if (!isExpressible(side)) return setCreationError(shadowAcl, AclCreateError::notSupported);
+  if (side == RuleSide::neither) {
+    setVerdict(*macAcl, kind, ruleConfig.action == Acl::Action::permit);
+    return AclCreateError::noError;
+  }
+  if (kind != MacRuleKind::everyEtherType) {
+    trace.level5("can't set address or mask on a protocol filter");
+    return setCreationError(shadowAcl, AclCreateError::notSupported);
+  }
+
+  const auto ruleKey = freeSlot(*macAcl, ruleLimit(key.direction), trace);
+  if (!ruleKey) return setCreationError(shadowAcl, AclCreateError::hardwareFailure);
+  storeRule(*macAcl, macRule(*ruleKey, side, ruleConfig), side, trace);
+  return AclCreateError::noError;
+}
+
+}  // namespace Kestrix
