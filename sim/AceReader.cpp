@@ -18,6 +18,10 @@ enum class Use {
   unmatched,  // The hardware does not look at it: without it the rule would match more than it says.
 };
 
+// The rows of an ACE's matches hold for ACLs of one type.
+constexpr std::string_view kIpMatches = "matches";
+constexpr std::string_view kMacMatches = "matches of a MAC ACL";
+
 struct Field {
   std::string_view container;
   std::string_view name;
@@ -52,16 +56,78 @@ constexpr Field kFields[] = {
     {"icmp", "type", Use::unmatched},
     {"icmp", "code", Use::unmatched},
     {"icmp", "rest-of-header", Use::unmatched},
-    {"matches", "ipv4", Use::matched},
-    {"matches", "tcp", Use::matched},
-    {"matches", "udp", Use::matched},
-    {"matches", "icmp", Use::matched},
-    {"matches", "ingress-interface", Use::unmatched},
-    {"matches", "egress-interface", Use::unmatched},
+    {kIpMatches, "ipv4", Use::matched},
+    {kIpMatches, "tcp", Use::matched},
+    {kIpMatches, "udp", Use::matched},
+    {kIpMatches, "icmp", Use::matched},
+    {kIpMatches, "ingress-interface", Use::unmatched},
+    {kIpMatches, "egress-interface", Use::unmatched},
+    {"eth", "source-mac-address", Use::matched},
+    {"eth", "source-mac-address-mask", Use::matched},
+    {"eth", "destination-mac-address", Use::matched},
+    {"eth", "destination-mac-address-mask", Use::matched},
+    {"eth", "ethertype", Use::matched},
+    {kMacMatches, "eth", Use::matched},
+    {kMacMatches, "ingress-interface", Use::unmatched},
+    {kMacMatches, "egress-interface", Use::unmatched},
 };
 
-// Containers of other ACL types than IPv4.
-constexpr std::string_view kForeignContainers[] = {"eth", "ipv6"};
+// The containers of all ACL types.
+constexpr std::string_view kContainers[] = {"eth", "ipv4", "ipv6", "tcp", "udp", "icmp"};
+
+// The EtherTypes that the model names (ietf-ethertypes).
+struct EtherType {
+  std::string_view name;
+  uint16_t number;
+};
+constexpr EtherType kEtherTypes[] = {
+    {"ipv4", 0x0800},
+    {"arp", 0x0806},
+    {"wlan", 0x0842},
+    {"trill", 0x22F3},
+    {"srp", 0x22EA},
+    {"decnet", 0x6003},
+    {"rarp", 0x8035},
+    {"appletalk", 0x809B},
+    {"aarp", 0x80F3},
+    {"vlan", 0x8100},
+    {"ipx", 0x8137},
+    {"qnx", 0x8204},
+    {"ipv6", 0x86DD},
+    {"efc", 0x8808},
+    {"esp", 0x8809},
+    {"cobranet", 0x8819},
+    {"mpls-unicast", 0x8847},
+    {"mpls-multicast", 0x8848},
+    {"pppoe-discovery", 0x8863},
+    {"pppoe-session", 0x8864},
+    {"intel-ans", 0x886D},
+    {"jumbo-frames", 0x8870},
+    {"homeplug", 0x887B},
+    {"eap", 0x888E},
+    {"profinet", 0x8892},
+    {"hyperscsi", 0x889A},
+    {"aoe", 0x88A2},
+    {"ethercat", 0x88A4},
+    {"provider-bridging", 0x88A8},
+    {"ethernet-powerlink", 0x88AB},
+    {"goose", 0x88B8},
+    {"gse", 0x88B9},
+    {"sv", 0x88BA},
+    {"lldp", 0x88CC},
+    {"sercos", 0x88CD},
+    {"wsmp", 0x88DC},
+    {"homeplug-av-mme", 0x88E1},
+    {"mrp", 0x88E3},
+    {"macsec", 0x88E5},
+    {"pbb", 0x88E7},
+    {"cfm", 0x8902},
+    {"fcoe", 0x8906},
+    {"fcoe-ip", 0x8914},
+    {"roce", 0x8915},
+    {"tte", 0x891D},
+    {"hsr", 0x892F},
+};
 
 // Layer-4 containers and the protocol that each implies.
 struct Layer4 {
@@ -82,8 +148,9 @@ void checkFields(const Place& place, std::string_view container) {
                           fmt::format("the hardware cannot match \"{}\"; without it the rule would match more", name),
                           "Remove the field if the wider rule is meant, or the whole ACE.");
     }
-    if (std::find(std::begin(kForeignContainers), std::end(kForeignContainers), name) != std::end(kForeignContainers)) {
-      return member.error("wrong-container", fmt::format("an ipv4-acl-type ACL has no \"{}\" matches", name),
+    const bool isMatches = container == kIpMatches || container == kMacMatches;
+    if (isMatches && std::find(std::begin(kContainers), std::end(kContainers), name) != std::end(kContainers)) {
+      return member.error("wrong-container", fmt::format("an ACL of this type has no \"{}\" matches", name),
                           "Move the ACE to an ACL of that type.");
     }
     member.error("unknown-member", fmt::format("\"{}\" is not a field of \"{}\" in RFC 8519", name, container),
@@ -278,7 +345,7 @@ std::optional<Ace> readIpAce(const Place& ace, const std::string& name) {
   };
 
   if (const auto matches = ace.member("matches"); matches && matches->isObject()) {
-    checkFields(*matches, "matches");
+    checkFields(*matches, kIpMatches);
     const auto ipv4 = matches->member("ipv4");
     if (ipv4 && ipv4->isObject()) {
       checkFields(*ipv4, "ipv4");
@@ -304,11 +371,93 @@ std::optional<Ace> readIpAce(const Place& ace, const std::string& name) {
   return Ace{name, rule};
 }
 
+// One side's address and its mask; any address when neither is there.
+struct MacMatch {
+  Platform::EthAddr addr;
+  Platform::EthAddr mask;
+};
+
+std::optional<Platform::EthAddr> readMac(const Place& place) {
+  const auto text = place.text();
+  if (!text) return {};
+  try {
+    return Platform::EthAddr::fromText(*text);
+  } catch (const Platform::RangeError& error) {
+    place.error("out-of-range", error.what(), "Write six octets in hexadecimal, such as 00:11:22:33:44:55.");
+    return {};
+  }
+}
+
+std::optional<MacMatch> readMacMatch(const Place& eth, const std::string& side) {
+  const auto addrPlace = eth.member(side + "-mac-address");
+  const auto maskPlace = eth.member(side + "-mac-address-mask");
+  if (!addrPlace && !maskPlace) return MacMatch{};
+  if (!addrPlace) {
+    maskPlace->error("missing-member", fmt::format("the mask has no {}-mac-address", side),
+                     "Add the address, or remove the mask.");
+    return {};
+  }
+  const Platform::EthAddr none;
+  const auto addr = readMac(*addrPlace);
+  const auto mask = maskPlace ? readMac(*maskPlace) : none.complement();
+  if (!addr || !mask) return {};
+  if (addr->isEq(none) && !mask->isEq(none)) {
+    addrPlace->error(
+        "any-address",
+        fmt::format("\"{}\" would match every address: the hardware reads the all-zero address as any", *addr),
+        "Leave out the address if any address is meant. The all-zero address itself cannot be matched.");
+    return {};
+  }
+  return MacMatch{*addr, *mask};
+}
+
+std::optional<uint32_t> readEtherType(const Place& place) {
+  if (place.isText()) {
+    const auto name = place.text();
+    const auto* row = std::find_if(std::begin(kEtherTypes), std::end(kEtherTypes),
+                                   [&](const EtherType& each) { return each.name == *name; });
+    if (row != std::end(kEtherTypes)) return row->number;
+    place.error("unknown-value", fmt::format("\"{}\" is not an EtherType", *name),
+                "Write its number, or a name of the model such as arp or lldp.");
+    return {};
+  }
+  const auto number = place.number(0, 65535);
+  if (!number) return {};
+  if (*number == 0) {
+    place.error("ethertype-zero", "EtherType 0 would match every EtherType: the hardware reads it as any",
+                "Leave out the EtherType if any is meant.");
+    return {};
+  }
+  return static_cast<uint32_t>(*number);
+}
+
+std::optional<Ace> readMacAce(const Place& ace, const std::string& name) {
+  const auto action = readAction(ace);
+  MacRule rule;
+  bool readable = action.has_value();
+  if (const auto matches = ace.member("matches"); matches && matches->isObject()) {
+    checkFields(*matches, kMacMatches);
+    if (const auto eth = matches->member("eth"); eth && eth->isObject()) {
+      checkFields(*eth, "eth");
+      const auto source = readMacMatch(*eth, "source");
+      const auto destination = readMacMatch(*eth, "destination");
+      const auto typePlace = eth->member("ethertype");
+      const auto etherType = typePlace ? readEtherType(*typePlace) : uint32_t{0};
+      readable = readable && source && destination && etherType;
+      if (readable) rule.config.filter = {*etherType, source->addr, source->mask, destination->addr, destination->mask};
+    }
+  }
+  if (!readable) return {};
+  rule.config.action = *action;
+  return Ace{name, rule};
+}
+
 }  // namespace
 
 std::optional<Ace> readAce(const Place& ace, const std::string& name, Acl::AclType type) {
   ace.onlyMembers({"name", "matches", "actions"});
   if (type == Acl::AclType::ipv4) return readIpAce(ace, name);
+  if (type == Acl::AclType::mac) return readMacAce(ace, name);
   // The helper refuses the ACL for its type, whatever its rules match.
   return Ace{name, ForeignRule{}};
 }

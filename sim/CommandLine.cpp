@@ -15,6 +15,7 @@ constexpr char kDescription[] =
 
 constexpr char kExamples[] = R"(Examples:
   kestrix-sim apply device.json acls.json                     the table of interfaces, and every rule
+  kestrix-sim apply device.json v1.json v2.json               two desired states in a row, and what the change took
   kestrix-sim apply device.json acls.json --registers         and every filter's registers in words
   kestrix-sim apply device.json acls.json --json              all of it, for a program
   kestrix-sim apply device.json acls.json --trace 5           and what the library decided, on standard error
@@ -36,12 +37,13 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, i
   app.footer(kExamples);
   app.require_subcommand(1);
 
-  CLI::App* apply = app.add_subcommand("apply", "Apply an ACL configuration to a device and report what became of it");
+  CLI::App* apply = app.add_subcommand(
+      "apply", "Apply ACL configurations to a device, one after the other, and report what became of them");
   apply->footer(kExamples);
   apply->add_option("device", line.deviceFile, "The device: its rule slots and interfaces (JSON)")
       ->required()
       ->type_name("DEVICE.json");
-  apply->add_option("config", line.configFile, "The ACL configuration (RFC 8519 in JSON)")
+  apply->add_option("config", line.configFiles, "The ACL configuration (RFC 8519 in JSON), or one after the other")
       ->required()
       ->type_name("CONFIG.json");
   apply->add_flag("--registers", line.registers, "Show every filter's registers, each set bit and slot in words");

@@ -5,12 +5,13 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Sim {
 
 struct CommandLine {
   std::string deviceFile = {};
-  std::string configFile = {};
+  std::vector<std::string> configFiles = {};  // One desired state after the other.
   bool registers = false;
   bool json = false;
   int trace = -1;                      // The highest level printed; none by default.

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -26,18 +27,32 @@ struct IpRule {
   Ports source;
   Ports destination;
   uint16_t ipLength = 0;  // 0 is none.
+
+  bool operator==(const IpRule&) const = default;
 };
 
 struct FragmentRule {
   Acl::IpRuleConfig config;
+
+  bool operator==(const FragmentRule&) const = default;
+};
+
+struct MacRule {
+  Acl::MacRuleConfig config;
+
+  bool operator==(const MacRule&) const = default;
 };
 
 // A rule of an ACL whose type the helper refuses as a whole.
-struct ForeignRule {};
+struct ForeignRule {
+  bool operator==(const ForeignRule&) const = default;
+};
 
 struct Ace {
   std::string name;
-  std::variant<IpRule, FragmentRule, ForeignRule> rule;
+  std::variant<IpRule, FragmentRule, MacRule, ForeignRule> rule;
+
+  bool operator==(const Ace&) const = default;
 };
 
 struct AclConfiguration {
@@ -45,6 +60,8 @@ struct AclConfiguration {
   std::string typeName;  // As configured, without the module's prefix.
   Acl::AclType type = Acl::AclType::ipv4;
   std::vector<Ace> aces;
+
+  bool operator==(const AclConfiguration&) const = default;
 };
 
 struct Attachment {
@@ -56,6 +73,7 @@ struct Attachment {
 struct Configuration {
   std::vector<AclConfiguration> acls;
   std::vector<Attachment> attachments;
+  std::set<Platform::IntfId> disabled;  // Interfaces that are to pass no traffic.
 };
 
 }  // namespace Sim

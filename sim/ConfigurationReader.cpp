@@ -64,8 +64,8 @@ class Reader {
       if (const auto list = points->member("interface")) {
         list->forEachElement([&](const Place& point) { readAttachmentPoint(point); });
       }
-      checkSharedFilters();
     }
+    checkSharedFilters();
     return std::move(configuration_);
   }
 
@@ -97,9 +97,6 @@ class Reader {
     constexpr std::string_view kPrefix = "ietf-access-control-list:";
     if (typeName && typeName->starts_with(kPrefix)) typeName->erase(0, kPrefix.size());
     AclConfiguration acl{name.value_or(""), typeName.value_or(""), typeOf(typeName.value_or("")), {}};
-    if (acl.type == Acl::AclType::mac) {
-      typePlace->error("not-supported", "MAC ACLs are not read yet", "Remove the ACL.");
-    }
     if (const auto aces = place.member("aces"); aces && aces->isObject()) {
       aces->onlyMembers({"ace"});
       std::set<std::string> aceNames;
@@ -130,8 +127,14 @@ class Reader {
       if (!place.isObject()) return;
       place.onlyMembers({"name", "description", "type", "enabled", "link-up-down-trap-enable"});
       const auto name = readName(place, "interface", names);
-      if (name && device_.find(*name) == nullptr) {
+      const auto enabledPlace = place.member("enabled");
+      const auto enabled = enabledPlace ? enabledPlace->boolean() : true;
+      if (!name || !enabled) return;
+      const Interface* interface = device_.find(*name);
+      if (interface == nullptr) {
         place.warning("unknown-interface", fmt::format("the device has no interface \"{}\"", *name), "It is left out.");
+      } else if (!*enabled) {
+        configuration_.disabled.insert(interface->id);
       }
     });
   }
@@ -186,45 +189,37 @@ class Reader {
                                      other->second, *name, acl->typeName),
                          "Merge them into one ACL, or detach one of them.");
       }
-      if (interface != nullptr) attach(set, *interface, direction, *acl);
+      if (interface == nullptr) return;
+      configuration_.attachments.push_back({interface->id, direction, acl->name});
+      aclsOf_[interface->id].emplace(direction, acl->name);
     });
   }
 
-  void attach(const Place& place, const Interface& interface, Acl::AclDirection direction,
-              const AclConfiguration& acl) {
-    configuration_.attachments.push_back({interface.id, direction, acl.name});
-    FilterUse& use =
-        filterUses_[{interface.core, interface.portGroup, direction}].try_emplace(interface.id, place).first->second;
-    use.acls.insert(acl.name);
-  }
-
-  // Interfaces that share a filter write it in turn: all that have ACLs must have the same.
+  // Interfaces that share filters write them in turn, so they must have the same ACLs, and be enabled or not, together.
   void checkSharedFilters() {
-    for (const auto& [filter, uses] : filterUses_) {
-      const auto& [firstIntf, first] = *uses.begin();
-      for (const auto& [intf, use] : uses) {
-        if (use.acls == first.acls) continue;
-        use.place.error("shared-filter",
-                        fmt::format("\"{}\" and \"{}\" share one filter, but have different ACLs, which would "
-                                    "overwrite each other",
-                                    firstIntf, intf),
-                        "Attach the same ACLs to all interfaces of a port group, or to one of them.");
-      }
+    std::map<std::pair<uint16_t, uint16_t>, const Interface*> firstOf;
+    for (const Interface& interface : device_.interfaces) {
+      const auto [position, isFirst] = firstOf.try_emplace({interface.core, interface.portGroup}, &interface);
+      if (isFirst) continue;
+      const Interface& first = *position->second;
+      const bool sameAcls = aclsOf_[first.id] == aclsOf_[interface.id];
+      const bool sameState =
+          configuration_.disabled.contains(first.id) == configuration_.disabled.contains(interface.id);
+      if (sameAcls && sameState) continue;
+      document_.report(
+          Severity::error, "", "shared-filter",
+          fmt::format("\"{}\" and \"{}\" share their filters (core {}, port group {}), but not their {}", first.id,
+                      interface.id, first.core, first.portGroup, sameAcls ? "enabled state" : "ACLs"),
+          "Give all interfaces of a port group the same ACLs and the same enabled state.");
     }
   }
-
-  struct FilterUse {
-    explicit FilterUse(Place where) : place(std::move(where)) {}
-    Place place;
-    std::set<std::string> acls;
-  };
 
   Document document_;
   const Device& device_;
   Configuration configuration_;
   std::set<std::string> aclNames_;
   std::set<std::string> attachmentPoints_;
-  std::map<std::tuple<uint16_t, uint16_t, Acl::AclDirection>, std::map<Platform::IntfId, FilterUse>> filterUses_;
+  std::map<Platform::IntfId, std::set<std::pair<Acl::AclDirection, std::string>>> aclsOf_;
 };
 
 }  // namespace

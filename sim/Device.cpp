@@ -34,7 +34,7 @@ void readInterface(const Place& place, Device& device) {
     place.warning("shared-filter",
                   fmt::format("\"{}\" and \"{}\" share the filters of core {}, port group {}", *name, other.id,
                               added.core, added.portGroup),
-                  "An ACL on one of them filters the traffic of both.");
+                  "Give them the same ACLs: what one has filters the traffic of both.");
     break;
   }
   device.byName.emplace(*name, device.interfaces.size());

@@ -30,6 +30,8 @@ class Place {
   // The value as what is expected. None, and a diagnostic, when it is something else.
   bool isObject() const;
   bool isArray() const;
+  // Whether it is a string; no diagnostic.
+  bool isText() const { return value_->is_string(); }
   std::optional<std::string> text() const;
   std::optional<bool> boolean() const;
   std::optional<uint64_t> number(uint64_t least, uint64_t most) const;

@@ -27,6 +27,14 @@ constexpr Row kRows[] = {
      {"side-conflict",
       "All rules of an ACL match the same side, and an earlier one has matched the source: split the "
       "ACL, or write this rule for the source."}},
+    {"non-any addresses on both source and destination",
+     {"both-sides", "A rule matches addresses on one side only: leave the other side any."}},
+    {"Unsupported EthType",
+     {"ethertype",
+      "The hardware tells ARP and LLDP from the rest, and no other EtherType: leave it out, or remove the "
+      "rule."}},
+    {"can't set address or mask on a protocol filter",
+     {"protocol-address", "ARP and LLDP are permitted or denied for the whole filter: leave out the address."}},
     {"no available rule registers",
      {"no-slot",
       "The filter has no slot left: merge rules, or leave to the last rule, for everything, what it says "
@@ -38,6 +46,8 @@ constexpr Row kRows[] = {
      {"type-conflict", "A filter holds the rules of an IPv4 ACL or of a MAC ACL: attach one of them elsewhere."}},
     {"a register write failed",
      {"write-failed", "The filter may hold a part of the ACL: find out why the bus fails, and apply again."}},
+    {"the helper does not know the interface for this ACL",
+     {"dropped", "Apply the configuration again; the traces tell more: --trace 6."}},
     {"not attached to any interface", {"not-attached", "Name the ACL in an ACL set of attachment-points to apply it."}},
 };
 

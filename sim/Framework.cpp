@@ -1,6 +1,10 @@
 #include "Framework.h"
 
 #include <algorithm>
+#include <map>
+#include <tuple>
+#include <utility>
+#include <variant>
 
 #include "model/AclTrace.h"
 
@@ -14,32 +18,59 @@ struct Overloaded : Visits... {
   using Visits::operator()...;
 };
 
-// How much of an ACL the helper holds: what a translation call changes.
+// What a translation call changes in the helper's shadow of an ACL.
 struct Translated {
   size_t rules = 0;
-  bool hasVerdict = false;
+  std::optional<bool> permitAny;
+  std::optional<bool> permitArp;
+  std::optional<bool> permitLldp;
 };
 
 Translated translated(const Kestrix::ShadowAcl& shadowAcl) {
+  Translated shadow;
   const auto acl = shadowAcl.acl().base();
-  return acl ? Translated{acl->rule().size(), acl->permitAny().has_value()} : Translated{};
+  if (!acl) return shadow;
+  shadow.rules = acl->rule().size();
+  shadow.permitAny = acl->permitAny();
+  if (shadowAcl.acl().containsMac()) {
+    shadow.permitArp = shadowAcl.acl().mac()->permitArp();
+    shadow.permitLldp = shadowAcl.acl().mac()->permitLldp();
+  }
+  return shadow;
 }
 
-AceState stateAfter(const Translated& before, const Translated& after) {
-  if (after.rules != before.rules) return AceState::programmed;
-  return after.hasVerdict != before.hasVerdict ? AceState::verdict : AceState::notReached;
+// What an accepted rule became.
+void noteAccepted(const Translated& before, const Translated& after, AceOutcome& ace) {
+  auto verdict = [&](Verdict kind, bool permits) {
+    ace.state = AceState::verdict;
+    ace.verdict = kind;
+    ace.permits = permits;
+  };
+  if (after.rules != before.rules) {
+    ace.state = AceState::programmed;
+  } else if (after.permitAny != before.permitAny) {
+    verdict(Verdict::unmatched, *after.permitAny);
+  } else if (after.permitArp != before.permitArp) {
+    verdict(Verdict::arp, *after.permitArp);
+  } else if (after.permitLldp != before.permitLldp) {
+    verdict(Verdict::lldp, *after.permitLldp);
+  } else {
+    ace.state = AceState::notReached;
+  }
 }
 
 }  // namespace
 
 bool Outcome::isAllApplied() const {
-  return !startupFailed && std::all_of(acls.begin(), acls.end(), [](const AclOutcome& acl) {
-    return acl.state == AclState::applied || acl.state == AclState::notAttached;
-  });
+  return failedWrites.empty() && std::all_of(acls.begin(), acls.end(), [](const AclOutcome& acl) {
+           return acl.state == AclState::applied || acl.state == AclState::notAttached;
+         });
 }
 
 Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces)
-    : traces_(traces),
+    : device_(device),
+      fpga_(fpga),
+      traces_(traces),
       vcsd_(Platform::make<Platform::VelCommonSmData>()),
       instanceConfig_(Platform::make<Platform::InstanceConfig>()),
       instanceStatus_(Platform::make<Platform::InstanceStatus>()) {
@@ -55,77 +86,286 @@ Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, T
   helper_ = Kestrix::aclHelperFactory(fpga, intfMap, device.inRules, device.outRules, vcsd_);
   helper_->hwInit();
   reactor_ = Kestrix::aclHelperInstanceConfigSmFactory(instanceConfig_, instanceStatus_, vcsd_, helper_);
-  startupWrites_ = fpga->writes();
-  startupFailed_ = !fpga->failedWrites().empty();
+}
+
+std::vector<Framework::Wanted> Framework::wantedBy(const Configuration& desired) {
+  std::map<std::pair<std::string, Acl::AclDirection>, std::set<Platform::IntfId>> intfsOf;
+  for (const Attachment& each : desired.attachments) intfsOf[{each.acl, each.direction}].insert(each.intf);
+
+  std::vector<Wanted> wanted;
+  auto want = [&](const AclConfiguration& acl, Acl::AclDirection direction, std::set<Platform::IntfId> intfs) {
+    Platform::AclKey key;
+    key.name = acl.name;
+    key.type = acl.type;
+    key.direction = direction;
+    wanted.push_back({std::move(key), &acl, std::move(intfs)});
+  };
+  for (const AclConfiguration& acl : desired.acls) {
+    const size_t before = wanted.size();
+    for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
+      const auto intfs = intfsOf.find({acl.name, direction});
+      if (intfs != intfsOf.end()) want(acl, direction, intfs->second);
+    }
+    // The helper is told of one that is not attached all the same, and ignores it or refuses its type.
+    if (wanted.size() == before) want(acl, Acl::AclDirection::out, {});
+  }
+  return wanted;
 }
 
 Outcome Framework::apply(const Configuration& desired) {
-  std::map<std::pair<std::string, Acl::AclDirection>, std::vector<Platform::IntfId>> intfsOf;
-  for (const Attachment& each : desired.attachments) intfsOf[{each.acl, each.direction}].push_back(each.intf);
-
   Outcome outcome;
-  outcome.startupWrites = startupWrites_;
-  outcome.startupFailed = startupFailed_;
-  for (const AclConfiguration& acl : desired.acls) {
-    bool isAttached = false;
-    for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
-      const auto intfs = intfsOf.find({acl.name, direction});
-      if (intfs == intfsOf.end()) continue;
-      isAttached = true;
-      const Platform::AclKey key{.name = acl.name, .type = acl.type, .direction = direction};
-      outcome.acls.push_back(applyAcl(acl, key, intfs->second, outcome.intfs));
+  const uint64_t writesBefore = fpga_->writes();
+  const std::vector<Wanted> wanted = wantedBy(desired);
+
+  std::vector<std::set<Platform::IntfId>> inactive;
+  for (const Wanted& each : wanted) inactive.push_back(inactiveIntfs(each));
+  // What goes makes room for what comes: a filter takes the rules of one ACL only. Where an ACL of the same type comes,
+  // it takes the place of the old one, which is told afterwards; and only then are new rules of the old one translated,
+  // so that they do not reach the interfaces that have left it.
+  const std::vector<Move> moves = detach(wanted, outcome);
+  auto waits = [&](const Wanted& each) {
+    const bool isLeft =
+        std::any_of(moves.begin(), moves.end(), [&](const Move& move) { return move.from == each.key; });
+    return isLeft && held_.at(each.key).config != *each.config;
+  };
+  std::vector<const Wanted*> waiting;
+  for (const Wanted& each : wanted) {
+    if (waits(each)) {
+      waiting.push_back(&each);
+    } else {
+      attach(each, outcome);
     }
-    if (isAttached) continue;
-    // The helper is told of it all the same, and ignores it or refuses its type.
-    const Platform::AclKey key{.name = acl.name, .type = acl.type, .direction = Acl::AclDirection::out};
-    outcome.acls.push_back(applyAcl(acl, key, {}, outcome.intfs));
+  }
+  for (const Move& move : moves) finish(move);
+  for (const Wanted* each : waiting) attach(*each, outcome);
+  for (size_t i = 0; i < wanted.size(); ++i) retry(wanted[i], inactive[i], outcome);
+  removeGone(wanted, outcome);
+  block(desired, outcome);
+
+  report(wanted, outcome);
+  outcome.blocked = {blocked_.begin(), blocked_.end()};
+  outcome.writes = fpga_->writes() - writesBefore;
+  for (const auto& failed : fpga_->failedWrites()) {
+    if (failed.number > writesBefore) outcome.failedWrites.push_back(failed);
   }
   return outcome;
 }
 
-AclOutcome Framework::applyAcl(const AclConfiguration& acl, const Platform::AclKey& key,
-                               const std::vector<Platform::IntfId>& intfs, std::vector<IntfOutcome>& intfOutcomes) {
-  AclOutcome outcome{.key = key,
-                     .typeName = acl.typeName,
-                     .isAttached = !intfs.empty(),
-                     .state = AclState::applied,
-                     .reason = {},
-                     .aces = {}};
-  const auto aclData = Platform::make<Platform::AclData>(key);
-  const auto status = Platform::make<Platform::AclDataStatus>();
-  for (const Platform::IntfId intf : intfs) helper_->addIntfToAcl({intf, key.direction}, aclData, status);
+void Framework::block(const Configuration& desired, Outcome& outcome) {
+  for (const Interface& interface : device_.interfaces) {
+    const bool block = desired.disabled.contains(interface.id);
+    if (block == blocked_.contains(interface.id)) continue;
+    helper_->blockIntf(interface.id, block, 0);
+    outcome.changes.push_back({block ? ChangeKind::blocked : ChangeKind::unblocked, {}, interface.id.toText(), {}});
+    if (fpga_->error().error()) {
+      // The helper would report it as a failure of the next filter it writes. It is told here, and tried again.
+      fpga_->error().errorIs(false);
+    } else if (block) {
+      blocked_.insert(interface.id);
+    } else {
+      blocked_.erase(interface.id);
+    }
+  }
+}
 
+void Framework::takeOff(Held& held, Platform::IntfId intf) {
+  const Platform::AclKey& key = held.data->key();
+  helper_->removeIntfFromAcl({intf, key.direction}, held.data, /*belongsToAnother=*/false);
+  held.data->activeIntfDel(intf);
+  if (helper_->allShadowAcl(key)->activeIntf(intf) || isInError(key, intf)) {
+    held.notDetached.insert(intf);
+  } else {
+    held.notDetached.erase(intf);
+  }
+}
+
+std::vector<Framework::Move> Framework::detach(const std::vector<Wanted>& wanted, Outcome& outcome) {
+  std::vector<Move> moves;
+  for (auto& [key, held] : held_) {
+    for (const Platform::IntfId intf : std::set(held.notDetached)) takeOff(held, intf);
+    const auto kept = std::find_if(wanted.begin(), wanted.end(), [&](const Wanted& each) { return each.key == key; });
+    for (const Platform::IntfId intf : std::set(held.intfs)) {
+      if (kept != wanted.end() && kept->intfs.contains(intf)) continue;
+      held.intfs.erase(intf);
+      const auto next = std::find_if(wanted.begin(), wanted.end(), [&](const Wanted& each) {
+        return each.key.type == key.type && each.key.direction == key.direction && each.intfs.contains(intf);
+      });
+      if (next == wanted.end()) {
+        takeOff(held, intf);
+        outcome.changes.push_back({ChangeKind::detached, key.name, intf.toText(), key.direction});
+      } else {
+        moves.push_back({key, next->key, intf});
+        outcome.changes.push_back({ChangeKind::moved, key.name, intf.toText(), key.direction});
+      }
+    }
+  }
+  return moves;
+}
+
+void Framework::finish(const Move& move) {
+  Held& held = held_.at(move.from);
+  if (isActive(move.to, move.intf) && !isInError(move.from, move.intf)) {
+    helper_->removeIntfFromAcl({move.intf, move.from.direction}, held.data, /*belongsToAnother=*/true);
+    held.data->activeIntfDel(move.intf);
+  } else {
+    // The other ACL did not come, or an error entry is left, which only a full detach forgets.
+    takeOff(held, move.intf);
+  }
+}
+
+void Framework::addIntfs(Held& held, const std::set<Platform::IntfId>& intfs, ChangeKind kind, Outcome& outcome) {
+  const Platform::AclKey& key = held.data->key();
+  for (const Platform::IntfId intf : intfs) {
+    helper_->addIntfToAcl({intf, key.direction}, held.data, held.status);
+    held.intfs.insert(intf);
+    outcome.changes.push_back({kind, key.name, intf.toText(), key.direction});
+  }
+}
+
+void Framework::attach(const Wanted& wanted, Outcome& outcome) {
+  const auto found = held_.find(wanted.key);
+  const bool isNew = found == held_.end();
+  if (isNew && !isKnownByName(wanted.key)) {
+    outcome.changes.push_back({ChangeKind::added, wanted.key.name, {}, {}});
+  }
+  Held& held = isNew ? held_[wanted.key] : found->second;
+  const bool isChanged = !isNew && held.config != *wanted.config;
+  if (isChanged) outcome.changes.push_back({ChangeKind::changed, wanted.key.name, {}, wanted.key.direction});
+  if (isNew) {
+    held.data = Platform::make<Platform::AclData>(wanted.key);
+    held.status = Platform::make<Platform::AclDataStatus>();
+  }
+  held.config = *wanted.config;
+  std::set<Platform::IntfId> added;
+  for (const Platform::IntfId intf : wanted.intfs) {
+    if (!held.intfs.contains(intf)) added.insert(intf);
+  }
+
+  // Rules can be given for an ACL that is on some interface; one that was on none has none yet.
+  const bool isFirst = isNew || held.outcome.state == AclState::notAttached;
+  if (isFirst) addIntfs(held, added, ChangeKind::attached, outcome);
+  if (isFirst || isChanged) translate(held);
+  if (!isFirst) addIntfs(held, added, ChangeKind::attached, outcome);
+}
+
+// Interfaces that were not active before this step, of an ACL that is in order, and those that the helper has dropped.
+void Framework::retry(const Wanted& wanted, const std::set<Platform::IntfId>& inactive, Outcome& outcome) {
+  Held& held = held_.at(wanted.key);
+  if (held.outcome.state != AclState::applied) return;
+  std::set<Platform::IntfId> retried;
+  for (const Platform::IntfId intf : wanted.intfs) {
+    if (isActive(wanted.key, intf)) continue;
+    if (inactive.contains(intf) || !isInError(wanted.key, intf)) retried.insert(intf);
+  }
+  addIntfs(held, retried, ChangeKind::retried, outcome);
+}
+
+std::set<Platform::IntfId> Framework::inactiveIntfs(const Wanted& wanted) const {
+  std::set<Platform::IntfId> intfs;
+  const auto held = held_.find(wanted.key);
+  if (held == held_.end()) return intfs;
+  for (const Platform::IntfId intf : held->second.intfs) {
+    if (!isActive(wanted.key, intf)) intfs.insert(intf);
+  }
+  return intfs;
+}
+
+bool Framework::isKnownByName(const Platform::AclKey& key) const {
+  return std::any_of(held_.begin(), held_.end(),
+                     [&](const auto& each) { return each.first.name == key.name && each.first.type == key.type; });
+}
+
+void Framework::translate(Held& held) {
+  const Platform::AclKey& key = held.data->key();
+  AclOutcome& outcome = held.outcome;
+  outcome = {.key = key, .typeName = held.config.typeName, .reason = {}, .aces = {}};
   traces_.clear();
-  outcome.error = helper_->precreateAcl(aclData, status);
+  outcome.error = helper_->precreateAcl(held.data, held.status);
   if (outcome.error != AclCreateError::noError) {
     outcome.state = AclState::refused;
     outcome.reason.text = traces_.last("aclSupported");
-  } else if (intfs.empty()) {
+    return;
+  }
+  if (!helper_->allShadowAcl(key)) {
     outcome.state = AclState::notAttached;
     outcome.reason.text = "not attached to any interface";
-  } else {
-    uint32_t ruleNum = 0;
-    for (const Ace& ace : acl.aces) outcome.aces.push_back(translate(ace, aclData, ++ruleNum));
-    const auto refused = std::find_if(outcome.aces.begin(), outcome.aces.end(),
-                                      [](const AceOutcome& ace) { return ace.state == AceState::refused; });
-    if (refused != outcome.aces.end()) {
-      // Not finalized: an ACL is applied whole or not at all.
-      outcome.state = AclState::refused;
-      outcome.error = refused->error;
-      outcome.reason = {refused->name, refused->reason.text};
-    } else {
-      outcome.error = helper_->createFinalAclRule(key.type, aclData, ++ruleNum);
-      if (outcome.error != AclCreateError::noError) outcome.state = AclState::failed;
+    return;
+  }
+  uint32_t ruleNum = 0;
+  for (const Ace& ace : held.config.aces) outcome.aces.push_back(translate(ace, held.data, ++ruleNum));
+  const auto refused = std::find_if(outcome.aces.begin(), outcome.aces.end(),
+                                    [](const AceOutcome& ace) { return ace.state == AceState::refused; });
+  if (refused != outcome.aces.end()) {
+    // Not finalized: an ACL is applied whole or not at all.
+    outcome.state = AclState::refused;
+    outcome.error = refused->error;
+    outcome.reason = {refused->name, refused->reason.text};
+    return;
+  }
+  helper_->createFinalAclRule(key.type, held.data, ++ruleNum);
+}
+
+void Framework::removeGone(const std::vector<Wanted>& wanted, Outcome& outcome) {
+  std::vector<Platform::AclKey> gone;
+  for (const auto& [key, held] : held_) {
+    const bool isWanted =
+        std::any_of(wanted.begin(), wanted.end(), [&](const Wanted& each) { return each.key == key; });
+    if (!isWanted) gone.push_back(key);
+  }
+  for (const Platform::AclKey& key : gone) {
+    // One that was never attached is unknown to the helper.
+    if (helper_->allShadowAcl(key)) {
+      helper_->destroyAcl(held_.at(key).data);
+      helper_->cleanupAcl(held_.at(key).data);
     }
+    held_.erase(key);
+    if (!isKnownByName(key)) outcome.changes.push_back({ChangeKind::removed, key.name, {}, {}});
   }
-  for (const Platform::IntfId intf : intfs) intfOutcomes.push_back(outcomeOn(intf, outcome));
-  if (outcome.state == AclState::failed) {
-    const auto failed = std::find_if(intfOutcomes.begin(), intfOutcomes.end(), [&](const IntfOutcome& intf) {
-      return intf.acl == key.name && intf.direction == key.direction && intf.state != IntfState::active;
-    });
-    if (failed != intfOutcomes.end()) outcome.reason = {failed->intf.toText(), failed->reason.text};
+}
+
+void Framework::report(const std::vector<Wanted>& wanted, Outcome& outcome) {
+  for (const Wanted& each : wanted) {
+    Held& held = held_.at(each.key);
+    AclOutcome acl = held.outcome;
+    acl.isAttached = !held.intfs.empty();
+    if (!acl.isAttached && acl.state != AclState::refused) {
+      acl.state = AclState::notAttached;
+      acl.reason = {{}, "not attached to any interface"};
+    }
+    for (const Platform::IntfId intf : held.intfs) {
+      const IntfOutcome on = outcomeOn(intf, acl);
+      acl.keepsPrevious = acl.keepsPrevious || (acl.state == AclState::refused && isInFilter(each.key, intf));
+      if (on.state == IntfState::active) {
+        held.data->activeIntfIs(intf);
+      } else if (acl.state == AclState::applied) {
+        acl.state = AclState::failed;
+        acl.error = on.error;
+        acl.reason = {intf.toText(), on.reason.text};
+      }
+      outcome.intfs.push_back(on);
+    }
+    outcome.acls.push_back(std::move(acl));
   }
-  return outcome;
+}
+
+bool Framework::isActive(const Platform::AclKey& key, Platform::IntfId intf) const {
+  const auto shadowAcl = helper_->allShadowAcl(key);
+  const auto held = held_.find(key);
+  // Where taking it off failed, the helper goes on to count it as active, though the filter is to be empty.
+  if (held != held_.end() && held->second.notDetached.contains(intf)) return false;
+  return shadowAcl && shadowAcl->activeIntf(intf);
+}
+
+bool Framework::isInError(const Platform::AclKey& key, Platform::IntfId intf) const {
+  const auto shadowAcl = helper_->allShadowAcl(key);
+  return shadowAcl && shadowAcl->errorIntf().contains(intf);
+}
+
+bool Framework::isInFilter(const Platform::AclKey& key, Platform::IntfId intf) const {
+  const auto filter = helper_->shadowFilters(key.direction)->shadowFilter(intf);
+  if (!filter) return false;
+  if (key.type == Acl::AclType::ipv4) return filter->ipAcl() && filter->ipAcl()->key() == key;
+  return filter->macAcl() && filter->macAcl()->key() == key;
 }
 
 AceOutcome Framework::translate(const Ace& ace, const Platform::Ptr<Platform::AclData>& aclData, uint32_t ruleNum) {
@@ -141,13 +381,18 @@ AceOutcome Framework::translate(const Ace& ace, const Platform::Ptr<Platform::Ac
                        aclData->key().type, rule.config, ruleId, aclData, ruleNum, 1, source.port, 0, destination.port,
                        0, source.low, source.high, destination.low, destination.high, rule.ipLength, 0, rule.ipLength,
                        rule.ipLength, 0, false, 0, 0);
-                   outcome.state = stateAfter(before, translated(*shadowAcl));
+                   noteAccepted(before, translated(*shadowAcl), outcome);
                    outcome.reason.text = traces_.last("createIpAclSubrule");
                  },
                  [&](const FragmentRule& rule) {
                    outcome.error = helper_->createIpFragRule(aclData, rule.config, ruleId, ruleNum, 1);
                    outcome.state = AceState::notEnforced;
                    outcome.reason.text = traces_.last("createIpFragRule");
+                 },
+                 [&](const MacRule& rule) {
+                   outcome.error = helper_->createMacAclRule(rule.config, ruleId, aclData, ruleNum);
+                   noteAccepted(before, translated(*shadowAcl), outcome);
+                   outcome.reason.text = traces_.last("createMacAclRule");
                  },
                  [&](const ForeignRule&) { outcome.error = AclCreateError::notSupported; },
              },
@@ -165,18 +410,21 @@ AceOutcome Framework::translate(const Ace& ace, const Platform::Ptr<Platform::Ac
 
 IntfOutcome Framework::outcomeOn(Platform::IntfId intf, const AclOutcome& acl) const {
   IntfOutcome outcome{.intf = intf, .acl = acl.key.name, .direction = acl.key.direction, .reason = {}};
+  if (isActive(acl.key, intf)) return outcome;
   const auto shadowAcl = helper_->allShadowAcl(acl.key);
-  if (shadowAcl->activeIntf(intf)) return outcome;
-  outcome.error = shadowAcl->errorIntf(intf).value_or(acl.error);
+  outcome.error = shadowAcl ? shadowAcl->errorIntf(intf).value_or(acl.error) : acl.error;
   if (acl.state == AclState::refused) {
     outcome.state = IntfState::refused;
     outcome.reason = acl.reason;
   } else if (outcome.error == AclCreateError::notSupported) {
     outcome.state = IntfState::refused;
     outcome.reason.text = "the filter holds an ACL of the other type";
-  } else {
+  } else if (outcome.error == AclCreateError::hardwareFailure) {
     outcome.state = IntfState::failed;
     outcome.reason.text = "a register write failed";
+  } else {
+    outcome.state = IntfState::failed;
+    outcome.reason.text = "the helper does not know the interface for this ACL";
   }
   return outcome;
 }

@@ -5,8 +5,9 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "Configuration.h"
@@ -22,7 +23,7 @@ namespace Sim {
 // What the helper made of a rule.
 enum class AceState : uint8_t {
   programmed,   // In a slot.
-  verdict,      // Folded into the verdict for everything that no slot matches.
+  verdict,      // Folded into a verdict of the filter.
   notReached,   // After that verdict: no packet comes this far.
   notEnforced,  // A fragment rule: accepted, though the hardware does not tell fragments apart.
   refused,
@@ -37,10 +38,15 @@ struct Reason {
   std::string words() const { return culprit.empty() ? text : culprit + ": " + text; }
 };
 
+// What a rule without a slot decides.
+enum class Verdict : uint8_t { none, unmatched, arp, lldp };
+
 struct AceOutcome {
   std::string name;
   AceState state = AceState::refused;
-  std::optional<uint8_t> slot;  // When programmed.
+  std::optional<uint8_t> slot;      // When programmed.
+  Verdict verdict = Verdict::none;  // When a verdict, and
+  bool permits = false;             // which.
   Platform::AclCreateError error = Platform::AclCreateError::noError;
   Reason reason;  // When refused.
 };
@@ -54,8 +60,9 @@ enum class AclState : uint8_t {
 
 struct AclOutcome {
   Platform::AclKey key;
-  std::string typeName;     // As configured.
-  bool isAttached = false;  // To some interface in the key's direction.
+  std::string typeName;        // As configured.
+  bool isAttached = false;     // To some interface in the key's direction.
+  bool keepsPrevious = false;  // Refused, but an earlier version of it is still in a filter.
   AclState state = AclState::applied;
   Platform::AclCreateError error = Platform::AclCreateError::noError;
   Reason reason;
@@ -74,38 +81,96 @@ struct IntfOutcome {
   Reason reason;
 };
 
+enum class ChangeKind : uint8_t { added, changed, removed, attached, detached, moved, retried, blocked, unblocked };
+
+// One difference between the state before and the desired one, and so one reason to call the helper.
+struct Change {
+  ChangeKind kind = ChangeKind::added;
+  std::string acl;   // Empty for an interface that is blocked or unblocked.
+  std::string intf;  // Empty for an ACL as a whole.
+  std::optional<Acl::AclDirection> direction;
+};
+
+// What became of one desired state.
 struct Outcome {
+  std::vector<Change> changes;
   std::vector<AclOutcome> acls;
   std::vector<IntfOutcome> intfs;
-  uint64_t startupWrites = 0;
-  bool startupFailed = false;  // Writing the drop delay failed somewhere.
+  std::vector<Platform::IntfId> blocked;
+  uint64_t writes = 0;
+  std::vector<SimFpga::FailedWrite> failedWrites;
 
   bool isAllApplied() const;
 };
 
+// The framework of one device, for the device's whole life.
 class Framework {
  public:
   // Starts the device up, as far as the drop delay in all filters. Raises Platform::RangeError for a device that the
   // helper refuses.
   Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces);
 
-  // Brings the device to the desired state.
+  // Brings the device to the desired state, with the calls that the difference to the state before asks for. An
+  // interface that is still not active is tried again.
   Outcome apply(const Configuration& desired);
 
  private:
-  AclOutcome applyAcl(const AclConfiguration& acl, const Platform::AclKey& key,
-                      const std::vector<Platform::IntfId>& intfs, std::vector<IntfOutcome>& intfOutcomes);
+  // An ACL in one direction, as it was last desired.
+  struct Held {
+    AclConfiguration config;
+    Platform::Ptr<Platform::AclData> data;
+    Platform::Ptr<Platform::AclDataStatus> status;
+    std::set<Platform::IntfId> intfs;
+    std::set<Platform::IntfId> notDetached;  // Taking it off failed; tried again in the next step.
+    AclOutcome outcome;
+  };
+  struct Wanted {
+    Platform::AclKey key;
+    const AclConfiguration* config;
+    std::set<Platform::IntfId> intfs;
+  };
+  struct Move {
+    Platform::AclKey from;
+    Platform::AclKey to;
+    Platform::IntfId intf;
+  };
+  // In an order that does not change from run to run.
+  struct KeyOrder {
+    bool operator()(const Platform::AclKey& left, const Platform::AclKey& right) const {
+      return std::tie(left.name, left.type, left.direction) < std::tie(right.name, right.type, right.direction);
+    }
+  };
+  using HeldAcls = std::map<Platform::AclKey, Held, KeyOrder>;
+
+  static std::vector<Wanted> wantedBy(const Configuration& desired);
+  void block(const Configuration& desired, Outcome& outcome);
+  std::vector<Move> detach(const std::vector<Wanted>& wanted, Outcome& outcome);
+  void attach(const Wanted& wanted, Outcome& outcome);
+  void finish(const Move& move);
+  void retry(const Wanted& wanted, const std::set<Platform::IntfId>& inactive, Outcome& outcome);
+  void takeOff(Held& held, Platform::IntfId intf);
+  void removeGone(const std::vector<Wanted>& wanted, Outcome& outcome);
+  void addIntfs(Held& held, const std::set<Platform::IntfId>& intfs, ChangeKind kind, Outcome& outcome);
+  void translate(Held& held);
   AceOutcome translate(const Ace& ace, const Platform::Ptr<Platform::AclData>& aclData, uint32_t ruleNum);
+  void report(const std::vector<Wanted>& wanted, Outcome& outcome);
+  std::set<Platform::IntfId> inactiveIntfs(const Wanted& wanted) const;
+  bool isKnownByName(const Platform::AclKey& key) const;
+  bool isActive(const Platform::AclKey& key, Platform::IntfId intf) const;
+  bool isInError(const Platform::AclKey& key, Platform::IntfId intf) const;
+  bool isInFilter(const Platform::AclKey& key, Platform::IntfId intf) const;
   IntfOutcome outcomeOn(Platform::IntfId intf, const AclOutcome& acl) const;
 
+  const Device& device_;
+  Platform::Ptr<SimFpga> fpga_;
   TraceCapture& traces_;
   Platform::Ptr<Platform::VelCommonSmData> vcsd_;
   Platform::Ptr<Platform::InstanceConfig> instanceConfig_;
   Platform::Ptr<Platform::InstanceStatus> instanceStatus_;
   Platform::Ptr<Kestrix::AclHelper> helper_;
   Platform::Ptr<Kestrix::AclHelperInstanceConfigSm> reactor_;
-  uint64_t startupWrites_ = 0;
-  bool startupFailed_ = false;
+  HeldAcls held_;
+  std::set<Platform::IntfId> blocked_;
 };
 
 }  // namespace Sim
@@ -118,6 +183,12 @@ inline constexpr Platform::EnumName<Sim::AceState> Platform::enumNames<Sim::AceS
     {Sim::AceState::notEnforced, "not-enforced"},
     {Sim::AceState::refused, "refused"}};
 template <>
+inline constexpr Platform::EnumName<Sim::Verdict> Platform::enumNames<Sim::Verdict>[] = {
+    {Sim::Verdict::none, "none"},
+    {Sim::Verdict::unmatched, "unmatched"},
+    {Sim::Verdict::arp, "arp"},
+    {Sim::Verdict::lldp, "lldp"}};
+template <>
 inline constexpr Platform::EnumName<Sim::AclState> Platform::enumNames<Sim::AclState>[] = {
     {Sim::AclState::applied, "applied"},
     {Sim::AclState::notAttached, "not-attached"},
@@ -126,3 +197,11 @@ inline constexpr Platform::EnumName<Sim::AclState> Platform::enumNames<Sim::AclS
 template <>
 inline constexpr Platform::EnumName<Sim::IntfState> Platform::enumNames<Sim::IntfState>[] = {
     {Sim::IntfState::active, "active"}, {Sim::IntfState::refused, "refused"}, {Sim::IntfState::failed, "failed"}};
+
+template <>
+inline constexpr Platform::EnumName<Sim::ChangeKind> Platform::enumNames<Sim::ChangeKind>[] = {
+    {Sim::ChangeKind::added, "added"},        {Sim::ChangeKind::changed, "changed"},
+    {Sim::ChangeKind::removed, "removed"},    {Sim::ChangeKind::attached, "attached"},
+    {Sim::ChangeKind::detached, "detached"},  {Sim::ChangeKind::moved, "moved"},
+    {Sim::ChangeKind::retried, "retried"},    {Sim::ChangeKind::blocked, "blocked"},
+    {Sim::ChangeKind::unblocked, "unblocked"}};

@@ -37,39 +37,57 @@ Json diagnosticsJson(const Diagnostics& diagnostics) {
   return list;
 }
 
-Json aclJson(const AclOutcome& acl) {
+Json aclJson(const AclOutcome& acl, const StepReport& step) {
   Json json{{"name", acl.key.name}, {"type", acl.typeName}, {"state", nameOf(acl.state)}};
   if (acl.isAttached) json["direction"] = directionName(acl.key.direction);
+  if (acl.state == AclState::refused) json["keepsPrevious"] = acl.keepsPrevious;
   addReason(json, acl.error, acl.reason);
   json["aces"] = Json::array();
   for (const AceOutcome& ace : acl.aces) {
     Json each{{"name", ace.name}, {"state", nameOf(ace.state)}};
-    if (ace.slot && acl.state != AclState::refused) each["slot"] = *ace.slot;
+    // What is in no filter is not in force, whatever the translation made of it.
+    const bool isInForce = holderOf(acl, step) != nullptr;
+    if (!isInForce && (ace.state == AceState::programmed || ace.state == AceState::verdict))
+      each["state"] = "not-applied";
+    if (isInForce && ace.state == AceState::verdict) {
+      each["verdict"] = nameOf(ace.verdict);
+      each["permits"] = ace.permits;
+      each["overruledOn"] = Json::array();
+      for (const Platform::IntfId intf : overruledOn(ace, acl, step)) each["overruledOn"].push_back(intf.toText());
+    }
+    if (ace.slot && isInForce) each["slot"] = *ace.slot;
     addReason(each, ace.error, ace.reason);
     json["aces"].push_back(std::move(each));
   }
   return json;
 }
 
-Json intfJson(const IntfOutcome& intf, const ReportInput& input) {
-  const FilterDump filter =
-      dumpFilter(input.fpga, input.device, *input.device.find(intf.intf.toText()), intf.direction);
+Json intfJson(const IntfOutcome& intf, const StepReport& step, const Device& device) {
+  const FilterDump& filter = filterOf(step, intf.intf, intf.direction);
   Json json{{"interface", intf.intf.toText()},
             {"direction", directionName(intf.direction)},
             {"acl", intf.acl},
             {"state", nameOf(intf.state)},
             {"slotsUsed", filter.slotsInUse()},
-            {"slots", input.device.slots(intf.direction)}};
+            {"slots", device.slots(intf.direction)}};
   if (intf.state == IntfState::active) json["unmatched"] = filter.permitsUnmatched() ? "permit" : "deny";
   addReason(json, intf.error, intf.reason);
   return json;
 }
 
+Json changeJson(const Change& change) {
+  Json json{{"kind", nameOf(change.kind)}};
+  if (!change.acl.empty()) json["acl"] = change.acl;
+  if (!change.intf.empty()) json["interface"] = change.intf;
+  if (change.direction) json["direction"] = directionName(*change.direction);
+  return json;
+}
+
 Json registerJson(uint32_t value, const std::string& words) { return {{"value", value}, {"words", words}}; }
 
-Json filterJson(const Interface& interface, Acl::AclDirection direction, const FilterDump& filter) {
-  Json json{{"interface", interface.id.toText()},
-            {"direction", directionName(direction)},
+Json filterJson(const FilterDump& filter) {
+  Json json{{"interface", filter.intf.toText()},
+            {"direction", directionName(filter.direction)},
             {"path", filter.path},
             {"enable", registerJson(filter.enable, filter.enableWords())},
             {"action", registerJson(filter.action, filter.actionWords())},
@@ -88,6 +106,27 @@ Json filterJson(const Interface& interface, Acl::AclDirection direction, const F
   return json;
 }
 
+Json failedWritesJson(const std::vector<SimFpga::FailedWrite>& failedWrites) {
+  Json list = Json::array();
+  for (const auto& [number, path] : failedWrites) list.push_back({{"number", number}, {"path", path}});
+  return list;
+}
+
+Json stepJson(const StepReport& step, const Device& device) {
+  Json json{{"config", step.file},         {"changes", Json::array()}, {"writes", step.outcome.writes},
+            {"interfaces", Json::array()}, {"blocked", Json::array()}, {"acls", Json::array()},
+            {"deviations", Json::array()}};
+  for (const Change& change : step.outcome.changes) json["changes"].push_back(changeJson(change));
+  for (const IntfOutcome& intf : step.outcome.intfs) json["interfaces"].push_back(intfJson(intf, step, device));
+  for (const Platform::IntfId intf : step.outcome.blocked) json["blocked"].push_back(intf.toText());
+  for (const AclOutcome& acl : step.outcome.acls) json["acls"].push_back(aclJson(acl, step));
+  for (const Deviation& each : step.deviations) {
+    json["deviations"].push_back(
+        {{"interface", each.intf.toText()}, {"direction", directionName(each.direction)}, {"why", each.why}});
+  }
+  return json;
+}
+
 std::string text(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }
 
 }  // namespace
@@ -97,25 +136,17 @@ std::string jsonDiagnostics(const Diagnostics& diagnostics) {
 }
 
 std::string jsonReport(const ReportInput& input) {
-  Json json{{"result", input.outcome.isAllApplied() ? "applied" : "not-all-applied"},
+  Json json{{"result", isAllApplied(input) ? "applied" : "not-all-applied"},
             {"diagnostics", diagnosticsJson(input.diagnostics)},
-            {"interfaces", Json::array()},
-            {"acls", Json::array()},
+            {"steps", Json::array()},
             {"filters", Json::array()},
             {"writes", input.fpga.writes()},
-            {"startupWrites", input.outcome.startupWrites},
-            {"failedWrites", Json::array()}};
-  for (const IntfOutcome& intf : input.outcome.intfs) json["interfaces"].push_back(intfJson(intf, input));
-  for (const AclOutcome& acl : input.outcome.acls) json["acls"].push_back(aclJson(acl));
-  // Every filter that holds anything.
-  for (const Interface& interface : input.device.interfaces) {
-    for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
-      const FilterDump filter = dumpFilter(input.fpga, input.device, interface, direction);
-      if (!filter.isZero()) json["filters"].push_back(filterJson(interface, direction, filter));
-    }
-  }
-  for (const auto& [number, path] : input.fpga.failedWrites()) {
-    json["failedWrites"].push_back({{"number", number}, {"path", path}});
+            {"startupWrites", input.startupWrites},
+            {"failedWrites", failedWritesJson(input.fpga.failedWrites())}};
+  for (const StepReport& step : input.steps) json["steps"].push_back(stepJson(step, input.device));
+  // Every filter that holds anything in the end.
+  for (const FilterDump& filter : input.steps.back().filters) {
+    if (!filter.isZero()) json["filters"].push_back(filterJson(filter));
   }
   return text(json);
 }

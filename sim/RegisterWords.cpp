@@ -74,6 +74,25 @@ std::string macWords(const SlotRegisters& registers) {
   return fmt::format("{} wildcard {}", octets(high, low), octets(registers.maskHigh, registers.maskLow));
 }
 
+FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface& interface,
+                      Acl::AclDirection direction) {
+  const int core = interface.core - 1;
+  const int group = interface.portGroup - 1;
+  FilterDump dump{.intf = interface.id, .direction = direction, .path = {}, .slots = {}};
+  dump.path = direction == Acl::AclDirection::in ? fmt::format(Layout::kInputFilter, core, group)
+                                                 : fmt::format(Layout::kOutputFilter, core, group);
+  dump.enable = fpga.value(dump.path + "enable");
+  dump.action = fpga.value(dump.path + "action");
+  dump.tcp = fpga.value(dump.path + "tcp");
+  dump.udp = fpga.value(dump.path + "udp");
+  for (uint8_t slot = 0; slot < device.slots(direction); ++slot) {
+    const std::string path = dump.path + fmt::format(Layout::kRuleSlot, slot);
+    dump.slots.push_back({slot, fpga.value(path + "mask_high"), fpga.value(path + "mask_low"),
+                          fpga.value(path + "addr_high"), fpga.value(path + "addr_low")});
+  }
+  return dump;
+}
+
 }  // namespace
 
 bool FilterDump::isZero() const {
@@ -116,23 +135,14 @@ std::string FilterDump::slotWords(const SlotRegisters& registers) const {
   return words;
 }
 
-FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface& interface,
-                      Acl::AclDirection direction) {
-  const int core = interface.core - 1;
-  const int group = interface.portGroup - 1;
-  FilterDump dump;
-  dump.path = direction == Acl::AclDirection::in ? fmt::format(Layout::kInputFilter, core, group)
-                                                 : fmt::format(Layout::kOutputFilter, core, group);
-  dump.enable = fpga.value(dump.path + "enable");
-  dump.action = fpga.value(dump.path + "action");
-  dump.tcp = fpga.value(dump.path + "tcp");
-  dump.udp = fpga.value(dump.path + "udp");
-  for (uint8_t slot = 0; slot < device.slots(direction); ++slot) {
-    const std::string path = dump.path + fmt::format(Layout::kRuleSlot, slot);
-    dump.slots.push_back({slot, fpga.value(path + "mask_high"), fpga.value(path + "mask_low"),
-                          fpga.value(path + "addr_high"), fpga.value(path + "addr_low")});
+std::vector<FilterDump> dumpFilters(const SimFpga& fpga, const Device& device) {
+  std::vector<FilterDump> filters;
+  for (const Interface& interface : device.interfaces) {
+    for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
+      filters.push_back(dumpFilter(fpga, device, interface, direction));
+    }
   }
-  return dump;
+  return filters;
 }
 
 }  // namespace Sim

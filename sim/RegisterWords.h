@@ -18,11 +18,14 @@ struct SlotRegisters {
   uint32_t addrHigh = 0;
   uint32_t addrLow = 0;
 
+  bool operator==(const SlotRegisters&) const = default;
   bool isZero() const { return maskHigh == 0 && maskLow == 0 && addrHigh == 0 && addrLow == 0; }
 };
 
 // One filter, as its registers are.
 struct FilterDump {
+  Platform::IntfId intf;
+  Acl::AclDirection direction = Acl::AclDirection::in;
   std::string path;  // With a slash at its end.
   uint32_t enable = 0;
   uint32_t action = 0;
@@ -30,6 +33,7 @@ struct FilterDump {
   uint32_t udp = 0;
   std::vector<SlotRegisters> slots;  // All that the filter has.
 
+  bool operator==(const FilterDump&) const = default;
   bool isZero() const;
   bool slotEnabled(uint8_t slot) const;
   unsigned slotsInUse() const;
@@ -44,7 +48,7 @@ struct FilterDump {
   std::string slotWords(const SlotRegisters& registers) const;
 };
 
-FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface& interface,
-                      Acl::AclDirection direction);
+// All filters of the device: in the order of its interfaces, ingress before egress.
+std::vector<FilterDump> dumpFilters(const SimFpga& fpga, const Device& device);
 
 }  // namespace Sim

@@ -1,21 +1,44 @@
 // What is told of a run: for a person as text, for a program as JSON.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Device.h"
 #include "Diagnostics.h"
 #include "Framework.h"
+#include "RegisterWords.h"
 #include "SimFpga.h"
 
 namespace Sim {
 
+// An interface whose filter is not what the last desired state alone would have made of a fresh device.
+struct Deviation {
+  Platform::IntfId intf;
+  Acl::AclDirection direction = Acl::AclDirection::in;
+  std::string why;
+};
+
+// One desired state, and what the device was afterwards.
+struct StepReport {
+  std::string file;
+  Outcome outcome;
+  std::vector<FilterDump> filters;  // In the order of the device's interfaces, ingress before egress.
+  std::vector<Deviation> deviations;
+};
+
 struct ReportInput {
   const Device& device;
   const SimFpga& fpga;
-  const Outcome& outcome;
-  const Diagnostics& diagnostics;  // Warnings; a document with errors is not applied.
+  const std::vector<StepReport>& steps;
+  uint64_t startupWrites;
+  const Diagnostics& diagnostics;  // Warnings; documents with errors are not applied.
 };
+
+bool isAllApplied(const ReportInput& input);
+// The interface's filter as it was after the step.
+const FilterDump& filterOf(const StepReport& step, Platform::IntfId intf, Acl::AclDirection direction);
 
 struct TextOptions {
   bool registers = false;  // Every filter's registers, in words.
@@ -24,6 +47,13 @@ struct TextOptions {
 
 std::string textReport(const ReportInput& input, const TextOptions& options);
 std::string jsonReport(const ReportInput& input);
+
+// The filter of the first interface on which the ACL is active; null when there is none, so that nothing of it is in
+// force.
+const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step);
+// The interfaces that hold the ACL, where what no slot matches gets another verdict than `ace`, a verdict of the ACL,
+// says: the other ACL of the filter decides it.
+std::vector<Platform::IntfId> overruledOn(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step);
 
 // Of documents that cannot be applied.
 std::string textDiagnostics(const Diagnostics& diagnostics, bool colour);

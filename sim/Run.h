@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "CommandLine.h"
 
@@ -12,7 +13,8 @@ struct RunResult {
   std::string output;
 };
 
-// The files named by `line` have the contents `deviceText` and `configText`.
-RunResult run(const CommandLine& line, const std::string& deviceText, const std::string& configText, bool colour);
+// The files named by `line` have the contents `deviceText` and, in the same order, `configTexts`.
+RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
+              bool colour);
 
 }  // namespace Sim

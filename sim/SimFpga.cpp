@@ -13,7 +13,9 @@ void SimFpga::regWrite(std::string_view path, uint32_t value) noexcept {
   accesses_.push_back({.write = true, .path = std::string(path), .value = value, .failed = failed});
   if (failed) {
     error().errorIs(true);
+    stale_.emplace(path);
   } else {
+    if (const auto stale = stale_.find(path); stale != stale_.end()) stale_.erase(stale);
     registers_.insert_or_assign(std::string(path), value);
   }
 }
@@ -21,6 +23,11 @@ void SimFpga::regWrite(std::string_view path, uint32_t value) noexcept {
 uint32_t SimFpga::value(std::string_view path) const {
   const auto found = registers_.find(path);
   return found == registers_.end() ? 0 : found->second;
+}
+
+bool SimFpga::isStale(std::string_view path) const {
+  const auto first = stale_.lower_bound(path);
+  return first != stale_.end() && first->starts_with(path);
 }
 
 std::vector<SimFpga::FailedWrite> SimFpga::failedWrites() const {

@@ -38,10 +38,13 @@ class SimFpga : public Platform::TransportMethod {
     std::string path;
   };
   std::vector<FailedWrite> failedWrites() const;
+  // Whether a register below `path` has not taken its last write.
+  bool isStale(std::string_view path) const;
 
  private:
   std::set<uint64_t> failWrites_;
   std::map<std::string, uint32_t, std::less<>> registers_;
+  std::set<std::string, std::less<>> stale_;  // Registers whose last write failed.
   std::vector<Access> accesses_;
   uint64_t writes_ = 0;
 };

@@ -49,27 +49,27 @@ class Table {
   std::vector<std::pair<Row, Painter>> rows_;
 };
 
-// The filter of the first interface that holds the ACL; none when no interface does.
-std::optional<FilterDump> filterOf(const AclOutcome& acl, const ReportInput& input) {
-  for (const IntfOutcome& intf : input.outcome.intfs) {
-    if (intf.acl != acl.key.name || intf.direction != acl.key.direction || intf.state != IntfState::active) continue;
-    return dumpFilter(input.fpga, input.device, *input.device.find(intf.intf.toText()), intf.direction);
-  }
-  return {};
+std::string verdictWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step) {
+  constexpr std::string_view kWhat[] = {"", "everything that no slot matches", "ARP", "LLDP"};
+  std::string words =
+      fmt::format("no slot: {} {}", ace.permits ? "permits" : "denies", kWhat[static_cast<size_t>(ace.verdict)]);
+  const auto overruled = overruledOn(ace, acl, step);
+  if (overruled.empty()) return words;
+  std::string intfs;
+  for (const Platform::IntfId intf : overruled) intfs += (intfs.empty() ? "" : ", ") + intf.toText();
+  return fmt::format("{}; not on {}, where the other ACL of the filter decides it", words, intfs);
 }
 
-// `filter` holds the ACL, or is none.
-std::string aceWords(const AceOutcome& ace, const std::optional<FilterDump>& filter) {
+// `holder` is a filter that holds the ACL, or null.
+std::string aceWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step, const FilterDump* holder) {
   switch (ace.state) {
     case AceState::programmed:
-      return filter ? fmt::format("slot {}: {}", *ace.slot, filter->slotWords(filter->slots.at(*ace.slot)))
-                    : "fits, but the ACL is not applied";
+      return holder != nullptr ? fmt::format("slot {}: {}", *ace.slot, holder->slotWords(holder->slots.at(*ace.slot)))
+                               : "fits, but the ACL is not applied";
     case AceState::verdict:
-      return !filter                      ? "fits, but the ACL is not applied"
-             : filter->permitsUnmatched() ? "no slot: permits everything that no slot matches"
-                                          : "no slot: denies everything that no slot matches";
+      return holder != nullptr ? verdictWords(ace, acl, step) : "fits, but the ACL is not applied";
     case AceState::notReached:
-      return "never reached: an earlier rule decides everything";
+      return "never reached: an earlier rule decides all that it matches";
     case AceState::notEnforced:
       return "accepted, not enforced: the hardware does not tell fragments apart";
     case AceState::refused:
@@ -85,24 +85,24 @@ std::string aclWords(const AclOutcome& acl) {
     case AclState::notAttached:
       return "not attached to any interface, nothing to program";
     case AclState::refused:
-      return acl.aces.empty() ? "refused: " + acl.reason.text : "refused, nothing of it is programmed";
+      return (acl.aces.empty() ? "refused: " + acl.reason.text : "refused") +
+             (acl.keepsPrevious ? "; its previous version stays in force" : ", nothing of it is programmed");
     case AclState::failed:
       return "failed: " + acl.reason.words();
   }
   return {};
 }
 
-Table intfTable(const ReportInput& input, const Paint& paint) {
+Table intfTable(const StepReport& step, const Device& device, const Paint& paint) {
   Table table;
   table.add({"interface", "direction", "ACL", "state", "slots", "unmatched", "reason"},
             [paint](size_t, const std::string& cell) { return paint.head(cell); });
-  for (const IntfOutcome& intf : input.outcome.intfs) {
-    const FilterDump filter =
-        dumpFilter(input.fpga, input.device, *input.device.find(intf.intf.toText()), intf.direction);
+  for (const IntfOutcome& intf : step.outcome.intfs) {
+    const FilterDump& filter = filterOf(step, intf.intf, intf.direction);
     const bool isActive = intf.state == IntfState::active;
     table.add({intf.intf.toText(), std::string(directionName(intf.direction)), intf.acl,
                std::string(Platform::nameOf(intf.state)),
-               fmt::format("{}/{}", filter.slotsInUse(), input.device.slots(intf.direction)),
+               fmt::format("{}/{}", filter.slotsInUse(), device.slots(intf.direction)),
                isActive ? filter.permitsUnmatched() ? "permit" : "deny" : "-", intf.reason.words()},
               [paint, isActive](size_t column, const std::string& cell) {
                 if (column != 3) return cell;
@@ -112,7 +112,23 @@ Table intfTable(const ReportInput& input, const Paint& paint) {
   return table;
 }
 
-void writeAcl(Out out, const AclOutcome& acl, const ReportInput& input, const Paint& paint) {
+std::string changeWords(const Change& change) {
+  const std::string direction = change.direction ? fmt::format(" ({})", directionName(*change.direction)) : "";
+  if (change.acl.empty()) return fmt::format("{} {}", change.intf, change.kind);
+  if (change.intf.empty()) return fmt::format("ACL {}{} {}", change.acl, direction, change.kind);
+  switch (change.kind) {
+    case ChangeKind::attached:
+      return fmt::format("ACL {}{} attached to {}", change.acl, direction, change.intf);
+    case ChangeKind::moved:
+      return fmt::format("{} moved from ACL {}{} to another", change.intf, change.acl, direction);
+    case ChangeKind::retried:
+      return fmt::format("ACL {}{} tried again on {}", change.acl, direction, change.intf);
+    default:
+      return fmt::format("ACL {}{} {} from {}", change.acl, direction, change.kind, change.intf);
+  }
+}
+
+void writeAcl(Out out, const AclOutcome& acl, const StepReport& step, const Paint& paint) {
   const bool isGood = acl.state == AclState::applied;
   const std::string words = aclWords(acl);
   const std::string direction = acl.isAttached ? fmt::format(", {}", directionName(acl.key.direction)) : std::string();
@@ -120,12 +136,13 @@ void writeAcl(Out out, const AclOutcome& acl, const ReportInput& input, const Pa
                  isGood                               ? paint.good(words)
                  : acl.state == AclState::notAttached ? paint.odd(words)
                                                       : paint.bad(words));
-  if (acl.aces.empty() && !isGood) fmt::format_to(out, "  -> {}\n", explain(acl.reason.text).remedy);
+  if (!isGood && (acl.aces.empty() || acl.state == AclState::failed))
+    fmt::format_to(out, "  -> {}\n", explain(acl.reason.text).remedy);
   size_t width = 0;
   for (const AceOutcome& ace : acl.aces) width = std::max(width, ace.name.size());
-  const auto filter = filterOf(acl, input);
+  const FilterDump* holder = holderOf(acl, step);
   for (const AceOutcome& ace : acl.aces) {
-    const std::string aceText = aceWords(ace, filter);
+    const std::string aceText = aceWords(ace, acl, step, holder);
     const bool isOdd = ace.state == AceState::notReached || ace.state == AceState::notEnforced;
     fmt::format_to(out, "  {:<{}}  {}\n", ace.name, width,
                    ace.state == AceState::refused ? paint.bad(aceText)
@@ -140,9 +157,8 @@ void writeRegisterLine(Out out, std::string_view name, uint32_t value, const std
   fmt::format_to(out, "  {:<7} 0x{:08x}{}{}\n", name, value, words.empty() ? "" : "  ", words);
 }
 
-void writeFilter(Out out, const Interface& interface, Acl::AclDirection direction, const FilterDump& filter,
-                 const Paint& paint) {
-  const std::string title = fmt::format("{} {}  {}", interface.id, directionName(direction), filter.path);
+void writeFilter(Out out, const FilterDump& filter, const Paint& paint) {
+  const std::string title = fmt::format("{} {}  {}", filter.intf, directionName(filter.direction), filter.path);
   if (filter.isZero()) {
     fmt::format_to(out, "\n{}  all registers 0\n", paint.head(title));
     return;
@@ -165,7 +181,57 @@ void writeFilter(Out out, const Interface& interface, Acl::AclDirection directio
   if (zeroSlots != 0) fmt::format_to(out, "  {} slots free, all 0\n", zeroSlots);
 }
 
+void writeFailedWrites(Out out, const std::vector<SimFpga::FailedWrite>& failedWrites) {
+  for (const auto& [number, path] : failedWrites) fmt::format_to(out, "  write {} failed: {}\n", number, path);
+}
+
+void writeStep(Out out, const StepReport& step, const Device& device, const Paint& paint) {
+  const Outcome& outcome = step.outcome;
+  if (outcome.intfs.empty()) {
+    fmt::format_to(out, "No ACL is attached to an interface.\n");
+  } else {
+    fmt::format_to(out, "{}", intfTable(step, device, paint).text(""));
+  }
+  for (const Platform::IntfId intf : outcome.blocked) {
+    fmt::format_to(out, "{}\n", paint.odd(fmt::format("{} is blocked: it passes no traffic", intf)));
+  }
+  for (const AclOutcome& acl : outcome.acls) writeAcl(out, acl, step, paint);
+  if (!step.deviations.empty()) fmt::format_to(out, "\nNot as on a fresh device:\n");
+  for (const Deviation& each : step.deviations) {
+    fmt::format_to(out, "  {} {}: {}\n", each.intf, directionName(each.direction), paint.odd(each.why));
+  }
+}
+
 }  // namespace
+
+bool isAllApplied(const ReportInput& input) {
+  return input.fpga.failedWrites().empty() && std::all_of(input.steps.begin(), input.steps.end(),
+                                                          [](const auto& step) { return step.outcome.isAllApplied(); });
+}
+
+const FilterDump& filterOf(const StepReport& step, Platform::IntfId intf, Acl::AclDirection direction) {
+  return *std::find_if(step.filters.begin(), step.filters.end(),
+                       [&](const FilterDump& filter) { return filter.intf == intf && filter.direction == direction; });
+}
+
+const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step) {
+  for (const IntfOutcome& intf : step.outcome.intfs) {
+    if (intf.acl == acl.key.name && intf.direction == acl.key.direction && intf.state == IntfState::active) {
+      return &filterOf(step, intf.intf, intf.direction);
+    }
+  }
+  return nullptr;
+}
+
+std::vector<Platform::IntfId> overruledOn(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step) {
+  std::vector<Platform::IntfId> intfs;
+  if (ace.verdict != Verdict::unmatched) return intfs;
+  for (const IntfOutcome& intf : step.outcome.intfs) {
+    if (intf.acl != acl.key.name || intf.direction != acl.key.direction || intf.state != IntfState::active) continue;
+    if (filterOf(step, intf.intf, intf.direction).permitsUnmatched() != ace.permits) intfs.push_back(intf.intf);
+  }
+  return intfs;
+}
 
 std::string textDiagnostics(const Diagnostics& diagnostics, bool colour) {
   const Paint paint(colour);
@@ -190,30 +256,31 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
   std::string text = textDiagnostics(input.diagnostics, options.colour);
   if (!text.empty()) text += "\n";
   Out out(text);
-  if (input.outcome.intfs.empty()) {
-    text += "No ACL is attached to an interface.\n";
-  } else {
-    text += intfTable(input, paint).text("");
+  const auto failedWrites = input.fpga.failedWrites();
+  if (!failedWrites.empty() && failedWrites.front().number <= input.startupWrites) {
+    fmt::format_to(out, "{}\n\n", paint.bad("The drop delay did not reach all filters at start-up."));
   }
-  for (const AclOutcome& acl : input.outcome.acls) writeAcl(out, acl, input, paint);
+
+  for (size_t i = 0; i < input.steps.size(); ++i) {
+    const StepReport& step = input.steps[i];
+    if (input.steps.size() > 1) {
+      fmt::format_to(out, "{}{}\n", i == 0 ? "" : "\n\n", paint.head(fmt::format("Step {}: {}", i + 1, step.file)));
+      for (const Change& change : step.outcome.changes) fmt::format_to(out, "  {}\n", changeWords(change));
+      if (step.outcome.changes.empty()) fmt::format_to(out, "  nothing changed\n");
+      fmt::format_to(out, "  {} register writes\n\n", step.outcome.writes);
+    }
+    writeStep(out, step, input.device, paint);
+  }
 
   if (options.registers) {
-    for (const Interface& interface : input.device.interfaces) {
-      for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
-        if (direction == Acl::AclDirection::in && input.device.inRules == 0) continue;
-        writeFilter(out, interface, direction, dumpFilter(input.fpga, input.device, interface, direction), paint);
-      }
+    for (const FilterDump& filter : input.steps.back().filters) {
+      if (!filter.slots.empty()) writeFilter(out, filter, paint);
     }
   }
-
-  const auto failedWrites = input.fpga.failedWrites();
-  fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.fpga.writes(), input.outcome.startupWrites);
+  fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.fpga.writes(), input.startupWrites);
   if (!failedWrites.empty()) fmt::format_to(out, ", {}", paint.bad(fmt::format("{} failed", failedWrites.size())));
   text += "\n";
-  for (const auto& [number, path] : failedWrites) fmt::format_to(out, "  write {} failed: {}\n", number, path);
-  if (input.outcome.startupFailed) {
-    fmt::format_to(out, "{}\n", paint.bad("The drop delay did not reach all filters at start-up."));
-  }
+  writeFailedWrites(out, failedWrites);
   return text;
 }
 

@@ -27,7 +27,7 @@ std::string TraceCapture::last(std::string_view operation) const {
 
 void TraceCapture::take(const Platform::TraceRecord& record) {
   lastMessages_.insert_or_assign(std::string(record.operation), std::string(record.message));
-  if (record.level > printLevel_) return;
+  if (mute_ || record.level > printLevel_) return;
   fmt::print(stderr, "[{}] {}:{} {}::{} {}\n", record.level, record.file, record.line, record.className,
              record.operation, record.message);
 }

@@ -18,6 +18,8 @@ class TraceCapture {
   TraceCapture(const TraceCapture&) = delete;
   TraceCapture& operator=(const TraceCapture&) = delete;
 
+  // Prints nothing while it is muted; reasons are captured all the same.
+  void muteIs(bool mute) { mute_ = mute; }
   // Forgets what was captured.
   void clear() { lastMessages_.clear(); }
   // The last message that `operation` has traced since then; empty when there is none.
@@ -27,6 +29,7 @@ class TraceCapture {
   void take(const Platform::TraceRecord& record);
 
   int printLevel_;
+  bool mute_ = false;
   std::map<std::string, std::string, std::less<>> lastMessages_;
 };
 

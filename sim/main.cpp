@@ -9,6 +9,8 @@
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -37,11 +39,14 @@ int main(int argc, char** argv) {
     const auto line = Sim::parseCommandLine(argc, argv, exitStatus);
     if (!line) return exitStatus;
     const auto deviceText = readFile(line->deviceFile);
-    const auto configText = readFile(line->configFile);
-    if (!deviceText || !configText) return Sim::kBadInput;
+    std::vector<std::string> configTexts;
+    for (const std::string& file : line->configFiles) {
+      if (auto text = readFile(file)) configTexts.push_back(std::move(*text));
+    }
+    if (!deviceText || configTexts.size() != line->configFiles.size()) return Sim::kBadInput;
 
     const bool colour = isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr;
-    const Sim::RunResult result = Sim::run(*line, *deviceText, *configText, colour);
+    const Sim::RunResult result = Sim::run(*line, *deviceText, configTexts, colour);
     fmt::print("{}", result.output);
     return result.exitStatus;
   } catch (const std::exception& error) {

@@ -62,10 +62,10 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
     }
     return AclCreateError::noError;
   }
+  shadowAcl->aclRulesFinalizedIs(false);
   // Filters that hold the previous shadow ACL keep it alive: the hardware stays as it is until the new rules are
   // written.
   shadowAcl->aclIs(freshAcl(key, trace));
-  shadowAcl->aclRulesFinalizedIs(false);
 
   const Ptr<ShadowFilters> filters = shadowFilters(key.direction);
   for (const IntfId intf : takeIntfsToReapply(*shadowAcl, trace)) {

@@ -8,8 +8,6 @@ KESTRIX_DEFINE_ENTITY(BaseAcl)
 KESTRIX_DEFINE_ENTITY(IpAcl)
 KESTRIX_DEFINE_ENTITY(MacAcl)
 
-std::string referenceText(const BaseAcl* acl) { return acl == nullptr ? "null" : acl->key().toText(); }
-
 uint8_t BaseAcl::getNextAclRuleKey() const {
   AclTrace("BaseAcl", "getNextAclRuleKey").level6("");
   if (rule().empty()) return 0;

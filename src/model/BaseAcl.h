@@ -34,8 +34,12 @@ class BaseAcl : public Platform::Entity {
   uint8_t getNextAclRuleKey() const;
 };
 
-// How a reference to a shadow ACL prints: its key, or "null".
-std::string referenceText(const BaseAcl* acl);
+// A reference to a shadow ACL, for printing: its key, or "null".
+struct AclReference {
+  const BaseAcl* acl;
+
+  std::string toText() const { return acl == nullptr ? "null" : acl->key().toText(); }
+};
 
 // The shadow of an IPv4 ACL.
 class IpAcl final : public BaseAcl {

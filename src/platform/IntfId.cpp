@@ -35,7 +35,7 @@ IntfId::IntfId(std::string_view name) {
 
 const std::string& IntfId::toText() const { return record_->name; }
 
-size_t IntfId::hash() const { return record_->hash; }
+size_t IntfId::hash() const noexcept { return record_->hash; }
 
 std::strong_ordering IntfId::operator<=>(const IntfId& other) const {
   if (record_ == other.record_) return std::strong_ordering::equal;

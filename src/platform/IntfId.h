@@ -24,7 +24,7 @@ class KESTRIX_API IntfId {
   const std::string& toText() const;
 
   // Of the name, so that hash order is the same in every run.
-  size_t hash() const;
+  size_t hash() const noexcept;
 
   bool operator==(const IntfId&) const = default;
   std::strong_ordering operator<=>(const IntfId& other) const;
@@ -47,5 +47,5 @@ struct KESTRIX_API DownstreamIntfId {
 
 template <>
 struct std::hash<Platform::IntfId> {
-  size_t operator()(Platform::IntfId intf) const { return intf.hash(); }
+  size_t operator()(Platform::IntfId intf) const noexcept { return intf.hash(); }
 };
