@@ -195,7 +195,7 @@ std::vector<Framework::Move> Framework::detach(const std::vector<Wanted>& wanted
         outcome.changes.push_back({ChangeKind::detached, key.name, intf.toText(), key.direction});
       } else {
         moves.push_back({key, next->key, intf});
-        outcome.changes.push_back({ChangeKind::moved, key.name, intf.toText(), key.direction});
+        outcome.changes.push_back({ChangeKind::moved, key.name, intf.toText(), key.direction, next->key.name});
       }
     }
   }

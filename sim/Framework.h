@@ -89,6 +89,7 @@ struct Change {
   std::string acl;   // Empty for an interface that is blocked or unblocked.
   std::string intf;  // Empty for an ACL as a whole.
   std::optional<Acl::AclDirection> direction;
+  std::string to = {};  // The ACL that an interface has moved to.
 };
 
 // What became of one desired state.

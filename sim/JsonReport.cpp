@@ -79,6 +79,7 @@ Json changeJson(const Change& change) {
   Json json{{"kind", nameOf(change.kind)}};
   if (!change.acl.empty()) json["acl"] = change.acl;
   if (!change.intf.empty()) json["interface"] = change.intf;
+  if (!change.to.empty()) json["to"] = change.to;
   if (change.direction) json["direction"] = directionName(*change.direction);
   return json;
 }

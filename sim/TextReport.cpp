@@ -120,7 +120,7 @@ std::string changeWords(const Change& change) {
     case ChangeKind::attached:
       return fmt::format("ACL {}{} attached to {}", change.acl, direction, change.intf);
     case ChangeKind::moved:
-      return fmt::format("{} moved from ACL {}{} to another", change.intf, change.acl, direction);
+      return fmt::format("{} moved from ACL {} to {}{}", change.intf, change.acl, change.to, direction);
     case ChangeKind::retried:
       return fmt::format("ACL {}{} tried again on {}", change.acl, direction, change.intf);
     default:

@@ -1,0 +1,109 @@
+#include <gmock/gmock.h>
+
+#include "platform/AclKey.h"
+#include "platform/EthAddr.h"
+#include "platform/Instance.h"
+#include "platform/IntfId.h"
+#include "platform/Trace.h"
+
+namespace Platform {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::ThrowsMessage;
+
+template <class T>
+void expectText(const std::vector<std::string>& good, const std::vector<std::string>& bad) {
+  for (const std::string& text : good) EXPECT_EQ(fmt::format("{}", fromText<T>(text)), text);
+  for (const std::string& text : bad) {
+    // A NUL ends what() early, and a part of a composite is quoted alone.
+    const bool isWhole = text.find('\0') == text.npos && text.find('/') == text.npos;
+    EXPECT_THAT([&] { fromText<T>(text); },
+                ThrowsMessage<RangeError>(HasSubstr(isWhole ? fmt::format("\"{}\"", text) : "\"")));
+  }
+}
+
+TEST(Text, ReadsBackWhatItPrintsAndQuotesWhatItRefuses) {
+  expectText<bool>({"true", "false"}, {"", "1", "True", "true "});
+  expectText<uint8_t>({"0", "255"}, {"", "256", "-1", "+1", " 1", "1 ", "0x1", "99999999999999999999"});
+  expectText<UniqueId>({"0", "18446744073709551615"}, {"18446744073709551616"});
+  expectText<IpProto>({"0", "17"}, {"256", "tcp"});
+  expectText<IpAddr>({"0.0.0.0", "255.254.1.0"},
+                     {"1.2.3", "1.2.3.256", "1.2.3.4 ", "01.2.3.4", std::string("1.2.3.4\0", 8)});
+  expectText<IpAddrWithFullMask>({"10.0.0.1/255.0.255.0"}, {"10.0.0.1", "10.0.0.1/"});
+  expectText<EthAddr>({"00:11:aa:ff:00:01"},
+                      {"0:11:aa:ff:00:01", "00-11-aa-ff-00-01", "00:11:aa:ff:00:0g", "00:11:aa:ff:00:011"});
+  expectText<EthAddrWithMask>({"00:11:aa:ff:00:01/ff:ff:00:00:00:00"}, {"00:11:aa:ff:00:01"});
+  expectText<Acl::AclType>({"ipv4", "ipv6", "mac"}, {"", "IPV4", "3"});
+  EXPECT_EQ(fmt::format("{} {}", static_cast<Acl::AclType>(9),
+                        AclKey{"a", Acl::AclType::mac, Acl::AclDirection::out, 2, true}),
+            "9 a(mac,out,2,dynamic)");
+}
+
+TEST(IntfId, OrdersNumbersByValueAndIsTheSameForTheSameName) {
+  const std::vector<std::string> ordered = {"port-1", "port-2", "port-10", "port-10a", std::string("port-10a\0", 9)};
+  for (size_t i = 0; i < ordered.size(); ++i) {
+    for (size_t j = 0; j < ordered.size(); ++j) {
+      EXPECT_EQ(IntfId(ordered[i]) <=> IntfId(ordered[j]), i <=> j) << i << " " << j;
+      EXPECT_EQ(IntfId(ordered[i]) == IntfId(ordered[j]), i == j);
+    }
+  }
+  EXPECT_THROW(IntfId(""), RangeError);
+  EXPECT_THROW(IntfId(std::string(256, 'x')), RangeError);
+  EXPECT_EQ(DownstreamIntfId::coreId(IntfId("never told")), 0u);
+}
+
+struct Costly {
+  std::string toText() const { return ++*formatted, "text"; }
+  int* formatted;
+};
+
+TEST(Trace, FormatsOnlyEnabledLevelsAndCarriesEveryField) {
+  TraceHandle handle("Handle");
+  const TraceScope trace(handle, "File", "Class", "operation");
+  int formatted = 0;
+  std::vector<std::string> lines;
+  handle.sinkIs([&](const TraceRecord& r) {
+    lines.push_back(
+        fmt::format("{} {} {} {} {} {} {}", r.handle, r.level, r.file, r.line, r.className, r.operation, r.message));
+    handle.sinkIs({});  // Replaces itself while it is called.
+  });
+  handle.levelIs(kTraceDecision);
+  trace.level6("{}", Costly{&formatted});
+  EXPECT_EQ(formatted, 0);
+  const int line = __LINE__ + 1;
+  trace.level5("a {}", Costly{&formatted});
+  trace.failure("dropped");
+  EXPECT_THAT(lines, ElementsAre(fmt::format("Handle 5 File {} Class operation a text", line)));
+}
+
+TEST(Publisher, SubscribersMayLeaveWhileTheyAreTold) {
+  const Publisher publisher;
+  std::vector<int> told;
+  Subscription second;
+  Subscription first =
+      publisher.subscribe([&](AttributeId) { told.push_back(1), first.disconnect(), second.disconnect(); });
+  second = publisher.subscribe([&](AttributeId) { told.push_back(2); });
+  const Subscription third = publisher.subscribe([&](AttributeId id) { told.push_back(static_cast<int>(id)); });
+  publisher.notify(387);
+  publisher.notify(5);
+  EXPECT_THAT(told, ElementsAre(1, 387, 5));
+}
+
+TEST(Collections, AWalkVisitsWhatWasThereAtTheStartAndStillIs) {
+  Set<int> set{1, 2, 3};
+  std::vector<int> visited;
+  forEachStable(set, [&](int key) {
+    visited.push_back(key);
+    set.clear();
+    set.insert({4, key});
+    if (visited.size() == 1) set.insert({1, 2});
+  });
+  EXPECT_LE(visited.size(), 3u);
+  EXPECT_EQ(std::count(visited.begin(), visited.end(), 4), 0);
+  EXPECT_EQ(std::set<int>(visited.begin(), visited.end()).size(), visited.size());
+}
+
+}  // namespace
+}  // namespace Platform
