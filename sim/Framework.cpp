@@ -118,6 +118,7 @@ Outcome Framework::apply(const Configuration& desired) {
   const std::vector<Wanted> wanted = wantedBy(desired);
 
   std::vector<std::set<Platform::IntfId>> inactive;
+  inactive.reserve(wanted.size());
   for (const Wanted& each : wanted) inactive.push_back(inactiveIntfs(each));
   // What goes makes room for what comes: a filter takes the rules of one ACL only. Where an ACL of the same type comes,
   // it takes the place of the old one, which is told afterwards; and only then are new rules of the old one translated,

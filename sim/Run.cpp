@@ -57,6 +57,7 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
   // What is missing from a broken device would be missed in the configurations, too.
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, colour);
   std::vector<Configuration> configurations;
+  configurations.reserve(configTexts.size());
   for (size_t i = 0; i < configTexts.size(); ++i) {
     configurations.push_back(readConfiguration(line.configFiles.at(i), configTexts[i], device, diagnostics));
   }

@@ -45,7 +45,8 @@ int main(int argc, char** argv) {
     }
     if (!deviceText || configTexts.size() != line->configFiles.size()) return Sim::kBadInput;
 
-    const bool colour = isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr;
+    const char* const noColour = std::getenv("NO_COLOR");
+    const bool colour = isatty(STDOUT_FILENO) != 0 && (noColour == nullptr || *noColour == '\0');
     const Sim::RunResult result = Sim::run(*line, *deviceText, configTexts, colour);
     fmt::print("{}", result.output);
     return result.exitStatus;

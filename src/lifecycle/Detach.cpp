@@ -52,7 +52,7 @@ AclHelper::AclCreateError AclHelper::removeIntfFromAcl(const IntfPairKey& intfPa
 void AclHelper::clearAclFromIntfs(const Ptr<ShadowAcl>& shadowAclArgument) {
   // The callback into the framework may drop every other reference to what this pass works on.
   const Ptr<AclHelper> self(this);
-  const Ptr<ShadowAcl> shadowAcl = shadowAclArgument;
+  const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
   const AclTrace trace("AclHelper", "clearAclFromIntfs");
   requireShadowAcl(shadowAcl != nullptr, trace);
 
