@@ -364,9 +364,8 @@ bool Framework::isInError(const Platform::AclKey& key, Platform::IntfId intf) co
 
 bool Framework::isInFilter(const Platform::AclKey& key, Platform::IntfId intf) const {
   const auto filter = helper_->shadowFilters(key.direction)->shadowFilter(intf);
-  if (!filter) return false;
-  if (key.type == Acl::AclType::ipv4) return filter->ipAcl() && filter->ipAcl()->key() == key;
-  return filter->macAcl() && filter->macAcl()->key() == key;
+  const auto* recorded = filter ? filter->recorded(key.type == Acl::AclType::ipv4) : nullptr;
+  return recorded != nullptr && recorded->key() == key;
 }
 
 AceOutcome Framework::translate(const Ace& ace, const Platform::Ptr<Platform::AclData>& aclData, uint32_t ruleNum) {

@@ -25,7 +25,7 @@ class Table {
 
   void add(Row row, Painter painter = {}) { rows_.push_back({std::move(row), std::move(painter)}); }
 
-  std::string text(std::string_view indent) const {
+  std::string text() const {
     std::vector<size_t> widths;
     for (const auto& [row, painter] : rows_) {
       widths.resize(std::max(widths.size(), row.size()));
@@ -33,7 +33,7 @@ class Table {
     }
     std::string text;
     for (const auto& [row, painter] : rows_) {
-      std::string line(indent);
+      std::string line;
       for (size_t i = 0; i < row.size(); ++i) {
         const bool isLast = i + 1 == row.size();
         const std::string cell = isLast ? row[i] : fmt::format("{:<{}}  ", row[i], widths[i]);
@@ -190,7 +190,7 @@ void writeStep(Out out, const StepReport& step, const Device& device, const Pain
   if (outcome.intfs.empty()) {
     fmt::format_to(out, "No ACL is attached to an interface.\n");
   } else {
-    fmt::format_to(out, "{}", intfTable(step, device, paint).text(""));
+    fmt::format_to(out, "{}", intfTable(step, device, paint).text());
   }
   for (const Platform::IntfId intf : outcome.blocked) {
     fmt::format_to(out, "{}\n", paint.odd(fmt::format("{} is blocked: it passes no traffic", intf)));

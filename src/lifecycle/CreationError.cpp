@@ -12,7 +12,7 @@ AclHelper::AclCreateError AclHelper::setCreationError(const Ptr<ShadowAcl>& shad
   const AclTrace trace("AclHelper", "setCreationError");
   requireShadowAcl(shadowAcl != nullptr, trace);
 
-  trace.level6("acl: {}, err: {}", shadowAcl->name(), error);
+  trace.level6("acl: {}, err: {}", shadowAcl->key().name, error);
   Platform::forEachStable(shadowAcl->applyingIntf(), [&](IntfId intf) {
     shadowAcl->errorIntfIs(intf, error);
     shadowAcl->applyingIntfDel(intf);

@@ -80,7 +80,7 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
     trace.level6("ACL not active on {}, nothing to do", intf);
     return done(AclCreateError::noError);
   }
-  trace.level6("clearing {} from {} ACL config", shadowAcl.name(), intf);
+  trace.level6("clearing {} from {} ACL config", shadowAcl.key().name, intf);
   const Ptr<ShadowFilters> filters = shadowFilters(direction);
   const Ptr<ShadowFilter> old = filters ? filters->shadowFilter(intf) : nullptr;
   if (!old) {

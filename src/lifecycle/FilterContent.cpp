@@ -103,8 +103,7 @@ FilterContent contentAfterAttach(const ShadowFilter& filter, const ShadowAcl::Ac
 }
 
 bool holdsAnother(const ShadowFilter& filter, const ShadowAcl& shadowAcl) {
-  const BaseAcl* holder = shadowAcl.acl().containsIp() ? static_cast<const BaseAcl*>(filter.ipAcl().get())
-                                                       : static_cast<const BaseAcl*>(filter.macAcl().get());
+  const BaseAcl* holder = filter.recorded(shadowAcl.acl().containsIp());
   return holder != nullptr && holder->key() != shadowAcl.key();
 }
 
@@ -115,8 +114,7 @@ FilterContent contentAfterDetach(const ShadowFilter& filter, const ShadowAcl::Ac
   } else {
     content.ipAcl = filter.ipAcl();
   }
-  const BaseAcl* staying = acl.containsIp() ? static_cast<const BaseAcl*>(content.macAcl.get())
-                                            : static_cast<const BaseAcl*>(content.ipAcl.get());
+  const BaseAcl* staying = filter.recorded(!acl.containsIp());
   const DetachRow& row = detachRow(typeOf(acl), staying);
   content.ruleType = row.keepsType ? filter.ruleType() : Acl::AclType::mac;
   if (row.side == SideFrom::filter) content.srcOrDst = filter.srcOrDst();

@@ -12,8 +12,7 @@ namespace {
 // Whether another ACL of the type that `key` has is recorded in the filter. Only names are compared.
 bool heldByAnother(const ShadowFilter* filter, const Platform::AclKey& key) {
   if (filter == nullptr) return false;
-  const BaseAcl* holder = key.type == Acl::AclType::ipv4 ? static_cast<const BaseAcl*>(filter->ipAcl().get())
-                                                         : static_cast<const BaseAcl*>(filter->macAcl().get());
+  const BaseAcl* holder = filter->recorded(key.type == Acl::AclType::ipv4);
   return holder != nullptr && holder->key().name != key.name;
 }
 

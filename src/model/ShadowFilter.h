@@ -47,6 +47,12 @@ class ShadowFilter final : public Platform::Entity {
   ShadowFilter(Platform::IntfId intfId, Acl::AclType ruleType, uint8_t maxRules)
       : intfId_(intfId), ruleType_(ruleType), maxRules_(maxRules) {}
 
+  // The ACL of one type that is written to the filter: the IPv4 ACL, or else the MAC ACL; null when there is none.
+  const BaseAcl* recorded(bool isIp) const {
+    if (isIp) return ipAcl_.get();
+    return macAcl_.get();
+  }
+
   // The register image that the filter must have in hardware.
   FilterRegisters genRegisters() const;
 };
