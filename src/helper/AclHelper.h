@@ -47,6 +47,7 @@ class AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITIES(Platform::AclKey, ShadowAcl, allShadowAcl);
   KESTRIX_CHILD(ShadowFilters, inShadowFilter);
   KESTRIX_CHILD(ShadowFilters, outShadowFilter);
+  KESTRIX_MADE_BY(AclHelperIs);
 
  public:
   // Raises RangeError when `transport` or `vcsd` is null, or a number of rules is above kMaxRules.
@@ -87,25 +88,30 @@ class AclHelper : public VelHelper::AclHelper {
 
   // Whether the hardware can hold ACLs of the key's type and direction.
   bool aclSupported(const Platform::AclKey& key) const;
+  KESTRIX_OPERATION(aclSupported);
 
   // Writes `filterRegisters` into the filter of `intf` in `direction`: the whole filter, or its `enable` register only.
   // noError, or hardwareFailure when the transport's error flag was set; the flag is clear afterwards. All writes are
   // issued, and nothing is undone.
   AclCreateError regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf, Acl::AclDirection direction,
                                 bool enableRegOnly);
+  KESTRIX_OPERATION(regWriteHelper);
 
   // Writes a finalized ACL to the filters of its applying interfaces, and reports the pass to the framework.
   // noError, or the error of the last interface that failed. Raises ConsistencyError for a null ACL and for an applying
   // interface without a shadow filter.
   AclCreateError writeAclToIntfs(const Ptr<ShadowAcl>& shadowAcl);
+  KESTRIX_OPERATION(writeAclToIntfs);
 
   // Takes an ACL off the filters of its deleting interfaces, keeping the ACL of the other type that shares one, and
   // reports the pass to the framework. Raises ConsistencyError for a null ACL, and for an active interface without a
   // shadow filter.
   void clearAclFromIntfs(const Ptr<ShadowAcl>& shadowAcl);
+  KESTRIX_OPERATION(clearAclFromIntfs);
 
   // Fails the interfaces that wait for the ACL with `error`, and raises it to the framework. Returns `error`.
   AclCreateError setCreationError(const Ptr<ShadowAcl>& shadowAcl, AclCreateError error);
+  KESTRIX_OPERATION(setCreationError);
 
   // The filters, and the rule registers of one filter, of a direction. The filters are null after they were deleted by
   // name.

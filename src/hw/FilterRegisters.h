@@ -25,7 +25,7 @@ class FilterRuleRegisters {
 
 // The registers of one filter. A temporary: computed from a ShadowFilter, written, dropped.
 class FilterRegisters {
-  KESTRIX_VALUE(FilterRegisters, "Kestrix::FilterRegisters");
+  KESTRIX_PRINTED_VALUE(FilterRegisters, "Kestrix::FilterRegisters");
   KESTRIX_SETTABLE(uint32_t, enable, 0);
   KESTRIX_SETTABLE(uint32_t, action, 0);
   KESTRIX_SETTABLE(uint32_t, tcp, 0);

@@ -8,6 +8,11 @@
 #include "model/ShadowFilter.h"
 
 namespace Kestrix {
+
+KESTRIX_DEFINE_VALUE(FilterRuleRegisters)
+KESTRIX_DEFINE_VALUE(FilterRegisters)
+KESTRIX_DEFINE_ENTITY(ShadowFilter)  // Here, where the result of its operation is known.
+
 namespace {
 
 // A flag of the whole filter and what sets it. The filter's views are absent or false without their ACL.

@@ -14,6 +14,7 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
   KESTRIX_FIXED(Platform::Ptr<Platform::InstanceStatus>, instanceStatus);
   KESTRIX_FIXED(Platform::Ptr<const Platform::VelCommonSmData>, vcsd);
   KESTRIX_FIXED(Platform::Ptr<AclHelper>, aclHelper);
+  KESTRIX_MADE_BY(AclHelperInstanceConfigSmIs);
 
  public:
   // A new reactor, which has applied the flag and follows it. Raises RangeError when an argument is null.
@@ -26,6 +27,7 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
   // Writes the flag as it is now into the filters of every managed interface, creating the shadow filters that are
   // missing, and publishes it in the statuses. A failed write is traced, and the pass goes on.
   void handleAclDropDelay();
+  KESTRIX_OPERATION(handleAclDropDelay);
 
   // Follows changes of the flag, or stops to. Switching on applies nothing by itself.
   void hasNotificationActiveIs(bool active);

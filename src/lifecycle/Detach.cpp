@@ -93,8 +93,7 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
   }
 
   const FilterContent content = contentAfterDetach(*old, shadowAcl.acl());
-  trace.level6("macAcl: {}, ipAcl: {}, ruleType: {}", AclReference{content.macAcl.get()},
-               AclReference{content.ipAcl.get()}, content.ruleType);
+  trace.level6("macAcl: {}, ipAcl: {}, ruleType: {}", content.macAcl, content.ipAcl, content.ruleType);
   const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, ruleLimit(direction), content);
   for (const AclRule& rule : content.rules) filter->ruleIs(rule);
 

@@ -24,6 +24,9 @@ inline constexpr Platform::EnumName<Kestrix::SrcOrDst> Platform::enumNames<Kestr
 
 namespace Kestrix {
 
+using Platform::operator<<;  // Where the enumeration is found.
+inline std::string stringValue(SrcOrDst side) { return fmt::format("{}", side); }
+
 // The address that a rule matches, with its wildcard mask: a set bit marks an address bit that is not compared.
 class AclAddrWithMask : public IpMacUnion<AclAddrWithMask, Platform::IpAddrWithFullMask, Platform::EthAddrWithMask> {
  public:
@@ -32,13 +35,11 @@ class AclAddrWithMask : public IpMacUnion<AclAddrWithMask, Platform::IpAddrWithF
   AclAddrWithMask() = default;
   explicit AclAddrWithMask(Platform::IpAddrWithFullMask ip) : IpMacUnion(ip) {}
   explicit AclAddrWithMask(Platform::EthAddrWithMask mac) : IpMacUnion(mac) {}
+  // Reads what toText gives. Raises RangeError; `text` is then anywhere.
+  explicit AclAddrWithMask(Platform::TextCursor& text) : AclAddrWithMask(readUnion(text)) {}
 
   // Whether it differs from the default, `ip` 0/0.
   explicit operator bool() const { return *this != AclAddrWithMask(); }
-  std::string toText() const {
-    return fmt::format("Value('{}', {})", modelName(),
-                       containsIp() ? fmt::format("ip={}", ip()) : fmt::format("mac={}", mac()));
-  }
 };
 
 // One rule as an FPGA filter holds it. Its address is on the side named by the `srcOrDst` of its ACL or filter.

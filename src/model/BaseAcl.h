@@ -32,13 +32,7 @@ class BaseAcl : public Platform::Entity {
   // The key for the next rule: 0 for an empty ACL, otherwise one after the run of keys that begins at 0 or 1 (key 0 is
   // not filled again while there are rules). The caller checks it against the rule registers that there are.
   uint8_t getNextAclRuleKey() const;
-};
-
-// A reference to a shadow ACL, for printing: its key, or "null".
-struct AclReference {
-  const BaseAcl* acl;
-
-  std::string toText() const { return acl == nullptr ? "null" : acl->key().toText(); }
+  KESTRIX_OPERATION(getNextAclRuleKey);
 };
 
 // The shadow of an IPv4 ACL.

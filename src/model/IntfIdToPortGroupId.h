@@ -10,7 +10,7 @@ namespace Kestrix {
 
 // The port-group numbers, 1-based, of the interfaces. Filled by whoever builds the helper, and only read from then on.
 class IntfIdToPortGroupId {
-  KESTRIX_VALUE(IntfIdToPortGroupId, "Kestrix::IntfIdToPortGroupId");
+  KESTRIX_PRINTED_VALUE(IntfIdToPortGroupId, "Kestrix::IntfIdToPortGroupId");
   // 0 for an interface that is not in the map.
   KESTRIX_MAP(Platform::IntfId, uint16_t, uint16_t, portGroupMap);
 

@@ -1,11 +1,17 @@
 #include "model/ShadowAcl.h"
 
+#include "model/IntfIdToPortGroupId.h"
 #include "model/ShadowFilter.h"
 
 namespace Kestrix {
 
+KESTRIX_DEFINE_VALUE(AclAddrWithMask)
+KESTRIX_DEFINE_VALUE(AclRule)
+KESTRIX_DEFINE_VALUE(IntfIdToPortGroupId)
 KESTRIX_DEFINE_ENTITY(ShadowAcl)
-KESTRIX_DEFINE_ENTITY(ShadowFilter)
+namespace {
+const Platform::Detail::Registration registeredAcl(Platform::modelTypeOf<ShadowAcl::Acl>());
+}
 KESTRIX_DEFINE_ENTITY(ShadowFilters)
 
 }  // namespace Kestrix

@@ -25,6 +25,9 @@ class ShadowAcl final : public Platform::Entity {
     Acl() = default;
     explicit Acl(Platform::Ptr<IpAcl> ip) : IpMacUnion(std::move(ip)) {}
     explicit Acl(Platform::Ptr<MacAcl> mac) : IpMacUnion(std::move(mac)) {}
+    // Reads what toText gives: the reference is to a shadow ACL that lives, or null. Raises RangeError; `text` is then
+    // anywhere.
+    explicit Acl(Platform::TextCursor& text) : Acl(readUnion(text)) {}
 
     // The held shadow ACL, whatever its type; null when there is none yet.
     Platform::Ptr<BaseAcl> base() const {

@@ -55,6 +55,7 @@ class ShadowFilter final : public Platform::Entity {
 
   // The register image that the filter must have in hardware.
   FilterRegisters genRegisters() const;
+  KESTRIX_OPERATION(genRegisters);
 };
 
 // The shadow filters of one direction, each under its interface.

@@ -10,6 +10,28 @@ std::string AclKey::toText() const {
   return text + ")";
 }
 
+AclKey AclKey::fromText(std::string_view text) try {
+  AclKey key;
+  // Only the name may have parentheses of its own.
+  const auto open = text.rfind('(');
+  if (open == text.npos) throw RangeError("name(type,direction) is wanted");
+  key.name = text.substr(0, open);
+  TextCursor cursor(text.substr(open));
+  cursor.require("(");
+  key.type = Platform::fromText<Acl::AclType>(cursor.takeUntil(","));
+  cursor.require(",");
+  key.direction = Platform::fromText<Acl::AclDirection>(cursor.takeUntil(",)"));
+  if (cursor.skip(",")) {
+    key.instance = Platform::fromText<uint32_t>(cursor.takeUntil(",)"));
+    key.dynamic = cursor.skip(",dynamic");
+  }
+  cursor.require(")");
+  cursor.requireEnd();
+  return key;
+} catch (const ModelError& error) {
+  error.raiseIn(quoted(text) + " is not the key of an ACL");
+}
+
 }  // namespace Platform
 
 size_t std::hash<Platform::AclKey>::operator()(const Platform::AclKey& key) const {

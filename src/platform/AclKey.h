@@ -12,6 +12,7 @@ namespace Platform {
 
 // An ACL's name, type and direction, and two members of the framework's own that only take part in the comparison.
 // Text: "edge-in(ipv4,in)", the two further members added where they are not 0 and false: "edge-in(ipv4,in,7,dynamic)".
+// The name may be any.
 struct KESTRIX_API AclKey {
   String name;
   Acl::AclType type = Acl::AclType::ipv4;
@@ -20,6 +21,8 @@ struct KESTRIX_API AclKey {
   bool dynamic = false;   // The ACL was made by a protocol, not configured.
 
   bool operator==(const AclKey&) const = default;
+  // Raises RangeError.
+  static AclKey fromText(std::string_view text);
   std::string toText() const;
 };
 

@@ -66,16 +66,24 @@ struct MacRuleConfig {
   bool operator==(const MacRuleConfig&) const = default;
 };
 
+using Platform::operator<<;  // Where the enumerations are found.
+
 }  // namespace Acl
 
 namespace Platform {
 
 template <>
+inline constexpr bool isOpenEnum<Acl::AclType> = true;
+template <>
 inline constexpr EnumName<Acl::AclType> enumNames<Acl::AclType>[] = {
     {Acl::AclType::ipv4, "ipv4"}, {Acl::AclType::ipv6, "ipv6"}, {Acl::AclType::mac, "mac"}};
 template <>
+inline constexpr bool isOpenEnum<Acl::AclDirection> = true;
+template <>
 inline constexpr EnumName<Acl::AclDirection> enumNames<Acl::AclDirection>[] = {{Acl::AclDirection::in, "in"},
                                                                                {Acl::AclDirection::out, "out"}};
+template <>
+inline constexpr bool isOpenEnum<Acl::Action> = true;
 template <>
 inline constexpr EnumName<Acl::Action> enumNames<Acl::Action>[] = {{Acl::Action::permit, "permit"},
                                                                    {Acl::Action::deny, "deny"}};
@@ -87,6 +95,8 @@ enum class AclCreateError : uint32_t {
   hardwareFailure = 15,  // No rule register left, or a register write failed.
 };
 
+template <>
+inline constexpr bool isOpenEnum<AclCreateError> = true;
 template <>
 inline constexpr EnumName<AclCreateError> enumNames<AclCreateError>[] = {
     {AclCreateError::noError, "noError"},

@@ -14,7 +14,7 @@ EthAddr EthAddr::fromText(std::string_view text) {
     const auto read = std::from_chars(digits, digits + 2, octets[i], 16);
     valid = read.ec == std::errc{} && read.ptr == digits + 2 && (i == 0 || digits[-1] == ':');
   }
-  if (!valid) throw RangeError(fmt::format("\"{}\" is not a MAC address", text));
+  if (!valid) throw RangeError(fmt::format("{} is not a MAC address", quoted(text)));
   return EthAddr(octets);
 }
 
@@ -25,7 +25,7 @@ std::string EthAddr::toText() const {
 
 EthAddrWithMask EthAddrWithMask::fromText(std::string_view text) {
   const auto slash = text.find('/');
-  if (slash == text.npos) throw RangeError(fmt::format("\"{}\" has no mask: address/mask is wanted", text));
+  if (slash == text.npos) throw RangeError(fmt::format("{} has no mask: address/mask is wanted", quoted(text)));
   return {EthAddr::fromText(text.substr(0, slash)), EthAddr::fromText(text.substr(slash + 1))};
 }
 

@@ -15,6 +15,7 @@ namespace Platform {
 // A 48-bit address; octets in transmission order. Text: "00:11:22:33:44:55", two hexadecimal digits an octet.
 class KESTRIX_API EthAddr {
  public:
+  static constexpr bool kTextIsToken = true;
   using Octets = std::array<uint8_t, 6>;
 
   constexpr EthAddr() = default;
@@ -41,6 +42,8 @@ class KESTRIX_API EthAddr {
 
 // An address with any 48-bit mask. Text: "00:11:22:33:44:55/ff:ff:ff:00:00:00".
 struct KESTRIX_API EthAddrWithMask {
+  static constexpr bool kTextIsToken = true;
+
   EthAddr addr;
   EthAddr mask;
 

@@ -10,7 +10,7 @@ IpAddr IpAddr::fromText(std::string_view text) {
   in_addr parsed{};
   // inet_pton reads up to a NUL, so a text that contains one is none.
   if (text.find('\0') != text.npos || inet_pton(AF_INET, std::string(text).c_str(), &parsed) != 1) {
-    throw RangeError(fmt::format("\"{}\" is not an IPv4 address", text));
+    throw RangeError(fmt::format("{} is not an IPv4 address", quoted(text)));
   }
   return IpAddr(ntohl(parsed.s_addr));
 }
@@ -21,7 +21,7 @@ std::string IpAddr::toText() const {
 
 IpAddrWithFullMask IpAddrWithFullMask::fromText(std::string_view text) {
   const auto slash = text.find('/');
-  if (slash == text.npos) throw RangeError(fmt::format("\"{}\" has no mask: address/mask is wanted", text));
+  if (slash == text.npos) throw RangeError(fmt::format("{} has no mask: address/mask is wanted", quoted(text)));
   return {IpAddr::fromText(text.substr(0, slash)), IpAddr::fromText(text.substr(slash + 1)).number()};
 }
 

@@ -13,6 +13,8 @@ namespace Platform {
 // An IPv4 address. Its number has the first octet in the most significant byte.
 class KESTRIX_API IpAddr {
  public:
+  static constexpr bool kTextIsToken = true;
+
   constexpr IpAddr() = default;
   constexpr explicit IpAddr(uint32_t number) : number_(number) {}
 
@@ -31,6 +33,8 @@ class KESTRIX_API IpAddr {
 
 // An IPv4 address with any 32-bit mask. Text: "10.0.0.0/255.0.0.0".
 struct KESTRIX_API IpAddrWithFullMask {
+  static constexpr bool kTextIsToken = true;
+
   IpAddr addr;
   uint32_t mask = 0;
 

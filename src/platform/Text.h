@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <iterator>
 #include <limits>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -18,6 +19,7 @@
 #include <fmt/format.h>
 
 #include "platform/Errors.h"
+#include "platform/TextCursor.h"
 
 namespace Platform {
 
@@ -35,13 +37,33 @@ struct EnumName {
 template <class E>
 inline constexpr int enumNames = 0;
 
+// Whether values without a name occur, and so are read back: specialise for the enumerations of the framework.
+template <class E>
+inline constexpr bool isOpenEnum = false;
+
 template <class E>
 concept NamedEnum = std::is_enum_v<E> && !std::same_as<std::remove_cvref_t<decltype(enumNames<E>)>, int>;
 
-// A class that gives its own text and, in a static `fromText`, reads it back.
+// A class that gives its own text.
 template <class T>
 concept TextValue = requires(const T& value) {
   { value.toText() } -> std::convertible_to<std::string>;
+};
+
+// How a type is read from a place in a text, where its text form does not end at the next delimiter. Specialise with
+// `static T read(TextCursor&)`; a class may also be constructed from the cursor.
+template <class T>
+struct CursorText {};
+
+template <class T>
+concept FromCursor = std::constructible_from<T, TextCursor&> || requires(TextCursor& cursor) {
+  { CursorText<T>::read(cursor) } -> std::same_as<T>;
+};
+
+// What `fromText` reads.
+template <class T>
+concept FromText = FromCursor<T> || NamedEnum<T> || std::unsigned_integral<T> || requires(std::string_view text) {
+  { T::fromText(text) } -> std::same_as<T>;
 };
 
 template <NamedEnum E>
@@ -52,38 +74,73 @@ constexpr std::string_view nameOf(E value) {
   return {};
 }
 
+template <class T>
+T fromText(std::string_view text);
+
+namespace Detail {
+
+template <std::unsigned_integral T>
+T numberFromText(std::string_view text) {
+  T value{};
+  const char* const start = text.data();
+  const char* const end = start + text.size();
+  if (const auto read = std::from_chars(start, end, value); read.ec == std::errc{} && read.ptr == end) return value;
+  throw RangeError(fmt::format("{} is not a number from 0 to {}", quoted(text), std::numeric_limits<T>::max()));
+}
+
+template <NamedEnum E>
+E enumFromText(std::string_view text) {
+  std::string names;
+  for (const auto& row : enumNames<E>) {
+    if (row.name == text) return row.value;
+    fmt::format_to(std::back_inserter(names), "{}{}", names.empty() ? "" : ", ", row.name);
+  }
+  if constexpr (isOpenEnum<E>) {
+    std::underlying_type_t<E> number{};
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = !text.empty() && read.ec == std::errc{} && read.ptr == text.data() + text.size();
+    if (isNumber && nameOf(E{number}).empty()) return E{number};
+  }
+  throw RangeError(fmt::format("{} is none of {}", quoted(text), names));
+}
+
+}  // namespace Detail
+
+// The value at the cursor. Raises RangeError, and leaves the cursor anywhere, when there is none.
+template <FromCursor T>
+T readText(TextCursor& cursor) {
+  if constexpr (std::constructible_from<T, TextCursor&>) {
+    return T(cursor);
+  } else {
+    return CursorText<T>::read(cursor);
+  }
+}
+
 // The value that `text` stands for, whole. Raises RangeError, quoting the text, when it is none.
 template <class T>
 T fromText(std::string_view text) {
-  if constexpr (requires { T::fromText(text); }) {
+  static_assert(FromText<T>, "this type has no text form that is read back");
+  if constexpr (FromCursor<T>) {
+    TextCursor cursor(text);
+    T value = readText<T>(cursor);
+    cursor.requireEnd();
+    return value;
+  } else if constexpr (requires { T::fromText(text); }) {
     return T::fromText(text);
   } else if constexpr (std::same_as<T, bool>) {
     if (text == "true") return true;
     if (text == "false") return false;
-    throw RangeError(fmt::format("\"{}\" is neither true nor false", text));
+    throw RangeError(fmt::format("{} is neither true nor false", quoted(text)));
   } else if constexpr (std::unsigned_integral<T>) {
-    T value{};
-    const char* const start = text.data();
-    const char* const end = start + text.size();
-    if (const auto read = std::from_chars(start, end, value); read.ec == std::errc{} && read.ptr == end) {
-      return value;
-    }
-    throw RangeError(fmt::format("\"{}\" is not a number from 0 to {}", text, std::numeric_limits<T>::max()));
+    return Detail::numberFromText<T>(text);
   } else {
-    static_assert(NamedEnum<T>, "this type has no text form");
-    std::string names;
-    for (const auto& row : enumNames<T>) {
-      if (row.name == text) return row.value;
-      fmt::format_to(std::back_inserter(names), "{}{}", names.empty() ? "" : ", ", row.name);
-    }
-    throw RangeError(fmt::format("\"{}\" is none of {}", text, names));
+    return Detail::enumFromText<T>(text);
   }
 }
 
+// A type whose text holds neither a comma nor a parenthesis, and so ends at the next one.
 template <class T>
-concept FromText = NamedEnum<T> || std::unsigned_integral<T> || requires(std::string_view text) {
-  { T::fromText(text) } -> std::same_as<T>;
-};
+concept TextToken = std::unsigned_integral<T> || NamedEnum<T> || requires { requires T::kTextIsToken; };
 
 template <class T>
   requires TextValue<T> || NamedEnum<T>

@@ -40,7 +40,7 @@ TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWhenMadeAndFollowsIt) {
   EXPECT_THAT(taken(), IsEmpty()) << "switching on applies nothing by itself";
   config->publisher().notify(387);
   EXPECT_EQ(applied(), on);
-  helper->attributeIs("ingressAclsSupported", false);
+  byName(*helper).set("ingressAclsSupported", false);
   transport->onWrite = [&] { reactor = nullptr; };  // Its last reference goes while it runs.
   config->aclDropDelayIs(true);
   EXPECT_THAT(applied(), ElementsAre(on[0], on[2]));

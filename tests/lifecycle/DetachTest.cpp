@@ -33,7 +33,7 @@ TEST_F(DetachTest, AnAclLeavesTheFilterToTheOther) {
           "5 removeIntfFromAcl: acl: edge type: ipv4 direction: out intf: e1",
           "6 removeIntfFromAcl: belongsToAnother: false", "5 clearAclFromIntfs: acl key: edge(ipv4,out)",
           "6 clearAclFromIntfs: trying to remove ACL from e1", "6 clearAclFromIntfs: clearing edge from e1 ACL config",
-          "6 clearAclFromIntfs: macAcl: guard(mac,out), ipAcl: null, ruleType: mac",
+          fmt::format("6 clearAclFromIntfs: macAcl: {}, ipAcl: null, ruleType: mac", guard->acl().mac()),
           "6 ShadowFilter::genRegisters: ", "6 regWriteHelper: writing to intf: e1",
           "6 regWriteHelper: only writing to enable register: false", base + "enable 0x44", base + "action 0x48",
           base + "tcp 0x0", base + "udp 0x0", base + "rule[0]/mask_high 0x0", base + "rule[0]/mask_low 0x0",
@@ -102,7 +102,7 @@ TEST_F(DetachTest, StatesOfAnInterface) {
        "e1 active, e2 active", 0, ""},
       {"torn down",
        [&] {
-         helper->attributeIs("destroying", "true");
+         byName(*helper).set("destroying", "true");
          remove(acl, e1), remove(acl, e2, true), helper->cleanupAcl(acl);
          EXPECT_EQ(helper->allShadowAcl(acl->key()), ip);
        },

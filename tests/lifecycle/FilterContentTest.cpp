@@ -38,7 +38,7 @@ ShadowAcl::Acl unionOf(const Ptr<BaseAcl>& acl) {
 std::string textOf(const FilterContent& c) {
   EXPECT_TRUE(c.delay);
   return fmt::format("{} {}x{} {} {}", c.ruleType, c.rules.size(), c.rules.empty() ? 0 : c.rules[0].port(),
-                     Platform::valueText(c.srcOrDst), c.permitAny);
+                     textOr(c.srcOrDst), c.permitAny);
 }
 
 // Ports: 1 the filter's rules, 2 the ACL's, 3 those of the ACL of the other type.

@@ -27,13 +27,4 @@ TEST(ShadowFilters, AFilterIsNotMadeAgainWithOtherArguments) {
   EXPECT_THAT([&] { get(kIpv4, 4); }, ThrowsMessage<Platform::ReinstantiationError>(testing::EndsWith(" maxRules")));
 }
 
-TEST(ModelByName, RefusesWhatIsNotThereOrNotSettable) {
-  const auto filters = make<ShadowFilters>();  // Owned twice, which the static analyser can follow.
-  const auto filter = filters->shadowFilterIs(IntfId("e1"), kMac, uint8_t{4});
-  for (const char* name : {"maxRules", "arp", "rule"})
-    EXPECT_THROW(filter->attributeIs(name, "1"), Platform::AttributeAccessError) << name;
-  EXPECT_THROW(filter->attribute("rules"), Platform::UnknownAttributeError);
-  EXPECT_THROW(filter->attributeIs("delay", "yes"), Platform::RangeError);
-}
-
 }  // namespace Kestrix::Test

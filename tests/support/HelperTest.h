@@ -76,6 +76,11 @@ inline AclRule aRule(const RuleFields& fields) {
   return rule;
 }
 
+template <class T>
+std::string textOr(const std::optional<T>& value) {
+  return value ? fmt::format("{}", *value) : "";
+}
+
 struct SubruleFields {
   Acl::Action action = kPermit;
   uint8_t proto = 0;

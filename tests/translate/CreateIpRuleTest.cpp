@@ -6,9 +6,9 @@ namespace {
 // "<side>,<permitAny>,<l4>,<number of rules>", and the last rule.
 std::string textOf(const IpAcl& acl) {
   const AclRule rule = acl.rule(static_cast<uint8_t>(acl.rule().size() - 1));
-  return fmt::format("{},{},{},{} {} {} {} {}{}", Platform::valueText(acl.srcOrDst()),
-                     Platform::valueText(acl.permitAny()), acl.l4(), acl.rule().size(), rule.action(),
-                     rule.addrWithMask().ip(), rule.port(), rule.tcp() ? "tcp" : "", rule.udp() ? "udp" : "");
+  return fmt::format("{},{},{},{} {} {} {} {}{}", textOr(acl.srcOrDst()), textOr(acl.permitAny()), acl.l4(),
+                     acl.rule().size(), rule.action(), rule.addrWithMask().ip(), rule.port(), rule.tcp() ? "tcp" : "",
+                     rule.udp() ? "udp" : "");
 }
 
 struct Step {

@@ -5,10 +5,8 @@ namespace {
 
 // "<side>,<permitAny>,<arp><permitArp>,<lldp><permitLldp>,<number of rules>", and the last rule.
 std::string textOf(const MacAcl& acl) {
-  using Platform::valueText;
-  std::string text =
-      fmt::format("{},{},{}{},{}{},{}", valueText(acl.srcOrDst()), valueText(acl.permitAny()), acl.arp(),
-                  valueText(acl.permitArp()), acl.lldp(), valueText(acl.permitLldp()), acl.rule().size());
+  std::string text = fmt::format("{},{},{}{},{}{},{}", textOr(acl.srcOrDst()), textOr(acl.permitAny()), acl.arp(),
+                                 textOr(acl.permitArp()), acl.lldp(), textOr(acl.permitLldp()), acl.rule().size());
   if (acl.rule().empty()) return text;
   const AclRule& rule = acl.rule().rbegin()->second;
   return text +
