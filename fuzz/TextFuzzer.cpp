@@ -1,0 +1,31 @@
+// Feeds any bytes to the parser of one type, KESTRIX_FUZZED. A text is refused by the model's error, or gives a value
+// that prints and reads back as itself.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "hw/FilterRegisters.h"
+#include "model/ShadowAcl.h"
+
+namespace {
+
+// Objects that references in the corpus stand for: Kestrix::IpAcl#1(i(ipv4,in)) and Kestrix::MacAcl#2(m(mac,in)).
+const auto ipAcl = Platform::make<Kestrix::IpAcl>(Platform::AclKey{"i", Acl::AclType::ipv4, Acl::AclDirection::in});
+const auto macAcl = Platform::make<Kestrix::MacAcl>(Platform::AclKey{"m", Acl::AclType::mac, Acl::AclDirection::in});
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  return ipAcl->reference().empty() || macAcl->reference().empty() ? 1 : 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  try {
+    const auto value = Platform::fromText<KESTRIX_FUZZED>(text);
+    if (!(Platform::fromText<KESTRIX_FUZZED>(fmt::format("{}", value)) == value)) std::abort();
+  } catch (const Platform::ModelError&) {
+  }
+  return 0;
+}
