@@ -22,6 +22,11 @@ constexpr char kExamples[] = R"(Examples:
   kestrix-sim apply device.json acls.json --fail-write 20 --fail-write 21
                                                               and the 20th and 21st register write fail
   kestrix-sim apply device.json acls.json --drop-delay on     and the ACL drop delay is on, whatever the device says
+  kestrix-sim apply device.json acls.json --model             and all that the library keeps, as a tree
+  kestrix-sim apply device.json v1.json --set destroying=true v2.json
+                                                              and the library is told of the teardown between the two
+  kestrix-sim apply device.json acls.json --set 'outShadowFilter.shadowFilter[port-1].multicast=1'
+                                                              and the filter has a verdict for multicast
 
 device.json: {"inRules": 24, "outRules": 24, "aclDropDelay": false,
               "interfaces": [{"name": "port-1", "core": 1, "portGroup": 1}]}
@@ -43,16 +48,28 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, i
   apply->add_option("device", line.deviceFile, "The device: its rule slots and interfaces (JSON)")
       ->required()
       ->type_name("DEVICE.json");
-  apply->add_option("config", line.configFiles, "The ACL configuration (RFC 8519 in JSON), or one after the other")
-      ->required()
-      ->type_name("CONFIG.json");
+  const CLI::Option* config =
+      apply->add_option("config", line.configFiles, "The ACL configuration (RFC 8519 in JSON), or one after the other")
+          ->required()
+          ->type_name("CONFIG.json");
   apply->add_flag("--registers", line.registers, "Show every filter's registers, each set bit and slot in words");
   apply->add_flag("--json", line.json, "Report as JSON, registers included");
   apply->add_option("--trace", line.trace, "Print the library's trace lines up to this level to standard error")
       ->check(CLI::Range(0, 9))
       ->type_name("LEVEL");
+  apply->add_flag("--model", line.model, "Show all that the library keeps in the end; what --set can set has a =");
+  std::vector<std::string> settings;
+  const CLI::Option* set =
+      apply
+          ->add_option(
+              "--set", settings,
+              "Set an attribute of the library's model, after the configurations before it on the command line; "
+              "repeatable")
+          ->allow_extra_args(false)
+          ->type_name("PATH=VALUE");
   std::vector<uint64_t> failWrites;
   apply->add_option("--fail-write", failWrites, "Let the K-th register write fail, counted from 1; repeatable")
+      ->allow_extra_args(false)
       ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
       ->type_name("K");
   std::string dropDelay;
@@ -65,6 +82,11 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, i
   } catch (const CLI::ParseError& error) {
     exitStatus = app.exit(error) == 0 ? kAllApplied : kBadInput;
     return {};
+  }
+  size_t configs = 0;
+  for (const CLI::Option* parsed : apply->parse_order()) {
+    if (parsed == config) ++configs;
+    if (parsed == set) line.settings.push_back({configs, settings[line.settings.size()]});
   }
   line.failWrites = {failWrites.begin(), failWrites.end()};
   if (!dropDelay.empty()) line.dropDelay = dropDelay == "on";

@@ -6,6 +6,7 @@
 #include <utility>
 #include <variant>
 
+#include "ModelTree.h"
 #include "model/AclTrace.h"
 
 namespace Sim {
@@ -115,7 +116,8 @@ std::vector<Framework::Wanted> Framework::wantedBy(const Configuration& desired)
 Outcome Framework::apply(const Configuration& desired) {
   Outcome outcome;
   const uint64_t writesBefore = fpga_->writes();
-  const std::vector<Wanted> wanted = wantedBy(desired);
+  desired_ = desired;
+  const std::vector<Wanted> wanted = wantedBy(desired_);
 
   std::vector<std::set<Platform::IntfId>> inactive;
   inactive.reserve(wanted.size());
@@ -141,15 +143,35 @@ Outcome Framework::apply(const Configuration& desired) {
   for (const Wanted* each : waiting) attach(*each, outcome);
   for (size_t i = 0; i < wanted.size(); ++i) retry(wanted[i], inactive[i], outcome);
   removeGone(wanted, outcome);
-  block(desired, outcome);
-
-  report(wanted, outcome);
-  outcome.blocked = {blocked_.begin(), blocked_.end()};
-  outcome.writes = fpga_->writes() - writesBefore;
-  for (const auto& failed : fpga_->failedWrites()) {
-    if (failed.number > writesBefore) outcome.failedWrites.push_back(failed);
-  }
+  block(desired_, outcome);
+  report(writesBefore, outcome);
   return outcome;
+}
+
+Outcome Framework::set(const std::vector<std::string>& settings) {
+  Outcome outcome;
+  const uint64_t writesBefore = fpga_->writes();
+  const Images before = images();
+  for (const std::string& setting : settings) setByPath(*helper_, setting);
+  for (const auto& [filter, image] : images()) {
+    const auto same = before.find(filter);
+    if (same != before.end() && same->second.toText() == image.toText()) continue;
+    const auto& [intf, direction] = filter;
+    byName(*helper_).call("regWriteHelper", {image, intf, direction, /*enableRegOnly=*/false});
+    outcome.changes.push_back({ChangeKind::rewritten, {}, intf.toText(), direction});
+  }
+  report(writesBefore, outcome);
+  return outcome;
+}
+
+Framework::Images Framework::images() const {
+  Images images;
+  for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
+    for (const auto& [intf, filter] : helper_->shadowFilters(direction)->shadowFilter()) {
+      images.emplace(std::pair(intf, direction), byName(*filter).call("genRegisters", {}));
+    }
+  }
+  return images;
 }
 
 void Framework::block(const Configuration& desired, Outcome& outcome) {
@@ -324,8 +346,13 @@ void Framework::removeGone(const std::vector<Wanted>& wanted, Outcome& outcome) 
   }
 }
 
-void Framework::report(const std::vector<Wanted>& wanted, Outcome& outcome) {
-  for (const Wanted& each : wanted) {
+void Framework::report(uint64_t writesBefore, Outcome& outcome) {
+  outcome.blocked = {blocked_.begin(), blocked_.end()};
+  outcome.writes = fpga_->writes() - writesBefore;
+  for (const auto& failed : fpga_->failedWrites()) {
+    if (failed.number > writesBefore) outcome.failedWrites.push_back(failed);
+  }
+  for (const Wanted& each : wantedBy(desired_)) {
     Held& held = held_.at(each.key);
     AclOutcome acl = held.outcome;
     acl.isAttached = !held.intfs.empty();

@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "Configuration.h"
@@ -81,12 +82,23 @@ struct IntfOutcome {
   Reason reason;
 };
 
-enum class ChangeKind : uint8_t { added, changed, removed, attached, detached, moved, retried, blocked, unblocked };
+enum class ChangeKind : uint8_t {
+  added,
+  changed,
+  removed,
+  attached,
+  detached,
+  moved,
+  retried,
+  blocked,
+  unblocked,
+  rewritten,  // An interface's filter, after attributes were set by name.
+};
 
 // One difference between the state before and the desired one, and so one reason to call the helper.
 struct Change {
   ChangeKind kind = ChangeKind::added;
-  std::string acl;   // Empty for an interface that is blocked or unblocked.
+  std::string acl;   // Empty for an interface that is blocked, unblocked or rewritten.
   std::string intf;  // Empty for an ACL as a whole.
   std::optional<Acl::AclDirection> direction;
   std::string to = {};  // The ACL that an interface has moved to.
@@ -114,6 +126,12 @@ class Framework {
   // Brings the device to the desired state, with the calls that the difference to the state before asks for. An
   // interface that is still not active is tried again.
   Outcome apply(const Configuration& desired);
+
+  // Sets attributes of the helper's model, each given as for setByPath, and writes the filters anew whose registers are
+  // to be others by that. Raises Platform::ModelError for one that cannot be set; those before it are set.
+  Outcome set(const std::vector<std::string>& settings);
+
+  const Platform::Ptr<Kestrix::AclHelper>& helper() const { return helper_; }
 
  private:
   // An ACL in one direction, as it was last desired.
@@ -154,7 +172,11 @@ class Framework {
   void addIntfs(Held& held, const std::set<Platform::IntfId>& intfs, ChangeKind kind, Outcome& outcome);
   void translate(Held& held);
   AceOutcome translate(const Ace& ace, const Platform::Ptr<Platform::AclData>& aclData, uint32_t ruleNum);
-  void report(const std::vector<Wanted>& wanted, Outcome& outcome);
+  // The register images that the shadow filters ask for, as text, by interface and direction.
+  using Images = std::map<std::pair<Platform::IntfId, Acl::AclDirection>, Platform::Value>;
+  Images images() const;
+  // What all operations of a step tell in the end.
+  void report(uint64_t writesBefore, Outcome& outcome);
   std::set<Platform::IntfId> inactiveIntfs(const Wanted& wanted) const;
   bool isKnownByName(const Platform::AclKey& key) const;
   bool isActive(const Platform::AclKey& key, Platform::IntfId intf) const;
@@ -170,6 +192,7 @@ class Framework {
   Platform::Ptr<Platform::InstanceStatus> instanceStatus_;
   Platform::Ptr<Kestrix::AclHelper> helper_;
   Platform::Ptr<Kestrix::AclHelperInstanceConfigSm> reactor_;
+  Configuration desired_;  // By the last step.
   HeldAcls held_;
   std::set<Platform::IntfId> blocked_;
 };
@@ -201,8 +224,8 @@ inline constexpr Platform::EnumName<Sim::IntfState> Platform::enumNames<Sim::Int
 
 template <>
 inline constexpr Platform::EnumName<Sim::ChangeKind> Platform::enumNames<Sim::ChangeKind>[] = {
-    {Sim::ChangeKind::added, "added"},        {Sim::ChangeKind::changed, "changed"},
-    {Sim::ChangeKind::removed, "removed"},    {Sim::ChangeKind::attached, "attached"},
-    {Sim::ChangeKind::detached, "detached"},  {Sim::ChangeKind::moved, "moved"},
-    {Sim::ChangeKind::retried, "retried"},    {Sim::ChangeKind::blocked, "blocked"},
-    {Sim::ChangeKind::unblocked, "unblocked"}};
+    {Sim::ChangeKind::added, "added"},         {Sim::ChangeKind::changed, "changed"},
+    {Sim::ChangeKind::removed, "removed"},     {Sim::ChangeKind::attached, "attached"},
+    {Sim::ChangeKind::detached, "detached"},   {Sim::ChangeKind::moved, "moved"},
+    {Sim::ChangeKind::retried, "retried"},     {Sim::ChangeKind::blocked, "blocked"},
+    {Sim::ChangeKind::unblocked, "unblocked"}, {Sim::ChangeKind::rewritten, "rewritten"}};

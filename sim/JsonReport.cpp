@@ -114,9 +114,9 @@ Json failedWritesJson(const std::vector<SimFpga::FailedWrite>& failedWrites) {
 }
 
 Json stepJson(const StepReport& step, const Device& device) {
-  Json json{{"config", step.file},         {"changes", Json::array()}, {"writes", step.outcome.writes},
-            {"interfaces", Json::array()}, {"blocked", Json::array()}, {"acls", Json::array()},
-            {"deviations", Json::array()}};
+  Json json{{"config", step.file},           {"settings", step.settings},   {"changes", Json::array()},
+            {"writes", step.outcome.writes}, {"interfaces", Json::array()}, {"blocked", Json::array()},
+            {"acls", Json::array()},         {"deviations", Json::array()}};
   for (const Change& change : step.outcome.changes) json["changes"].push_back(changeJson(change));
   for (const IntfOutcome& intf : step.outcome.intfs) json["interfaces"].push_back(intfJson(intf, step, device));
   for (const Platform::IntfId intf : step.outcome.blocked) json["blocked"].push_back(intf.toText());
@@ -125,6 +125,13 @@ Json stepJson(const StepReport& step, const Device& device) {
     json["deviations"].push_back(
         {{"interface", each.intf.toText()}, {"direction", directionName(each.direction)}, {"why", each.why}});
   }
+  return json;
+}
+
+Json modelJson(const ModelNode& node) {
+  Json json{{"name", node.name}, {"value", node.value}, {"settable", node.isSettable}};
+  if (!node.members.empty()) json["members"] = Json::array();
+  for (const ModelNode& member : node.members) json["members"].push_back(modelJson(member));
   return json;
 }
 
@@ -149,6 +156,7 @@ std::string jsonReport(const ReportInput& input) {
   for (const FilterDump& filter : input.steps.back().filters) {
     if (!filter.isZero()) json["filters"].push_back(filterJson(filter));
   }
+  if (input.model) json["model"] = modelJson(*input.model);
   return text(json);
 }
 

@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Device.h"
 #include "Diagnostics.h"
 #include "Framework.h"
+#include "ModelTree.h"
 #include "RegisterWords.h"
 #include "SimFpga.h"
 
@@ -20,9 +22,10 @@ struct Deviation {
   std::string why;
 };
 
-// One desired state, and what the device was afterwards.
+// One desired state, or attributes set by name, and what the device was afterwards.
 struct StepReport {
-  std::string file;
+  std::string file;                   // Empty where attributes were set.
+  std::vector<std::string> settings;  // PATH=VALUE
   Outcome outcome;
   std::vector<FilterDump> filters;  // In the order of the device's interfaces, ingress before egress.
   std::vector<Deviation> deviations;
@@ -33,7 +36,8 @@ struct ReportInput {
   const SimFpga& fpga;
   const std::vector<StepReport>& steps;
   uint64_t startupWrites;
-  const Diagnostics& diagnostics;  // Warnings; documents with errors are not applied.
+  const Diagnostics& diagnostics;         // Warnings; documents with errors are not applied.
+  const std::optional<ModelNode>& model;  // In the end, where it is asked for.
 };
 
 bool isAllApplied(const ReportInput& input);

@@ -1,5 +1,8 @@
 #include "Run.h"
 
+#include <optional>
+#include <utility>
+
 #include "ConfigurationReader.h"
 #include "Device.h"
 #include "ExitStatus.h"
@@ -15,6 +18,25 @@ RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, bool
   return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, colour)};
 }
 
+// A step of the command line: a configuration, or, where there is none, what is set between two of them.
+struct Step {
+  const Configuration* configuration = nullptr;
+  std::string file = {};
+  std::vector<std::string> settings = {};
+};
+
+std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configuration>& configurations) {
+  std::vector<Step> steps;
+  auto setting = line.settings.begin();
+  for (size_t i = 0; i <= configurations.size(); ++i) {
+    Step set;
+    for (; setting != line.settings.end() && setting->position == i; ++setting) set.settings.push_back(setting->text);
+    if (!set.settings.empty()) steps.push_back(std::move(set));
+    if (i < configurations.size()) steps.push_back({&configurations[i], line.configFiles[i]});
+  }
+  return steps;
+}
+
 // What a fresh device holds once `desired` alone was applied to it.
 std::vector<FilterDump> freshFilters(const Device& device, const Configuration& desired, TraceCapture& traces) {
   traces.muteIs(true);
@@ -25,7 +47,7 @@ std::vector<FilterDump> freshFilters(const Device& device, const Configuration& 
 }
 
 // Why the filter is not what a fresh device would have there.
-std::string whyDeviating(const FilterDump& filter, const Outcome& outcome, const SimFpga& fpga) {
+std::string whyDeviating(const FilterDump& filter, const Outcome& outcome, const SimFpga& fpga, bool isSet) {
   size_t acls = 0;
   for (const IntfOutcome& intf : outcome.intfs) {
     if (intf.intf != filter.intf || intf.direction != filter.direction) continue;
@@ -34,18 +56,39 @@ std::string whyDeviating(const FilterDump& filter, const Outcome& outcome, const
     if (intf.state == IntfState::refused) return "ACL " + intf.acl + " was refused: the filter keeps what it held";
   }
   if (fpga.isStale(filter.path)) return "a register write failed";
+  if (isSet) return "attributes were set with --set";
   return acls > 1 ? "its ACLs came in another order than on a fresh device"
                   : "the filter is still programmed for the type of an ACL that has left it";
 }
 
 std::vector<Deviation> deviations(const std::vector<FilterDump>& filters, const std::vector<FilterDump>& fresh,
-                                  const Outcome& outcome, const SimFpga& fpga) {
+                                  const Outcome& outcome, const SimFpga& fpga, bool isSet) {
   std::vector<Deviation> found;
   for (size_t i = 0; i < filters.size(); ++i) {
     if (filters[i] == fresh[i]) continue;
-    found.push_back({filters[i].intf, filters[i].direction, whyDeviating(filters[i], outcome, fpga)});
+    found.push_back({filters[i].intf, filters[i].direction, whyDeviating(filters[i], outcome, fpga, isSet)});
   }
   return found;
+}
+
+// What came of the step; none when it cannot be taken, as a diagnostic then says.
+std::optional<Outcome> take(const Step& step, Framework& framework, bool isSet, Diagnostics& diagnostics) {
+  Diagnostic refusal;
+  refusal.file = step.configuration == nullptr ? "--set" : step.file;
+  try {
+    return step.configuration != nullptr ? framework.apply(*step.configuration) : framework.set(step.settings);
+  } catch (const Platform::ModelError& error) {
+    refusal.code = "setting-refused";
+    refusal.message = error.what();
+    refusal.remedy = "--model shows every path, and what can be set.";
+  } catch (const Platform::ConsistencyError& error) {
+    if (!isSet) throw;
+    refusal.code = "setting-broke-order";
+    refusal.message = error.what();
+    refusal.remedy = "What was set with --set breaks what the library relies on: leave it out.";
+  }
+  diagnostics.add(refusal);
+  return {};
 }
 
 }  // namespace
@@ -66,32 +109,39 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
 
   const auto fpga = Platform::make<SimFpga>(line.failWrites);
   TraceCapture traces(line.trace);
+  std::optional<Framework> framework;
   try {
-    Framework framework(device, fpga, traces);
-    const uint64_t startupWrites = fpga->writes();
-    std::vector<StepReport> steps;
-    for (size_t i = 0; i < configurations.size(); ++i) {
-      const Outcome outcome = framework.apply(configurations[i]);
-      const std::vector<FilterDump> filters = dumpFilters(*fpga, device);
-      steps.push_back({line.configFiles[i], outcome, filters, {}});
-      // On a fresh device there is nothing to deviate from.
-      if (i == 0) continue;
-      const auto fresh = freshFilters(device, configurations[i], traces);
-      steps.back().deviations = deviations(filters, fresh, outcome, *fpga);
-    }
-    const ReportInput input{device, *fpga, steps, startupWrites, diagnostics};
-    return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
-            line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .colour = colour})};
+    framework.emplace(device, fpga, traces);
   } catch (const Platform::RangeError& error) {
-    diagnostics.add({.code = "device-refused",
-                     .file = line.deviceFile,
-                     .path = {},
-                     .acl = {},
-                     .ace = {},
-                     .message = error.what(),
-                     .remedy = "Describe a device that the hardware can be."});
+    Diagnostic refusal;
+    refusal.code = "device-refused";
+    refusal.file = line.deviceFile;
+    refusal.message = error.what();
+    refusal.remedy = "Describe a device that the hardware can be.";
+    diagnostics.add(refusal);
     return badInput(line, diagnostics, colour);
   }
+
+  const uint64_t startupWrites = fpga->writes();
+  std::vector<StepReport> reports;
+  Configuration desired;
+  bool isSet = false;  // Whether anything was set so far.
+  for (const Step& step : stepsOf(line, configurations)) {
+    if (step.configuration != nullptr) desired = *step.configuration;
+    isSet = isSet || !step.settings.empty();
+    const std::optional<Outcome> outcome = take(step, *framework, isSet, diagnostics);
+    if (!outcome) return badInput(line, diagnostics, colour);
+    reports.push_back({step.file, step.settings, *outcome, dumpFilters(*fpga, device), {}});
+    // On a fresh device there is nothing to deviate from.
+    if (reports.size() == 1 && !isSet) continue;
+    const auto fresh = freshFilters(device, desired, traces);
+    reports.back().deviations = deviations(reports.back().filters, fresh, *outcome, *fpga, isSet);
+  }
+  std::optional<ModelNode> model;
+  if (line.model) model = modelTree(framework->helper());
+  const ReportInput input{device, *fpga, reports, startupWrites, diagnostics, model};
+  return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
+          line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .colour = colour})};
 }
 
 }  // namespace Sim

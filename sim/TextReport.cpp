@@ -114,7 +114,7 @@ Table intfTable(const StepReport& step, const Device& device, const Paint& paint
 
 std::string changeWords(const Change& change) {
   const std::string direction = change.direction ? fmt::format(" ({})", directionName(*change.direction)) : "";
-  if (change.acl.empty()) return fmt::format("{} {}", change.intf, change.kind);
+  if (change.acl.empty()) return fmt::format("{}{} {}", change.intf, direction, change.kind);
   if (change.intf.empty()) return fmt::format("ACL {}{} {}", change.acl, direction, change.kind);
   switch (change.kind) {
     case ChangeKind::attached:
@@ -264,9 +264,11 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
   for (size_t i = 0; i < input.steps.size(); ++i) {
     const StepReport& step = input.steps[i];
     if (input.steps.size() > 1) {
-      fmt::format_to(out, "{}{}\n", i == 0 ? "" : "\n\n", paint.head(fmt::format("Step {}: {}", i + 1, step.file)));
+      const std::string title = fmt::format("Step {}: {}", i + 1, step.file.empty() ? "--set" : step.file);
+      fmt::format_to(out, "{}{}\n", i == 0 ? "" : "\n\n", paint.head(title));
+      for (const std::string& setting : step.settings) fmt::format_to(out, "  {}\n", setting);
       for (const Change& change : step.outcome.changes) fmt::format_to(out, "  {}\n", changeWords(change));
-      if (step.outcome.changes.empty()) fmt::format_to(out, "  nothing changed\n");
+      if (step.outcome.changes.empty() && step.settings.empty()) fmt::format_to(out, "  nothing changed\n");
       fmt::format_to(out, "  {} register writes\n\n", step.outcome.writes);
     }
     writeStep(out, step, input.device, paint);
@@ -277,6 +279,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
       if (!filter.slots.empty()) writeFilter(out, filter, paint);
     }
   }
+  if (input.model) fmt::format_to(out, "\n{}", textOf(*input.model));
   fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.fpga.writes(), input.startupWrites);
   if (!failedWrites.empty()) fmt::format_to(out, ", {}", paint.bad(fmt::format("{} failed", failedWrites.size())));
   text += "\n";

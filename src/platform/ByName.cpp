@@ -157,6 +157,10 @@ Value ConstByName::lookUp(std::string_view collection, const Value& key) const {
   return perform(*type_, collection, &AttributeRow::lookUp, "has no members", self_, key);
 }
 
+bool ConstByName::contains(std::string_view collection, const Value& key) const {
+  return perform(*type_, collection, &AttributeRow::contains, "has no members", self_, key);
+}
+
 size_t ConstByName::count(std::string_view collection) const {
   return perform(*type_, collection, &AttributeRow::count, "has no members", self_);
 }

@@ -207,6 +207,7 @@ struct AttributeRow {
   Value (*read)(const void* self) = nullptr;
   void (*set)(void* self, const Value& value) = nullptr;
   Value (*lookUp)(const void* self, const Value& key) = nullptr;
+  bool (*contains)(const void* self, const Value& key) = nullptr;
   size_t (*count)(const void* self) = nullptr;
   void (*forEach)(const void* self, const MemberVisit& visit) = nullptr;
   Value (*insert)(void* self, const Arguments& arguments) = nullptr;
@@ -251,6 +252,7 @@ class KESTRIX_API ConstByName {
   // The member of a collection under `key`: true or false for a set; nothing, null or the type's default where there is
   // none.
   Value lookUp(std::string_view collection, const Value& key) const;
+  bool contains(std::string_view collection, const Value& key) const;
   size_t count(std::string_view collection) const;
   // Visits each member that is there at the start and still there when its turn comes. `visit` may change the
   // collection.

@@ -108,6 +108,9 @@ struct Erased {
   static Value lookUp(const void* self, const Value& key) {
     return kAttribute.functions.lookUp(constSelf(self), typedKey(key));
   }
+  static bool contains(const void* self, const Value& key) {
+    return kAttribute.get(constSelf(self)).contains(typedKey(key));
+  }
   static size_t count(const void* self) { return kAttribute.get(constSelf(self)).size(); }
   static void forEach(const void* self, const MemberVisit& visit) {
     const auto& container = kAttribute.get(constSelf(self));
@@ -163,6 +166,7 @@ struct Erased {
       }
     } else if constexpr (kAttribute.kKind == Kind::collection) {
       row.lookUp = lookUp;
+      row.contains = contains;
       row.count = count;
       row.forEach = forEach;
       row.insert = insert;

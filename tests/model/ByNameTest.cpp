@@ -63,7 +63,7 @@ struct ByNameTest : HelperTest {
     const Platform::Value key = arguments.size() == 1 && arguments[0].toText().starts_with("Value") ? 7 : arguments[0];
     const auto insertOne = [&] {
       const std::string entry = object.insert(name, arguments).toText();
-      EXPECT_EQ(object.count(name), 1u) << where;
+      EXPECT_TRUE(object.count(name) == 1 && object.contains(name, key)) << where;
       EXPECT_EQ(object.lookUp(name, key).toText(), entry) << where;
       return entry;
     };
@@ -76,6 +76,7 @@ struct ByNameTest : HelperTest {
       EXPECT_EQ(member.toText(), entry) << where;
       object.erase(name, visited);  // Held by `member` from here on.
       EXPECT_NE(object.lookUp(name, visited).toText(), entry) << where;
+      EXPECT_FALSE(object.contains(name, visited)) << where;
     });
     EXPECT_EQ(visits, 1u) << where;
     entry = insertOne();
@@ -160,6 +161,7 @@ TEST_F(ByNameTest, EveryAttributeOfEveryTypeDoesWhatItIsDescribedAs) {
           {isScalar, [&] { object.read(row.name); }},
           {isScalar, [&] { object.set(row.name, "true"); }},
           {isCollection, [&] { object.lookUp(row.name, "e1"); }},
+          {isCollection, [&] { object.contains(row.name, "e1"); }},
           {isCollection, [&] { object.count(row.name); }},
           {isCollection, [&] { object.forEach(row.name, {}); }},
           {isCollection, [&] { object.clear(row.name); }},

@@ -38,7 +38,7 @@ TEST_F(ModelDoc, CodeRunsAsShown) {
   named.set("destroying", true);
   EXPECT_EQ(named.read("outRules").as<uint8_t>(), 2);
 
-  // Collections: look up, count, insert, erase, clear, walk.
+  // Collections: look up, contains, count, insert, erase, clear, walk.
   Platform::ByName filters = byName(*helper->outShadowFilter());
   Ptr<Platform::Entity> filter = filters.lookUp("shadowFilter", "e1").entity();
   byName(*filter).set("multicast", 1);

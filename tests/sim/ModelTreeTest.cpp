@@ -1,0 +1,150 @@
+// The model of the helper on the command line: --model and --set.
+#include <fstream>
+#include <regex>
+
+#include <gmock/gmock.h>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "ExitStatus.h"
+#include "Run.h"
+
+namespace Sim {
+namespace {
+
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::string textOfFile(const std::string& name) {
+  std::ostringstream text;
+  text << std::ifstream(name).rdbuf();
+  return text.str();
+}
+
+// On edge-switch.json, with these settings after the first configuration.
+RunResult runWith(const std::vector<std::string>& settings, CommandLine line = {},
+                  const std::vector<std::string>& configs = {"shared-filter.json"}) {
+  line.deviceFile = "edge-switch.json";
+  line.configFiles = configs;
+  for (const std::string& setting : settings) line.settings.push_back({1, setting});
+  std::vector<std::string> texts;
+  for (const std::string& config : configs) texts.push_back(textOfFile(KESTRIX_EXAMPLES + config));
+  return run(line, textOfFile(KESTRIX_EXAMPLES "edge-switch.json"), texts, /*colour=*/false);
+}
+
+// The numbers of references depend on what else ran.
+std::string withoutNumbers(const std::string& text) { return std::regex_replace(text, std::regex("#[0-9]+"), "#"); }
+
+TEST(ModelTree, IsAsTheDocumentationShows) {
+  std::istringstream document(textOfFile(KESTRIX_DOCS "model.md"));
+  const std::string tree = withoutNumbers(runWith({}, {.model = true}).output);
+  size_t position = 0, shown = 0;
+  bool isInBlock = false;
+  for (std::string line; std::getline(document, line);) {
+    if (line.starts_with("```")) isInBlock = line == "```console";
+    if (!isInBlock || line.starts_with("```") || line.starts_with("$ ") || line == "...") continue;
+    const size_t found = tree.find(withoutNumbers(line) + "\n", position);
+    ASSERT_NE(found, tree.npos) << line;
+    position = found;
+    ++shown;
+  }
+  EXPECT_GT(shown, 20u);
+}
+
+void collectSettable(const json& node, const std::string& path, std::vector<std::string>& settings) {
+  for (const json& member : node.value("members", json::array())) {
+    const std::string name = member["name"], value = member["value"];
+    const std::string at = path + (path.empty() || name.starts_with("[") ? "" : ".") + name;
+    // References are other ones in another run.
+    if (member["settable"] && value.find('#') == value.npos) settings.push_back(at + "=" + value);
+    collectSettable(member, at, settings);
+  }
+}
+
+TEST(ModelTree, WhatItShowsAsSettableCanBeSetToWhatItShows) {
+  const json before = json::parse(runWith({}, {.json = true, .model = true}).output);
+  std::vector<std::string> settings;
+  collectSettable(before["model"], "", settings);
+  EXPECT_THAT(settings, testing::Contains("allShadowAcl[guest-in(ipv4,in)].acl.ip.permitAny=true"));
+  const json after = json::parse(runWith(settings, {.json = true, .model = true}).output);
+  EXPECT_EQ(withoutNumbers(after["model"].dump()), withoutNumbers(before["model"].dump()));
+  EXPECT_EQ(after["steps"][1]["settings"], settings);
+  EXPECT_EQ(after["steps"][1]["writes"], 0);
+}
+
+TEST(Settings, ReachTheDeviceAtOnce) {
+  const std::string filter = "outShadowFilter.shadowFilter[port-3].";
+  const json report =
+      json::parse(runWith({filter + "multicast=7", filter + "permitMulticast=true"}, {.json = true}).output);
+  const json& step = report["steps"][1];
+  EXPECT_EQ(step["changes"], json::parse(R"([{"kind": "rewritten", "interface": "port-3", "direction": "egress"}])"));
+  EXPECT_EQ(step["writes"], 100);
+  EXPECT_EQ(step["deviations"][0]["why"], "attributes were set with --set");
+  for (const json& each : report["filters"]) {
+    if (each["interface"] != "port-3") continue;
+    EXPECT_THAT(each["enable"]["words"], HasSubstr("multicast verdict in use"));
+    EXPECT_THAT(each["action"]["words"], HasSubstr("permit multicast"));
+  }
+}
+
+TEST(Settings, HoldForTheStepsBehindThem) {
+  // Torn down: what goes stays where it is.
+  const std::vector<std::string> configs = {"shared-filter.json", "shared-filter-2.json"};
+  const auto egress = [&](const std::vector<std::string>& settings) {
+    const json report = json::parse(runWith(settings, {.json = true}, configs).output);
+    size_t filters = 0;
+    for (const json& filter : report["filters"]) filters += filter["direction"] == "egress";
+    return filters;
+  };
+  EXPECT_EQ(egress({}), 0u);
+  EXPECT_EQ(egress({"destroying=true"}), 1u);
+  EXPECT_THAT(runWith({"ingressAclsSupported=false"}, {}, configs).output,
+              HasSubstr("refused: Profile does not support ingress ACLs"));
+}
+
+TEST(Settings, RefusedOnesSayWhereAndWhy) {
+  const std::string filter = "outShadowFilter.shadowFilter[port-1]";
+  const std::pair<std::string, std::string> rows[] = {
+      {"destroying", "expected \"=\" at position 10, not the end"},
+      {"destroying=yes", "Kestrix::AclHelper.destroying: \"yes\" is neither true nor false"},
+      {"destroyed=true", "Kestrix::AclHelper has no attribute \"destroyed\""},
+      {"inRules=3", "Kestrix::AclHelper.inRules is fixed at construction"},
+      {"inRules.x=3", "Kestrix::AclHelper.inRules: 24 has no attributes"},
+      {filter + ".arp=true", "Kestrix::ShadowFilter.arp is read-only"},
+      {filter + ".ipAcl.l4=true", "Kestrix::ShadowFilter.ipAcl: null has no attributes"},
+      {filter + ".rule[3].port=80", "Kestrix::ShadowFilter.rule[3]: there is no such member"},
+      {filter + ".rule=null", "Kestrix::ShadowFilter.rule is a collection: it is not set as a whole"},
+      {"outShadowFilter.shadowFilter[port-1", "a key ends with ], and more follows"},
+      {"intfMap.portGroupMap[port-1]=3", "Kestrix::AclHelper.intfMap is fixed at construction"},
+      {"allShadowAcl[guest-in(ipv4,in)].activeIntf[port-1]=false",
+       "Kestrix::ShadowAcl.activeIntf: a member is taken out by removing it, not by setting it to false"}};
+  for (const auto& [setting, message] : rows) {
+    const RunResult result = runWith({setting}, {.json = true});
+    EXPECT_EQ(result.exitStatus, kBadInput);
+    const json refusal = json::parse(result.output)["diagnostics"][0];
+    EXPECT_EQ(refusal["code"], "setting-refused");
+    EXPECT_EQ(refusal["message"], message);
+  }
+  // What breaks the library's own order is told as such.
+  const RunResult broken = runWith({"allShadowAcl[guest-in(ipv4,in)].applyingIntf[port-99]=true"}, {},
+                                   {"shared-filter.json", "shared-filter-2.json"});
+  EXPECT_EQ(broken.exitStatus, kBadInput);
+  EXPECT_THAT(broken.output, HasSubstr("breaks what the library relies on"));
+}
+
+TEST(Settings, StandBetweenTheConfigurationsOfTheCommandLine) {
+  int exitStatus = -1;
+  const char* words[] = {"kestrix-sim", "apply", "--set", "a=1", "d",       "--set", "b=2", "c1",
+                         "--set=c=3",   "--set", "d=4",   "c2",  "--model", "--set", "e=5"};
+  const auto line = parseCommandLine(std::size(words), words, exitStatus);
+  ASSERT_TRUE(line);
+  std::vector<std::string> settings;
+  for (const auto& [position, text] : line->settings) settings.push_back(fmt::format("{} {}", position, text));
+  EXPECT_THAT(settings, ElementsAre("0 a=1", "0 b=2", "1 c=3", "1 d=4", "2 e=5"));
+  EXPECT_THAT(line->configFiles, ElementsAre("c1", "c2"));
+  EXPECT_TRUE(line->model);
+}
+
+}  // namespace
+}  // namespace Sim
