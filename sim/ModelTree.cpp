@@ -49,7 +49,8 @@ class TreeBuilder {
       try {
         Value part = value.read(row.name);
         if (part.entity()) to.members.push_back(node(std::string(row.name), std::move(part), row.set != nullptr));
-      } catch (const Platform::BadUnionAccessError&) {  // The alternative that is not held.
+      } catch (const Platform::BadUnionAccessError&) {
+        continue;  // The alternative that is not held.
       }
     }
   }

@@ -147,7 +147,7 @@ Result perform(const ModelType& type, std::string_view attribute, Result (*Attri
 }  // namespace
 
 ByName byName(Entity& entity) { return {entity.modelType(), entity.modelSelf()}; }
-ConstByName byName(const Entity& entity) { return byName(const_cast<Entity&>(entity)); }
+ConstByName byName(const Entity& entity) { return {entity.modelType(), entity.modelSelf()}; }
 
 Value ConstByName::read(std::string_view attribute) const {
   return perform(*type_, attribute, &AttributeRow::read, "has no single value", self_);

@@ -52,9 +52,11 @@ class KESTRIX_API Entity : public Node {
  protected:
   // This object as the class that modelType() describes.
   virtual void* modelSelf() = 0;
+  virtual const void* modelSelf() const = 0;
 
  private:
   friend ByName byName(Entity& entity);
+  friend ConstByName byName(const Entity& entity);
 
   mutable uint64_t referenceNumber_ = 0;  // 0 until the first reference is printed.
 };

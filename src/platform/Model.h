@@ -62,6 +62,7 @@
                                                            \
  protected:                                                \
   void* modelSelf() override { return this; }              \
+  const void* modelSelf() const override { return this; }  \
                                                            \
  public:                                                   \
   static_assert(true, "")
