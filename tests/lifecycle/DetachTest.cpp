@@ -73,12 +73,6 @@ TEST_F(DetachTest, StatesOfAnInterface) {
          ip->errorIntfIs(e1, kNotSupported), ip->applyingIntfIs(e1), remove(acl, e1);
        },
        "e2 active", 0},
-      {"the write fails",
-       [&] { ip->applyingIntfIs(e1), transport->fails = "action", remove(acl, e1), transport->fails.clear(); },
-       "e1 active, e1 error 15, e2 active", 8, "status edge(ipv4,out) 15"},
-      {"detached again after that",
-       [&] { remove(acl, e1), transport->fails = "tcp", remove(acl, e2), transport->fails.clear(), remove(acl, e2); },
-       "", 24},
       {"given to another", [&] { ip->applyingIntfIs(e1), ip->errorIntfIs(e1, kNotSupported), remove(acl, e1, true); },
        "e1 error 13, e2 active", 0, ""},
       {"cleaned up",
@@ -88,12 +82,6 @@ TEST_F(DetachTest, StatesOfAnInterface) {
          EXPECT_EQ(helper->allShadowAcl(acl->key()), nullptr);
        },
        "", 16},
-      {"cleaned up, a write fails",
-       [&] {
-         transport->fails = "udp", helper->cleanupAcl(acl), transport->fails.clear();
-         EXPECT_EQ(helper->allShadowAcl(acl->key()), nullptr);
-       },
-       "e1 active, e1 error 15, e2 active, e2 error 15", 16, "status edge(ipv4,out) 15"},
       {"cleaned up before its rules were complete",
        [&] {
          ip->aclRulesFinalizedIs(false), helper->cleanupAcl(acl);

@@ -2,8 +2,8 @@
 #include <fstream>
 #include <regex>
 
-#include <gmock/gmock.h>
 #include <fmt/format.h>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "ExitStatus.h"

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -26,20 +27,30 @@ inline constexpr auto kPermit = Acl::Action::permit, kDeny = Acl::Action::deny, 
 
 using Lines = std::vector<std::string>;
 
-// Remembers every write, as "<path> <value>"; one to a path that contains `fails` sets the error flag.
+// Remembers every access: a write as "<path> <value>". One to a path that contains `fails`, and each of `failAt`,
+// counted from 0, sets the error flag, and such a write leaves its register as it was.
 struct FakeTransport : Platform::TransportMethod {
   explicit FakeTransport(Lines& record) : log(record) {}
   uint32_t regRead(std::string_view path) noexcept override {
     log.push_back(fmt::format("{} read", path));
+    isFailing(path);
     return readValue;
   }
   void regWrite(std::string_view path, uint32_t value) noexcept override {
     log.push_back(fmt::format("{} {:#x}", path, value));
-    if (!fails.empty() && path.find(fails) != path.npos) error().errorIs(true);
+    if (!isFailing(path)) registers[std::string(path)] = value;
     onWrite();
+  }
+  bool isFailing(std::string_view path) {
+    const bool failing = failAt.contains(accesses++) || (!fails.empty() && path.find(fails) != path.npos);
+    if (failing) error().errorIs(true);
+    return failing;
   }
   Lines& log;
   std::string fails;
+  std::set<size_t> failAt;
+  size_t accesses = 0;
+  std::map<std::string, uint32_t> registers;
   uint32_t readValue = 0;
   std::function<void()> onWrite = [] {};
 };
