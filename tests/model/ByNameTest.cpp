@@ -184,10 +184,8 @@ TEST_F(ByNameTest, MembersAreNotSetToFalseNorMadeAgainWithOtherArguments) {
   EXPECT_THAT([&] { byName(*shadow).insert("activeIntf", {"e1", false}); },
               ThrowsMessage<Platform::SetFalseError>(StartsWith("Kestrix::ShadowAcl.activeIntf: ")));
   EXPECT_TRUE(shadow->activeIntf(e1));
-  EXPECT_THAT(
-      [&] { byName(*helper->inShadowFilter()).insert("shadowFilter", {"e1", "mac", 3}); },
-      ThrowsMessage<Platform::ReinstantiationError>("Kestrix::ShadowFilters.shadowFilter: Kestrix::ShadowFilter "
-                                                    "exists with another value of its attribute maxRules"));
+  EXPECT_THAT([&] { byName(*helper->inShadowFilter()).insert("shadowFilter", {"e1", "mac", 3}); },
+              ThrowsMessage<Platform::ReinstantiationError>(testing::EndsWith(" attribute maxRules")));
   EXPECT_THAT([&] { byName(*shadow).insert("errorIntf", {"e1", "failed"}); },
               ThrowsMessage<RangeError>(StartsWith("Kestrix::ShadowAcl.errorIntf: value: \"failed\" is none of ")));
 }

@@ -19,12 +19,4 @@ TEST(BaseAcl, NextRuleKeyFollowsTheRunFromZeroOrOne) {
   }
 }
 
-TEST(ShadowFilters, AFilterIsNotMadeAgainWithOtherArguments) {
-  const auto filters = make<ShadowFilters>();
-  const auto get = [&](Acl::AclType type, uint8_t rules) { return filters->shadowFilterIs(IntfId("e1"), type, rules); };
-  EXPECT_EQ(get(kIpv4, 8), get(kIpv4, 8));
-  EXPECT_THAT([&] { get(kMac, 4); }, ThrowsMessage<Platform::ReinstantiationError>(testing::EndsWith(" ruleType")));
-  EXPECT_THAT([&] { get(kIpv4, 4); }, ThrowsMessage<Platform::ReinstantiationError>(testing::EndsWith(" maxRules")));
-}
-
 }  // namespace Kestrix::Test
