@@ -34,7 +34,7 @@ class AclAddrWithMask : public IpMacUnion<AclAddrWithMask, Platform::IpAddrWithF
 
   AclAddrWithMask() = default;
   explicit AclAddrWithMask(Platform::IpAddrWithFullMask ip) : IpMacUnion(ip) {}
-  explicit AclAddrWithMask(Platform::EthAddrWithMask mac) : IpMacUnion(mac) {}
+  explicit AclAddrWithMask(const Platform::EthAddrWithMask& mac) : IpMacUnion(mac) {}
   // Reads what toText gives. Raises RangeError; `text` is then anywhere.
   explicit AclAddrWithMask(Platform::TextCursor& text) : AclAddrWithMask(readUnion(text)) {}
 

@@ -81,8 +81,8 @@ std::optional<ByName> Value::attributes() {
   return ByName(*type_->modelType, type_->self(held_));
 }
 
-void Value::raiseWrongType() const {
-  throw WrongTypeError(hasValue() ? fmt::format("{} has another type", quoted(toText())) : "a value is needed");
+WrongTypeError Value::wrongType() const {
+  return WrongTypeError(hasValue() ? fmt::format("{} has another type", quoted(toText())) : "a value is needed");
 }
 
 // --- Descriptions --------------------------------------------------------------------------------------------------

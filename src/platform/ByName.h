@@ -154,6 +154,7 @@ class KESTRIX_API Value {
   template <class T>
   static constexpr HeldType kHeldType = heldType<T>();
 
+  WrongTypeError wrongType() const;
   template <class T>
   struct As {
     static T get(const Value& value) {
@@ -164,7 +165,7 @@ class KESTRIX_API Value {
       if constexpr (FromText<T>) {
         if (const auto* text = std::any_cast<std::string>(&value.held_)) return fromText<T>(*text);
       }
-      value.raiseWrongType();
+      throw value.wrongType();
     }
   };
   template <class T>
@@ -186,11 +187,9 @@ class KESTRIX_API Value {
         auto* object = dynamic_cast<const T*>(reference->node.get());
         if (object != nullptr || !reference->node) return Ptr<T>(const_cast<T*>(object));
       }
-      value.raiseWrongType();
+      throw value.wrongType();
     }
   };
-  [[noreturn]] void raiseWrongType() const;
-
   std::any held_;
   const HeldType* type_ = nullptr;
 };
