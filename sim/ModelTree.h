@@ -17,8 +17,8 @@ struct ModelNode {
   std::vector<ModelNode> members;
 };
 
-// All that `helper` holds or refers to, each entity with its attributes where it comes first. Members are in the order of
-// their keys, digit runs by their number.
+// All that `helper` holds or refers to, each entity with its attributes where it comes first. Members are in the order
+// of their keys, digit runs by their number.
 ModelNode modelTree(const Platform::Ptr<Platform::Entity>& helper);
 
 // Two blanks for each level; "=" where a value can be set, ":" elsewhere.

@@ -100,6 +100,7 @@ void AclHelper::blockIntf(IntfId intf, bool block, uint32_t /*reason*/) {
 
 AclHelper::AclCreateError AclHelper::regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf,
                                                     Acl::AclDirection direction, bool enableRegOnly) {
+  const Ptr<AclHelper> self(this);  // The transport may drop the last other reference.
   const AclTrace trace("AclHelper", "regWriteHelper");
   trace.level6("writing to intf: {}", intf);
   trace.level6("only writing to enable register: {}", enableRegOnly);

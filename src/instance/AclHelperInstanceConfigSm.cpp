@@ -61,6 +61,8 @@ Platform::Ptr<AclHelperInstanceConfigSm> aclHelperInstanceConfigSmFactory(
 }
 
 void AclHelperInstanceConfigSm::handleAclDropDelay() {
+  // Held while it runs: what it sets off may drop the last reference. Without one yet, it is being constructed.
+  const Platform::Ptr<AclHelperInstanceConfigSm> self(use_count() == 0 ? nullptr : this);
   const AclTrace trace(kClass, "handleAclDropDelay");
   const bool delay = instanceConfig()->aclDropDelay();
   trace.level5("acl drop delay: {}", delay);
@@ -98,11 +100,8 @@ void AclHelperInstanceConfigSm::hasNotificationActiveIs(bool active) {
 
 void AclHelperInstanceConfigSm::subscribe() {
   if (subscription_.connected()) return;
-  subscription_ = instanceConfig()->publisher().subscribe([this](Platform::AttributeId attributeId) {
-    // Held while it runs: what it sets off may drop the last reference. Without one yet, it is being constructed.
-    const Platform::Ptr<AclHelperInstanceConfigSm> self(use_count() == 0 ? nullptr : this);
-    instanceConfigDispatch(*instanceConfig(), *this, attributeId);
-  });
+  subscription_ = instanceConfig()->publisher().subscribe(
+      [this](Platform::AttributeId attributeId) { instanceConfigDispatch(*instanceConfig(), *this, attributeId); });
 }
 
 }  // namespace Kestrix

@@ -53,10 +53,16 @@ class IpMacUnion {
   static Self modelConstruct(const Platform::Arguments& arguments) {
     if (arguments.empty()) return {};
     Platform::Detail::requireCount(arguments, 1);
+    std::string whyNotIp;
     try {
       return Self(arguments[0].as<Ip>());
-    } catch (const Platform::ModelError&) {
+    } catch (const Platform::ModelError& error) {
+      whyNotIp = error.what();
+    }
+    try {
       return Self(arguments[0].as<Mac>());
+    } catch (const Platform::ModelError& error) {
+      error.raiseIn(whyNotIp + ", and");
     }
   }
 

@@ -12,6 +12,7 @@
 #include <tuple>
 #include <type_traits>
 #include <utility>
+#include <variant>
 
 #include <fmt/format.h>
 
@@ -59,6 +60,7 @@ using Read = std::conditional_t<std::is_trivially_copyable_v<T> && sizeof(T) <= 
 // Given at construction.
 template <class Self, class T>
 struct Fixed {
+  using Object = Self;
   using Type = T;
   static constexpr auto kKind = Kind::scalar;
   static constexpr auto kAccess = Access::fixed;
@@ -68,6 +70,7 @@ struct Fixed {
 
 template <class Self, class T>
 struct Settable {
+  using Object = Self;
   using Type = T;
   static constexpr auto kKind = Kind::scalar;
   static constexpr auto kAccess = Access::settable;
@@ -79,6 +82,7 @@ struct Settable {
 // Changed by the object itself, or computed when it is read.
 template <class Self, class T>
 struct View {
+  using Object = Self;
   using Type = T;
   static constexpr auto kKind = Kind::scalar;
   static constexpr auto kAccess = Access::readOnly;
@@ -89,6 +93,7 @@ struct View {
 // One owned entity: made empty by `insert`, detached by `erase`.
 template <class Self, class T>
 struct Child {
+  using Object = Self;
   using Type = Ptr<T>;
   static constexpr auto kKind = Kind::scalar;
   static constexpr auto kAccess = Access::readOnly;
@@ -105,6 +110,7 @@ enum class Members : uint8_t { keys, mapped, values, entities };
 // `Functions` give the operations of the family: get (the container), lookUp, insert, erase, clear.
 template <class Self, Members members, class ContainerType, class Functions>
 struct Collection {
+  using Object = Self;
   using Container = ContainerType;
   static constexpr auto kKind = Kind::collection;
   static constexpr auto kAccess = Access::settable;
@@ -116,6 +122,7 @@ struct Collection {
 
 template <class Self, class MethodPointer>
 struct Operation {
+  using Object = Self;
   using Method = MethodPointer;
   static constexpr auto kKind = Kind::operation;
   static constexpr auto kAccess = Access::readOnly;
@@ -123,13 +130,23 @@ struct Operation {
   Method method;
 };
 
+// Whether the description is of something that an object holds, and not of what it computes or does.
+template <class Description>
+inline constexpr bool isStored = Description::kKind == Kind::collection ||
+                                 (Description::kKind == Kind::scalar && Description::kAccess != Access::readOnly);
+
 // --- Walks ---------------------------------------------------------------------------------------------------------
 
 namespace Detail {
 
+// Attribute N is T's own, and not one of a base that T adds nothing to.
+template <class T, int N>
+concept HasOwn =
+    requires { requires std::same_as<typename decltype(T::modelAttribute(AttributeIndex<N>{}))::Object, T>; };
+
 template <class T, int N = 0>
 constexpr auto ownAttributes() {
-  if constexpr (requires { T::modelAttribute(AttributeIndex<N>{}); }) {
+  if constexpr (HasOwn<T, N>) {
     return std::tuple_cat(std::tuple(T::modelAttribute(AttributeIndex<N>{})), ownAttributes<T, N + 1>());
   } else {
     return std::tuple<>();
@@ -200,8 +217,11 @@ constexpr decltype(auto) withFixedAttributes(Visit&& visit) {
 template <class T>
 bool equalAttributes(const T& left, const T& right) {
   if (&left == &right) return true;
-  return std::apply([&](const auto&... attribute) { return ((attribute.get(left) == attribute.get(right)) && ...); },
-                    attributesOf<T>);
+  bool areEqual = true;
+  forEachAttribute<T>([&]<class Description>(const Description& attribute) {
+    if constexpr (isStored<Description>) areEqual = areEqual && attribute.get(left) == attribute.get(right);
+  });
+  return areEqual;
 }
 
 // Raises ReinstantiationError when a fixed attribute of `entity` differs from its construction argument.
@@ -292,6 +312,16 @@ struct AttributeText<std::optional<T>> {
   }
 };
 
+// The value of the attribute that is described; of one that is not stored, nothing.
+template <class Description>
+auto readPart(TextCursor& cursor, const Description& attribute) {
+  if constexpr (isStored<Description>) {
+    return AttributeText<typename Description::Type>::read(cursor, attribute.name);
+  } else {
+    return std::monostate();
+  }
+}
+
 }  // namespace Detail
 
 // How the notation of a value opens: Value('Kestrix::AclRule'
@@ -304,9 +334,11 @@ std::string valueOpening() {
 template <class T>
 std::string modelText(const T& value) {
   std::string text = valueOpening<T>();
-  forEachAttribute<T>([&](const auto& attribute) {
-    const auto& part = attribute.get(value);
-    if (Detail::isPresent(part)) text += fmt::format(", {}={}", attribute.name, valueText(part));
+  forEachAttribute<T>([&]<class Description>(const Description& attribute) {
+    if constexpr (isStored<Description>) {
+      const auto& part = attribute.get(value);
+      if (Detail::isPresent(part)) text += fmt::format(", {}={}", attribute.name, valueText(part));
+    }
   });
   return text + ")";
 }
@@ -316,8 +348,8 @@ template <class T>
 T readValue(TextCursor& cursor) {
   cursor.require(valueOpening<T>());
   return [&]<size_t... I>(std::index_sequence<I...>) {
-    std::tuple<typename AttributeOf<T, I>::Type...> parts{
-        Detail::AttributeText<typename AttributeOf<T, I>::Type>::read(cursor, std::get<I>(attributesOf<T>).name)...};
+    std::tuple<decltype(Detail::readPart(cursor, std::get<I>(attributesOf<T>)))...> parts{
+        Detail::readPart(cursor, std::get<I>(attributesOf<T>))...};
     cursor.require(")");
     // The fixed ones go into the constructor, the others are set.
     T value = std::make_from_tuple<T>(std::tuple_cat([&] {
@@ -329,7 +361,7 @@ T readValue(TextCursor& cursor) {
     }()...));
     (
         [&] {
-          if constexpr (AttributeOf<T, I>::kAccess != Access::fixed) {
+          if constexpr (requires { std::get<I>(attributesOf<T>).set; }) {
             std::get<I>(attributesOf<T>).set(value, std::move(std::get<I>(parts)));
           }
         }(),

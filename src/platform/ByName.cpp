@@ -66,18 +66,19 @@ std::string Value::toText() const {
   if (const auto* reference = std::any_cast<Reference>(&held_)) {
     return reference->entity ? valueText(reference->entity) : valueText(reference->node);
   }
-  return type_ == nullptr ? std::string(kAbsentText) : type_->text(held_);
+  return hasValue() ? type_->text(held_) : std::string(kAbsentText);
 }
 
 bool Value::isReference() const { return std::any_cast<Reference>(&held_) != nullptr; }
 
 Ptr<Entity> Value::entity() const {
   const auto* reference = std::any_cast<Reference>(&held_);
-  return reference == nullptr ? nullptr : reference->entity;
+  return reference == nullptr || !reference->isMutable ? nullptr
+                                                       : Ptr<Entity>(const_cast<Entity*>(reference->entity.get()));
 }
 
-std::optional<ByName> Value::attributes() {
-  if (type_ == nullptr || type_->modelType == nullptr) return {};
+std::optional<ByName> Value::attributes() & {
+  if (!hasValue() || type_ == nullptr || type_->modelType == nullptr) return {};
   return ByName(*type_->modelType, type_->self(held_));
 }
 
@@ -89,10 +90,19 @@ WrongTypeError Value::wrongType() const {
 
 void Detail::requireCount(const Arguments& arguments, size_t count) {
   if (arguments.size() == count) return;
-  throw WrongTypeError(fmt::format("{} arguments are needed, not {}", count, arguments.size()));
+  throw WrongTypeError(fmt::format("number of arguments: {}, not {}", count, arguments.size()));
 }
 
-Detail::Registration::Registration(const ModelType& type) { registered().emplace(type.name, &type); }
+Detail::Registration::Registration(const ModelType& type) : type_(type) { registered().emplace(type.name, &type); }
+
+Detail::Registration::~Registration() {
+  const auto found = registered().find(type_.name);
+  if (found != registered().end() && found->second == &type_) registered().erase(found);
+}
+
+bool Detail::isA(const Entity* entity, std::string_view modelName) {
+  return entity != nullptr && entity->modelType().isA(modelName);
+}
 
 const ModelType* ModelType::find(std::string_view name) {
   const auto found = registered().find(name);
@@ -135,7 +145,8 @@ Result perform(const ModelType& type, std::string_view attribute, Result (*Attri
                std::string_view what, Args&&... args) {
   const AttributeRow& row = type.attribute(attribute);
   if (row.*operation == nullptr) {
-    throw AttributeKindError(fmt::format("{} is a {}: it {}", qualified(type, attribute), row.kind, what));
+    throw AttributeKindError(fmt::format("{}, {} {}, {}", qualified(type, attribute),
+                                         row.kind == Kind::operation ? "an" : "a", row.kind, what));
   }
   try {
     return (row.*operation)(std::forward<Args>(args)...);
@@ -146,8 +157,13 @@ Result perform(const ModelType& type, std::string_view attribute, Result (*Attri
 
 }  // namespace
 
-ByName byName(Entity& entity) { return {entity.modelType(), entity.modelSelf()}; }
-ConstByName byName(const Entity& entity) { return {entity.modelType(), entity.modelSelf()}; }
+// An entity without references is being made or destroyed: a reference to it would destroy it again.
+ByName byName(Entity& entity) {
+  return {entity.modelType(), entity.modelSelf(), Ptr<const Entity>(entity.use_count() == 0 ? nullptr : &entity)};
+}
+ConstByName byName(const Entity& entity) {
+  return {entity.modelType(), entity.modelSelf(), Ptr<const Entity>(entity.use_count() == 0 ? nullptr : &entity)};
+}
 
 Value ConstByName::read(std::string_view attribute) const {
   return perform(*type_, attribute, &AttributeRow::read, "has no single value", self_);
@@ -168,7 +184,12 @@ size_t ConstByName::count(std::string_view collection) const {
 void ConstByName::forEach(std::string_view collection, const MemberVisit& visit) const {
   const AttributeRow& row = type_->attribute(collection);
   // Not through `perform`: the errors of `visit` are its own.
-  if (row.forEach != nullptr) return row.forEach(self_, visit);
+  if (row.forEach != nullptr && visit) {
+    const ConstByName keep(*this);  // `visit` may drop this access.
+    return row.forEach(self_, visit);
+  }
+  if (row.forEach != nullptr)
+    throw WrongTypeError(qualified(*type_, collection) + ": nothing to visit the members with");
   perform(*type_, collection, &AttributeRow::forEach, "has no members", self_, visit);
 }
 

@@ -70,6 +70,16 @@ concept ModelValue = requires {
 template <class T>
 constexpr const ModelType& modelTypeOf();
 
+namespace Detail {
+// The value, unless it is none of the enumeration's.
+template <NamedEnum E>
+E requireNamed(E value) {
+  if (isOpenEnum<E> || !nameOf(value).empty()) return value;
+  throw RangeError(fmt::format("\"{}\" has no name", value));
+}
+KESTRIX_API bool isA(const Entity* entity, std::string_view modelName);
+}  // namespace Detail
+
 // --- Values --------------------------------------------------------------------------------------------------------
 
 // A value of any type, as it goes through the access by name; or nothing: no result, no value of an optional attribute.
@@ -78,7 +88,10 @@ class KESTRIX_API Value {
   Value() = default;
   Value(std::nullopt_t) {}
   Value(std::nullptr_t) : held_(Reference{}) {}
-  Value(const char* text) : held_(std::string(text)) {}
+  // No value for a null pointer.
+  Value(const char* text) {
+    if (text != nullptr) held_ = std::string(text);
+  }
   Value(std::string_view text) : held_(std::string(text)) {}
   Value(std::string text) : held_(std::move(text)) {}
   template <std::integral T>
@@ -112,8 +125,8 @@ class KESTRIX_API Value {
   bool isReference() const;
   // The entity that it refers to; null when it is null or no reference to an entity.
   Ptr<Entity> entity() const;
-  // The attributes of a value that has some, as they are in this copy of it.
-  std::optional<ByName> attributes();
+  // The attributes of a value that has some, as they are in this copy of it, which the caller keeps.
+  std::optional<ByName> attributes() &;
 
  private:
   struct Integer {
@@ -123,13 +136,13 @@ class KESTRIX_API Value {
   // Nodes lose their class here; Value::as finds it again.
   struct Reference {
     Ptr<const Node> node;
-    Ptr<Entity> entity;
+    Ptr<const Entity> entity;  // The same, when it is one.
     bool isMutable = true;
 
     template <class T>
     static Reference to(const Ptr<T>& object) {
-      if constexpr (std::derived_from<T, Entity> && !std::is_const_v<T>) {
-        return {object, object, true};
+      if constexpr (std::derived_from<T, Entity>) {
+        return {object, object, !std::is_const_v<T>};
       } else {
         return {object, nullptr, !std::is_const_v<T>};
       }
@@ -158,10 +171,15 @@ class KESTRIX_API Value {
   template <class T>
   struct As {
     static T get(const Value& value) {
-      if (const T* held = std::any_cast<T>(&value.held_)) return *held;
-      if constexpr (std::unsigned_integral<T> && !std::same_as<T, bool>) {
-        if (std::any_cast<Integer>(&value.held_) != nullptr) return fromText<T>(value.toText());
+      static_assert(!std::signed_integral<T>, "the model has no signed numbers");
+      const bool isInteger = std::any_cast<Integer>(&value.held_) != nullptr;
+      if constexpr (NamedEnum<T>) {
+        if (const T* held = std::any_cast<T>(&value.held_)) return Detail::requireNamed(*held);
+        if (isInteger) return Detail::requireNamed(T{fromText<std::underlying_type_t<T>>(value.toText())});
+      } else if constexpr (std::unsigned_integral<T> && !std::same_as<T, bool>) {
+        if (isInteger) return fromText<T>(value.toText());
       }
+      if (const T* held = std::any_cast<T>(&value.held_)) return *held;
       if constexpr (FromText<T>) {
         if (const auto* text = std::any_cast<std::string>(&value.held_)) return fromText<T>(*text);
       }
@@ -182,10 +200,17 @@ class KESTRIX_API Value {
       const auto* reference = std::any_cast<Reference>(&value.held_);
       if constexpr (std::derived_from<T, Entity>) {
         if (const auto* text = std::any_cast<std::string>(&value.held_)) return fromText<Ptr<T>>(*text);
-        if (reference != nullptr && (reference->entity || !reference->node)) return castEntity<T>(reference->entity);
-      } else if (reference != nullptr && (reference->isMutable || std::is_const_v<T>)) {
-        auto* object = dynamic_cast<const T*>(reference->node.get());
-        if (object != nullptr || !reference->node) return Ptr<T>(const_cast<T*>(object));
+      }
+      if (reference != nullptr && (reference->isMutable || std::is_const_v<T>)) {
+        if (!reference->node) return nullptr;
+        // The classes of entities are hidden in the library: they are told apart by their model types.
+        if constexpr (std::derived_from<T, Entity>) {
+          if (Detail::isA(reference->entity.get(), T::modelName())) {
+            return Ptr<T>(const_cast<T*>(static_cast<const T*>(reference->entity.get())));
+          }
+        } else if (auto* object = dynamic_cast<const T*>(reference->node.get())) {
+          return Ptr<T>(const_cast<T*>(object));
+        }
       }
       throw value.wrongType();
     }
@@ -239,12 +264,13 @@ struct KESTRIX_API ModelType {
 
 // --- Access --------------------------------------------------------------------------------------------------------
 
-// One object, by the names of its attributes; the caller keeps it alive. Every operation raises UnknownAttributeError
-// for a name that there is not, AttributeKindError for a kind of attribute that has no such operation, and
-// WrongTypeError or RangeError for an argument that is none. It has then changed nothing.
+// One object, by the names of its attributes. An entity is kept alive, a value is the caller's to keep. Every operation
+// raises UnknownAttributeError for a name that there is not, AttributeKindError for a kind of attribute that has no
+// such operation, and WrongTypeError or RangeError for an argument that is none. It has then changed nothing.
 class KESTRIX_API ConstByName {
  public:
-  ConstByName(const ModelType& type, const void* self) : type_(&type), self_(self) {}
+  ConstByName(const ModelType& type, const void* self, Ptr<const Entity> keep = {})
+      : type_(&type), self_(self), keep_(std::move(keep)) {}
 
   const ModelType& type() const { return *type_; }
 
@@ -262,11 +288,13 @@ class KESTRIX_API ConstByName {
  private:
   const ModelType* type_;
   const void* self_;
+  Ptr<const Entity> keep_;
 };
 
 class KESTRIX_API ByName : public ConstByName {
  public:
-  ByName(const ModelType& type, void* self) : ConstByName(type, self), self_(self) {}
+  ByName(const ModelType& type, void* self, Ptr<const Entity> keep = {})
+      : ConstByName(type, self, std::move(keep)), self_(self) {}
 
   // Sets a scalar. Raises FixedAttributeError or ReadOnlyAttributeError for one that is not settable.
   void set(std::string_view attribute, const Value& value) const;
@@ -299,20 +327,14 @@ ConstByName byName(const T& value) {
 
 // --- References ----------------------------------------------------------------------------------------------------
 
-// `entity` as a T, or null. Raises RangeError when it is of another class.
-template <std::derived_from<Entity> T>
-Ptr<T> castEntity(const Ptr<Entity>& entity) {
-  if (entity && !entity->modelType().isA(T::modelName())) {
-    throw RangeError(fmt::format("cannot convert {} to {}", entity->reference(), T::modelName()));
-  }
-  return Ptr<T>(static_cast<T*>(entity.get()));
-}
-
 // "null", or the reference that Entity gives.
 template <std::derived_from<Entity> T>
 struct CursorText<Ptr<T>> {
   static Ptr<T> read(TextCursor& cursor) {
-    return cursor.skip("null") ? nullptr : castEntity<T>(Entity::fromReference(cursor));
+    if (cursor.skip("null")) return nullptr;
+    const Ptr<Entity> entity = Entity::fromReference(cursor);
+    if (Detail::isA(entity.get(), T::modelName())) return Ptr<T>(static_cast<T*>(entity.get()));
+    throw RangeError(fmt::format("cannot convert {} to {}", entity->reference(), T::modelName()));
   }
 };
 

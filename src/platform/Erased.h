@@ -103,7 +103,10 @@ struct Erased {
     requireCount(arguments, 0);
     return kAttribute.insert(mutableSelf(self));
   }
-  static Value eraseChild(void* self, const Value& /*key*/) { return kAttribute.erase(mutableSelf(self)); }
+  static Value eraseChild(void* self, const Value& key) {
+    if (key.hasValue()) throw WrongTypeError("a single owned entity has no key");
+    return kAttribute.erase(mutableSelf(self));
+  }
 
   static Value lookUp(const void* self, const Value& key) {
     return kAttribute.functions.lookUp(constSelf(self), typedKey(key));
@@ -206,10 +209,16 @@ constexpr const ModelType* baseTypeOf() {
 template <class T>
 inline constexpr ModelType kModelType{T::modelName(), baseTypeOf<T>(), kErasedRows<T>, construct<T>};
 
-// Makes a type known to ModelType::find for the life of the library.
+// Makes a type known to ModelType::find as long as it lives.
 class KESTRIX_API Registration {
  public:
   explicit Registration(const ModelType& type);
+  ~Registration();
+  Registration(const Registration&) = delete;
+  Registration& operator=(const Registration&) = delete;
+
+ private:
+  const ModelType& type_;
 };
 
 }  // namespace Platform::Detail

@@ -2,17 +2,17 @@
 // text forms and access by name are loops over the descriptions.
 //
 //   class AclRule {
-//     KESTRIX_VALUE(AclRule, "Kestrix::AclRule")
-//     KESTRIX_FIXED(uint8_t, ruleKey)            // ruleKey()
-//     KESTRIX_SETTABLE(uint16_t, port, 0)        // port(), portIs(value)
-//     KESTRIX_VIEW(bool, l4, port() != 0)        // l4(), computed when asked
+//     KESTRIX_VALUE(AclRule, "Kestrix::AclRule");
+//     KESTRIX_FIXED(uint8_t, ruleKey);            // ruleKey()
+//     KESTRIX_SETTABLE(uint16_t, port, 0);        // port(), portIs(value)
+//     KESTRIX_VIEW(bool, l4, port() != 0);        // l4(), computed when asked
 //    public:
 //     explicit AclRule(uint8_t ruleKey) : ruleKey_(ruleKey) {}
 //   };
 //
 // The declarations leave the access at `public`. An attribute `x` is stored in `x_`; a fixed one is set by the
 // constructor, and the fixed attributes of a type, in their order, are its constructor's arguments. An entity whose
-// first attribute is fixed has it as its key.
+// first attribute is fixed has it as its key. A class derived from a model type names it as its `ModelBase`.
 #pragma once
 
 #include <string>

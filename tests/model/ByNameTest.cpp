@@ -55,6 +55,8 @@ struct ByNameTest : HelperTest {
     EXPECT_TRUE(child && object.insert(name, {}).entity() == child && object.erase(name).entity() == child) << where;
     EXPECT_EQ(object.read(name).toText(), "null") << where;
     EXPECT_TRUE(object.insert(name, {}).entity()) << where;
+    EXPECT_THROW(object.insert(name, {1}), WrongTypeError);
+    EXPECT_THROW(object.erase(name, "e1"), WrongTypeError) << "not a member of it";
   }
 
   void expectCollection(const ByName& object, const AttributeRow& row, const std::string& where) const {
@@ -183,7 +185,8 @@ TEST_F(ByNameTest, MembersAreNotSetToFalseNorMadeAgainWithOtherArguments) {
   byName(*shadow).insert("activeIntf", {"e1"});
   EXPECT_THAT([&] { byName(*shadow).insert("activeIntf", {"e1", false}); },
               ThrowsMessage<Platform::SetFalseError>(StartsWith("Kestrix::ShadowAcl.activeIntf: ")));
-  EXPECT_TRUE(shadow->activeIntf(e1));
+  EXPECT_THROW(byName(*shadow).insert("activeIntf", {"e2", false}), Platform::SetFalseError);
+  EXPECT_TRUE(shadow->activeIntf(e1) && !shadow->activeIntf(e2));
   EXPECT_THAT([&] { byName(*helper->inShadowFilter()).insert("shadowFilter", {"e1", "mac", 3}); },
               ThrowsMessage<Platform::ReinstantiationError>(testing::EndsWith(" attribute maxRules")));
   EXPECT_THAT([&] { byName(*shadow).insert("errorIntf", {"e1", "failed"}); },
@@ -204,7 +207,9 @@ TEST_F(ByNameTest, ValuesConvertWhereNothingIsLost) {
 
   const ByName named2 = byName(*filter(e1));
   named2.set("multicast", 4), named2.set("srcOrDst", SrcOrDst::destination), named2.set("ipAcl", ipShadow);
-  EXPECT_THROW(named2.set("ipAcl", macShadow), RangeError);
+  EXPECT_THROW(named2.set("ipAcl", macShadow), WrongTypeError);
+  EXPECT_THROW(named2.set("srcOrDst", SrcOrDst{255}), RangeError);
+  EXPECT_THROW(named2.set("srcOrDst", 2), RangeError);
   EXPECT_THROW(named2.set("ipAcl", transport), WrongTypeError);
   EXPECT_TRUE(filter(e1)->multicast() == 4 && filter(e1)->ipAcl() == ipShadow);
   named2.set("multicast", {}), named2.set("ipAcl", nullptr);
@@ -219,6 +224,31 @@ TEST_F(ByNameTest, ValuesConvertWhereNothingIsLost) {
   EXPECT_EQ(make("10.0.0.0/0.0.0.1"), "Value('Kestrix::AclAddrWithMask', ip=10.0.0.0/0.0.0.1)");
   EXPECT_EQ(make(Platform::EthAddrWithMask{}),
             "Value('Kestrix::AclAddrWithMask', mac=00:00:00:00:00:00/00:00:00:00:00:00)");
+  EXPECT_THAT([&] { make("10/0"); },
+              ThrowsMessage<RangeError>(StartsWith("Kestrix::AclAddrWithMask: \"10\" is not an IPv4 address, and: ")));
+  EXPECT_THAT([&] { ModelType::find("Kestrix::ShadowFilter")->make({e1, "mac", 256}); },
+              ThrowsMessage<RangeError>(StartsWith("Kestrix::ShadowFilter: maxRules: \"256\" is not")));
+  Platform::Value from = rule;
+  const Platform::Value moved = std::move(from);
+  EXPECT_EQ(from.toText(), "absent");  // NOLINT(bugprone-use-after-move): it is to be usable.
+  EXPECT_FALSE(from.attributes());
+}
+
+TEST_F(ByNameTest, AVisitorMayRemoveWhatItWalksAndRaise) {
+  const ByName filters = byName(*helper->outShadowFilter());
+  const auto filter1 = byName(*filter(e1));
+  size_t visits = 0;
+  filters.forEach("shadowFilter", [&](const auto&, const auto&) {
+    ++visits;
+    byName(*helper).erase("outShadowFilter");
+    filters.clear("shadowFilter");
+  });
+  EXPECT_EQ(visits, 1u);
+  EXPECT_EQ(filter1.read("maxRules").toText(), "2") << "kept by the access";
+  filters.insert("shadowFilter", {e1, "mac", 4});
+  EXPECT_THAT([&] { filters.forEach("shadowFilter", [](const auto&, const auto&) { throw RangeError("own"); }); },
+              ThrowsMessage<RangeError>("own"));
+  EXPECT_THROW(filters.forEach("shadowFilter", {}), WrongTypeError);
 }
 
 TEST_F(ByNameTest, OperationsOfTheModelAreCalled) {
@@ -245,7 +275,7 @@ TEST_F(ByNameTest, OperationsOfTheModelAreCalled) {
   taken();
   EXPECT_THROW(named.call("writeAclToIntfs", {nullptr}), Platform::ConsistencyError);
   EXPECT_THAT([&] { named.call("regWriteHelper", {image, "e1", "out"}); },
-              ThrowsMessage<WrongTypeError>("Kestrix::AclHelper.regWriteHelper: 4 arguments are needed, not 3"));
+              ThrowsMessage<WrongTypeError>("Kestrix::AclHelper.regWriteHelper: number of arguments: 4, not 3"));
   EXPECT_THAT([&] { named.call("regWriteHelper", {image, "e1", "out", "on"}); },
               ThrowsMessage<RangeError>("Kestrix::AclHelper.regWriteHelper: argument 4: \"on\" is neither true nor "
                                         "false"));

@@ -22,6 +22,7 @@ class Sample {
   KESTRIX_FIXED(AclAddrWithMask, address);
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, side, {});
   KESTRIX_SETTABLE(Ptr<MacAcl>, acl, {});
+  KESTRIX_VIEW(bool, hasAcl, acl() != nullptr);
 
  public:
   explicit Sample(AclAddrWithMask address) : address_(address) {}
@@ -111,6 +112,8 @@ TEST(TextForm, RefusalsSayWhere) {
   const std::string reference = mac->reference();
   const std::string plain = reference.substr(0, reference.find('('));
   std::string dead = make<IpAcl>(AclKey{})->reference();
+  const auto next = make<IpAcl>(AclKey{});
+  EXPECT_NE(next->reference(), dead) << "a number is not given again";
   const std::string acl = "Value('Kestrix::ShadowAcl::Acl', ip=";
   const auto replaced = [](std::string text, std::string_view what, std::string_view with) {
     return text.replace(text.find(what), what.size(), with);

@@ -114,7 +114,7 @@ TEST(Settings, RefusedOnesSayWhereAndWhy) {
       {filter + ".arp=true", "Kestrix::ShadowFilter.arp is read-only"},
       {filter + ".ipAcl.l4=true", "Kestrix::ShadowFilter.ipAcl: null has no attributes"},
       {filter + ".rule[3].port=80", "Kestrix::ShadowFilter.rule[3]: there is no such member"},
-      {filter + ".rule=null", "Kestrix::ShadowFilter.rule is a collection: it is not set as a whole"},
+      {filter + ".rule=null", "Kestrix::ShadowFilter.rule, a collection, is not set as a whole"},
       {"outShadowFilter.shadowFilter[port-1", "a key ends with ], and more follows"},
       {"intfMap.portGroupMap[port-1]=3", "Kestrix::AclHelper.intfMap is fixed at construction"},
       {"allShadowAcl[guest-in(ipv4,in)].activeIntf[port-1]=false",
