@@ -9,22 +9,15 @@
 namespace Kestrix {
 namespace {
 
-void traceSide(const AclTrace& trace, RuleSide side) {
-  switch (side) {
-    case RuleSide::source:
-      return trace.level5("filtering on source");
-    case RuleSide::destination:
-      return trace.level5("filtering on destination");
-    case RuleSide::neither:
-      return trace.level5("filtering on any source and any destination");
-    case RuleSide::both:
-      return trace.level5("non-any addresses or ports on both source and destination");
-    case RuleSide::sourceInDestinationAcl:
-      return trace.level5("can't filter on source, already filtering on destination");
-    case RuleSide::destinationInSourceAcl:
-      return trace.level5("can't filter on destination, already filtering on source");
-  }
-}
+// By RuleSide, in the order of its values.
+constexpr Platform::TraceFormat<> kIpSideTraces[] = {
+    "filtering on source",
+    "filtering on destination",
+    "filtering on any source and any destination",
+    "non-any addresses or ports on both source and destination",
+    "can't filter on source, already filtering on destination",
+    "can't filter on destination, already filtering on source",
+};
 
 // The ACL's IPv4 shadow; an ACL that was never pre-created has none.
 Platform::Ptr<IpAcl> requireIpAcl(const ShadowAcl& shadowAcl, const AclTrace& trace) {
@@ -63,7 +56,7 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
     return setCreationError(shadowAcl, AclCreateError::notSupported);
   }
   const RuleSide side = chooseSide(subrule.source.isAny(), subrule.destination.isAny(), ipAcl->srcOrDst());
-  traceSide(trace, side);
+  trace.level5(kIpSideTraces[static_cast<size_t>(side)]);
   if (!isExpressible(side)) return setCreationError(shadowAcl, AclCreateError::notSupported);
 
   // Never reached by a packet: an earlier rule decides all of them.

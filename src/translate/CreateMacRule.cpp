@@ -9,22 +9,15 @@
 namespace Kestrix {
 namespace {
 
-void traceSide(const AclTrace& trace, RuleSide side) {
-  switch (side) {
-    case RuleSide::source:
-      return trace.level5("filtering on source MAC address");
-    case RuleSide::destination:
-      return trace.level5("filtering on destination MAC address");
-    case RuleSide::neither:
-      return trace.level5("filtering on any source and any destination");
-    case RuleSide::both:
-      return trace.level5("non-any addresses on both source and destination");
-    case RuleSide::sourceInDestinationAcl:
-      return trace.level5("can't filter on source, already filtering on destination");
-    case RuleSide::destinationInSourceAcl:
-      return trace.level5("can't filter on destination, already filtering on source");
-  }
-}
+// By RuleSide, in the order of its values.
+constexpr Platform::TraceFormat<> kMacSideTraces[] = {
+    "filtering on source MAC address",
+    "filtering on destination MAC address",
+    "filtering on any source and any destination",
+    "non-any addresses on both source and destination",
+    "can't filter on source, already filtering on destination",
+    "can't filter on destination, already filtering on source",
+};
 
 Platform::Ptr<MacAcl> requireMacAcl(const ShadowAcl& shadowAcl, const AclTrace& trace) {
   if (shadowAcl.acl().containsMac() && shadowAcl.acl().mac()) return shadowAcl.acl().mac();
@@ -74,7 +67,7 @@ AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig& 
   trace.level5("srcAddr: {} srcMask: {} dstAddr: {} dstMask: {}", filter.srcAddr, filter.srcMask, filter.dstAddr,
                filter.dstMask);
   const RuleSide side = chooseSide(isAnyAddress(filter.srcAddr), isAnyAddress(filter.dstAddr), macAcl->srcOrDst());
-  traceSide(trace, side);
+  trace.level5(kMacSideTraces[static_cast<size_t>(side)]);
   if (!isExpressible(side)) return setCreationError(shadowAcl, AclCreateError::notSupported);
   if (side == RuleSide::neither) {
     setVerdict(*macAcl, kind, ruleConfig.action == Acl::Action::permit);

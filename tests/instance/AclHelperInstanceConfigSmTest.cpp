@@ -47,18 +47,4 @@ TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWhenMadeAndFollowsIt) {
   EXPECT_EQ(config->publisher().subscribers(), 0u);
 }
 
-TEST_F(AclHelperInstanceConfigSmTest, AFailedWriteIsTracedAndThePassGoesOn) {
-  vcsd->intfIs(e3, true);  // It has no status.
-  config->aclDropDelayIs(true);
-  transport->fails = "enable";
-  reactor = aclHelperInstanceConfigSmFactory(config, status, vcsd, helper);
-  const std::string failure =
-      "0 AclHelperInstanceConfigSm::handleAclDropDelay: Failed to write registers for already set ";
-  const Lines both{failure + "filter", failure + "input filter"};
-  EXPECT_THAT(taken(failure), ElementsAre(both[0], both[1], both[0], both[1]));
-  EXPECT_TRUE(status->aclDropDelay() && status->downstreamIntfStatus(e1)->aclDropDelay());
-  EXPECT_TRUE(filter(e3)->delay() && filter(e3)->ruleType() == kMac && filter(e3)->maxRules() == 1);
-  EXPECT_EQ(helper->inShadowFilter()->shadowFilter(e3)->maxRules(), 2);
-}
-
 }  // namespace Kestrix::Test

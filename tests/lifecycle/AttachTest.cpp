@@ -68,34 +68,6 @@ TEST_F(AttachTest, TheRoadFromAttachingToTheRegisters) {
   EXPECT_EQ(intfsOf(*attached(acl, {})), "e1 applying, e2 applying, e3 applying");
 }
 
-TEST_F(AttachTest, APassGoesOnAndReturnsTheLastFailure) {
-  for (const auto& [conflictFirst, writeFails, result] :
-       {std::tuple(true, true, 15), {true, false, 13}, {false, true, 13}}) {
-    makeReady(conflictFirst);
-    const IntfId conflict = conflictFirst ? first : second, other = conflictFirst ? second : first;
-    transport->fails = writeFails ? "/udp" : "";
-    trace.levelIs(6);
-    EXPECT_EQ(int(helper->writeAclToIntfs(shadow)), result);
-    EXPECT_EQ(log.back(), fmt::format("status edge(ipv4,out) {}", result));
-    EXPECT_EQ(std::count(log.begin(), log.end(), "publish Kestrix true"), 1) << "none for a failed write";
-    EXPECT_EQ(taken("6 writeAclToIntfs: Cannot set registers as other ACL type already existed in filter").size(), 1u);
-    EXPECT_EQ(shadow->errorIntf(conflict), kNotSupported);
-    EXPECT_TRUE(shadow->activeIntf(other) == !writeFails && shadow->applyingIntf().empty());
-    EXPECT_TRUE(filter(other)->ipAcl() == shadow->acl().ip() && !filter(conflict)->ipAcl());
-  }
-}
-
-TEST_F(AttachTest, NothingFollowsAFailedCheck) {
-  const char* const kNoAcl = "The shadow ACL should always exist";
-  expectInconsistent("writeAclToIntfs", kNoAcl, [&] { helper->writeAclToIntfs(nullptr); });
-  expectInconsistent("setCreationError", kNoAcl, [&] { helper->setCreationError(nullptr, kNotSupported); });
-  makeReady(/*firstIsOccupied=*/false);
-  helper->outShadowFilter()->shadowFilterDel(second);
-  expectInconsistent("writeAclToIntfs", "The shadow filter should always exist",
-                     [&] { helper->writeAclToIntfs(shadow); });
-  EXPECT_TRUE(shadow->activeIntf(first) && shadow->applyingIntf(second) && taken("status").empty());
-}
-
 TEST_F(AttachTest, TheFirstCallbackMayDropEverything) {
   listener->onCall = [&](const std::string&) {
     if (helper) helper->allShadowAclDelAll(), shadow = nullptr, helper = nullptr;

@@ -273,13 +273,17 @@ TEST_F(ByNameTest, OperationsOfTheModelAreCalled) {
   EXPECT_EQ(named.call("setCreationError", {shadow, kNotSupported}).toText(), "notSupported");
   EXPECT_EQ(intfsOf(*shadow), "e1 error 13, e2 active");
   taken();
-  EXPECT_THROW(named.call("writeAclToIntfs", {nullptr}), Platform::ConsistencyError);
+  for (const char* operation : {"writeAclToIntfs", "clearAclFromIntfs", "setCreationError"}) {
+    Arguments arguments{nullptr};
+    if (operation[0] == 's') arguments.push_back(13);
+    EXPECT_THROW(named.call(operation, arguments), Platform::ConsistencyError);
+    EXPECT_THAT(taken(), ElementsAre(fmt::format("0 {}: The shadow ACL should always exist", operation)));
+  }
   EXPECT_THAT([&] { named.call("regWriteHelper", {image, "e1", "out"}); },
               ThrowsMessage<WrongTypeError>("Kestrix::AclHelper.regWriteHelper: number of arguments: 4, not 3"));
   EXPECT_THAT([&] { named.call("regWriteHelper", {image, "e1", "out", "on"}); },
               ThrowsMessage<RangeError>("Kestrix::AclHelper.regWriteHelper: argument 4: \"on\" is neither true nor "
                                         "false"));
-  EXPECT_THAT(taken(), ElementsAre("0 writeAclToIntfs: The shadow ACL should always exist"));
 }
 
 }  // namespace

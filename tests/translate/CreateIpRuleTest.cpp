@@ -11,7 +11,7 @@ std::string textOf(const IpAcl& acl) {
                      rule.udp() ? "udp" : "");
 }
 
-struct Step {
+struct IpStep {
   SubruleFields subrule;
   const char* outcome;          // The error, and the last decision traced.
   const char* after = nullptr;  // The ACL; null when the step must leave it as it was.
@@ -29,7 +29,7 @@ TEST_F(CreateIpRuleTest, TranslatesOrRefusesEachSubrule) {
   constexpr char kAllPermitted[] = ",true,false,0 deny 0.0.0.0/0.0.0.0 0 ";
   constexpr char kBoth[] = "13 non-any addresses or ports on both source and destination";
   constexpr char kNotDestination[] = "13 can't filter on destination, already filtering on source";
-  const std::vector<Step> acls[] = {
+  const std::vector<IpStep> acls[] = {
       {{{.src = kNet}, kCreated, "source,,false,1 permit 10.0.0.0/0.255.255.255 0 tcpudp"},
        {{.dst = kHost}, kNotDestination},
        {{.src = kHost, .dstPort = 1}, kBoth},
@@ -83,21 +83,6 @@ TEST_F(CreateIpRuleTest, AnUnsupportedAclIsRefusedButForPermittedFragments) {
                                    "5 createIpFragRule: acl: edge type: ipv4 direction: in rule: 5",
                                    "5 createIpFragRule: acl: edge type: ipv6 direction: in rule: 5", "dirty true",
                                    "publish Kestrix true", "unitError Kestrix 13"));
-}
-
-TEST_F(CreateIpRuleTest, BrokenCallOrderChangesNothing) {
-  constexpr char kNoConfig[] = "ACL config should always exist";
-  constexpr char kNoIpAcl[] = "In createIpAclSubrule, the ACL should be an IP ACL";
-  expectInconsistent("createIpAclSubrule", kNoConfig, [&] { translate(in, {}); });
-  expectInconsistent("createFinalAclRule", kNoConfig, [&] { finish(in); });
-  expectInconsistent("createIpFragRule", kNoConfig, [&] { helper->createIpFragRule(unsupported, {}, {}, 5, 6); });
-  const auto shadow = helper->allShadowAclIs(in->key());
-  shadow->applyingIntfIs(e1);
-  expectInconsistent("createIpAclSubrule", kNoIpAcl, [&] { translate(in, {.proto = 1}); });
-  expectInconsistent("createFinalAclRule", "The shadow ACL should always exist", [&] { finish(in); });
-  shadow->aclIs(ShadowAcl::Acl(make<MacAcl>(in->key())));
-  expectInconsistent("createIpAclSubrule", kNoIpAcl, [&] { translate(in, {.proto = 1}); });
-  EXPECT_TRUE(log.size() == 6 && !shadow->aclRulesFinalized() && shadow->applyingIntf(e1));
 }
 
 }  // namespace Kestrix::Test

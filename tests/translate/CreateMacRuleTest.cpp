@@ -13,7 +13,7 @@ std::string textOf(const MacAcl& acl) {
          fmt::format(" {} {} {}{}{}", rule.action(), rule.addrWithMask().mac(), rule.port(), rule.tcp(), rule.udp());
 }
 
-struct Step {
+struct MacStep {
   MacFields rule;
   const char* outcome;          // The error, and the last decision traced.
   const char* after = nullptr;  // The ACL; null when the step must leave it as it was.
@@ -29,7 +29,7 @@ TEST_F(CreateMacRuleTest, TranslatesOrRefusesEachRule) {
   constexpr char kCreated[] = "0 rule creation successful!";
   constexpr char kAnyAny[] = "0 filtering on any source and any destination";
   constexpr char kDropped[] = "0 acl: guard type: mac direction: out rule: 3 id: 7 filter: ethType ";
-  const std::vector<Step> acls[] = {
+  const std::vector<MacStep> acls[] = {
       {{{.src = kHost}, kCreated, "source,,false,false,1 permit 00:11:22:33:44:55/00:00:00:00:00:00 0falsefalse"},
        {{.dst = kHost}, "13 can't filter on destination, already filtering on source"},
        {{.src = kHost, .dst = kHost}, "13 non-any addresses on both source and destination"},
@@ -65,23 +65,6 @@ TEST_F(CreateMacRuleTest, TranslatesOrRefusesEachRule) {
       EXPECT_EQ(textOf(*shadow->acl().mac()), after != nullptr ? after : before);
     }
   }
-}
-
-TEST_F(CreateMacRuleTest, BrokenOrderTranslatesNothing) {
-  expectInconsistent("createMacAclRule", "ACL config should always exist", [&] { translateMac(macAcl, {}); });
-  const auto shadow = attached(macAcl, {e1});
-  const auto ip = make<IpAcl>(macAcl->key());
-  for (const ShadowAcl::Acl& wrong : {ShadowAcl::Acl(Ptr<MacAcl>()), ShadowAcl::Acl(ip)}) {
-    shadow->aclIs(wrong);
-    expectInconsistent("createMacAclRule", "In create MacAclRule, the shadow ACL should always be a MAC ACL",
-                       [&] { translateMac(macAcl, {}); });
-  }
-  EXPECT_TRUE(!ip->permitAny() && intfsOf(*shadow) == "e1 applying");
-  const auto ipv6 = make<AclData>(AclKey{"six", kIpv6, kOut});
-  helper->addIntfToAcl({.intf = e2}, ipv6, nullptr);
-  trace.levelIs(5);
-  EXPECT_EQ(translateMac(ipv6, {}), kNotSupported);
-  EXPECT_THAT(taken("Unsupported"), ElementsAre("5 createMacAclRule: Unsupported ACL: six(ipv6,out)"));
 }
 
 }  // namespace Kestrix::Test

@@ -1,0 +1,42 @@
+// Sequences of calls into the library, in the order a framework makes them and in any other, beside a small reference
+// machine that says what each must do.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support/Bench.h"
+
+namespace Kestrix::Test {
+
+// clang-format off
+enum Operation : uint8_t {
+  kAttach, kPrecreate, kRule, kVerdict, kRefusedRule, kFinish, kDetach, kHandOver, kDestroy, kCleanUp, kDropDelay,
+  kBlock,
+  // What no framework does.
+  kRuleOfTheOtherType, kRuleByName, kTearDown, kSwitchIngress, kLoseFilter,
+  kOperationCount
+};
+// clang-format on
+inline constexpr uint8_t kAcls = 7, kIntfs = 3;  // The ACLs are those of kKeys.
+
+struct Call {
+  uint8_t operation = kAttach, acl = 0, intf = 0;  // Below the counts above.
+  uint8_t argument = 0;                            // What else the operation takes.
+  bool busFails = false;                           // For every access that concerns the interface.
+};
+std::string textOf(const Call& call);
+
+// The accesses of one call of a sequence that fail.
+struct Probe {
+  size_t call = 0;
+  std::set<size_t> failAt = {};
+  Lines accesses = {};    // All that it made.
+  bool isMended = false;  // The device holds what it must at the end of the sequence.
+};
+
+// Makes the calls on a new helper; in place of one that a framework would not make at that time, the next one that it
+// would, unless `hostile`. What differs from the reference machine, or breaks an invariant; empty when nothing does.
+std::string faultsOf(const std::vector<Call>& calls, bool hostile, Probe* probe = nullptr);
+
+}  // namespace Kestrix::Test
