@@ -31,6 +31,35 @@ TEST_F(AclHelperTest, AnswersForInterfaces) {
                                    "5 intfLinecardName: intf: e2"));
 }
 
+TEST_F(AclHelperTest, BlockingKeepsTheLowBitsAndIsAlwaysRecorded) {
+  transport->fails = "rx";  // The next write of a filter reports it.
+  for (const auto& [block, value, written] : {std::tuple(true, 0xFFFFFF25, "0x1d"), {false, 0x1F, "0x7"}}) {
+    transport->readValue = uint32_t(value);
+    helper->blockIntf(e1, block, 9);
+    EXPECT_THAT(taken("linkmon"), testing::Contains(fmt::format("msp_send[0]/rx[3]/linkmon_ctl {}", written)));
+    EXPECT_EQ(helper->aclIntfBlockedStatus().contains(e1), block);
+  }
+}
+
+// What is in a document's traces is not repeated here.
+TEST_F(AclHelperTest, TracesWhatItHasNothingToDoFor) {
+  trace.levelIs(5);
+  EXPECT_EQ(helper->precreateAcl(acl, nullptr), kNoError);
+  EXPECT_TRUE(helper->allShadowAcl().empty());
+  helper->commitAcl(acl), helper->updateAclPorts(acl, true);
+  const std::string of = "acl: edge type: ipv4 direction: out";
+  EXPECT_THAT(taken(),
+              ElementsAre("5 precreateAcl: " + of, "5 precreateAcl: ACL not attached to any interfaces. Ignoring",
+                          "5 commitAcl: " + of, "5 updateAclPorts: " + of));
+}
+
+TEST_F(AclHelperTest, AReplacedFilterKeepsTheDelayAndLosesWhatWasSetByName) {
+  filter(e1)->delayIs(true), filter(e1)->multicastIs(1), filter(e1)->permitMulticastIs(true);
+  attached(acl, {e1});
+  EXPECT_EQ(helper->createFinalAclRuleWithId(kMac, {}, acl, 9), kNoError);
+  EXPECT_TRUE(filter(e1)->delay() && !filter(e1)->multicast() && !filter(e1)->permitMulticast());
+}
+
 TEST_F(AclHelperTest, IsNotMadeWithMoreRulesThanTheRegistersHold) {
   using Error = Platform::RangeError;
   EXPECT_THAT([&] { build(25, 24); }, ThrowsMessage<Error>(testing::HasSubstr("inRules: 25 is above the limit 24")));

@@ -1,28 +1,15 @@
 // The examples of docs/model.md, and a test that they are these.
-#include <fstream>
-#include <sstream>
-
 #include "hw/FilterRegisters.h"
+#include "support/Docs.h"
 #include "support/HelperTest.h"
 
 namespace Kestrix::Test {
 namespace {
 
 struct ModelDoc : HelperTest {
-  // The lines of a file without their indentation; in a document, those of its blocks in `language` alone.
-  static Lines linesOf(const char* file, std::string_view language = "") {
-    std::ifstream in(file);
-    EXPECT_TRUE(in) << file;
-    Lines lines;
-    bool isInBlock = language.empty();
-    for (std::string line; std::getline(in, line);) {
-      line.erase(0, line.find_first_not_of(' '));
-      if (!language.empty() && line.starts_with("```")) {
-        isInBlock = line == fmt::format("```{}", language);
-      } else if (isInBlock && !line.empty()) {
-        lines.push_back(line);
-      }
-    }
+  static Lines withoutIndentation(Lines lines) {
+    std::erase(lines, "");
+    for (std::string& line : lines) line.erase(0, line.find_first_not_of(' '));
     return lines;
   }
 };
@@ -68,7 +55,8 @@ TEST_F(ModelDoc, CodeRunsAsShown) {
   EXPECT_EQ(byName(*filter).lookUp("rule", 4).as<AclRule>().port(), 443);
   // clang-format on
 
-  const Lines shown = linesOf(KESTRIX_DOCS "model.md", "cpp"), here = linesOf(__FILE__);
+  const Lines shown = withoutIndentation(linesOf(KESTRIX_DOCS "model.md", "cpp"));
+  const Lines here = withoutIndentation(linesOf(__FILE__));
   ASSERT_FALSE(shown.empty());
   const auto start = std::find(here.begin(), here.end(), shown.front());
   Lines run(start, here.end());
@@ -84,7 +72,7 @@ TEST_F(ModelDoc, TextsReadBackAndAttributesAreListedAsShown) {
     return text.starts_with(Platform::valueOpening<T>()) ? fmt::format("{}", Platform::fromText<T>(text)) : "";
   };
   Lines attributes;
-  for (const std::string& line : linesOf(KESTRIX_DOCS "model.md", "text")) {
+  for (const std::string& line : withoutIndentation(linesOf(KESTRIX_DOCS "model.md", "text"))) {
     if (line.starts_with("Value(")) {
       EXPECT_EQ(readBack(AclAddrWithMask(), line) + readBack(AclRule(0), line) + readBack(FilterRuleRegisters(), line) +
                     readBack(ShadowAcl::Acl(), line),

@@ -1,5 +1,4 @@
 // The model of the helper on the command line: --model and --set.
-#include <fstream>
 #include <regex>
 
 #include <fmt/format.h>
@@ -8,6 +7,7 @@
 
 #include "ExitStatus.h"
 #include "Run.h"
+#include "support/Docs.h"
 
 namespace Sim {
 namespace {
@@ -16,11 +16,7 @@ using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-std::string textOfFile(const std::string& name) {
-  std::ostringstream text;
-  text << std::ifstream(name).rdbuf();
-  return text.str();
-}
+using Kestrix::Test::textOfFile;
 
 // On edge-switch.json, with these settings after the first configuration.
 RunResult runWith(const std::vector<std::string>& settings, CommandLine line = {},
@@ -29,28 +25,12 @@ RunResult runWith(const std::vector<std::string>& settings, CommandLine line = {
   line.configFiles = configs;
   for (const std::string& setting : settings) line.settings.push_back({1, setting});
   std::vector<std::string> texts;
-  for (const std::string& config : configs) texts.push_back(textOfFile(KESTRIX_EXAMPLES + config));
-  return run(line, textOfFile(KESTRIX_EXAMPLES "edge-switch.json"), texts, /*colour=*/false);
+  for (const std::string& config : configs) texts.push_back(textOfFile(KESTRIX_ROOT "examples/" + config));
+  return run(line, textOfFile(KESTRIX_ROOT "examples/edge-switch.json"), texts, /*colour=*/false);
 }
 
 // The numbers of references depend on what else ran.
 std::string withoutNumbers(const std::string& text) { return std::regex_replace(text, std::regex("#[0-9]+"), "#"); }
-
-TEST(ModelTree, IsAsTheDocumentationShows) {
-  std::istringstream document(textOfFile(KESTRIX_DOCS "model.md"));
-  const std::string tree = withoutNumbers(runWith({}, {.model = true}).output);
-  size_t position = 0, shown = 0;
-  bool isInBlock = false;
-  for (std::string line; std::getline(document, line);) {
-    if (line.starts_with("```")) isInBlock = line == "```console";
-    if (!isInBlock || line.starts_with("```") || line.starts_with("$ ") || line == "...") continue;
-    const size_t found = tree.find(withoutNumbers(line) + "\n", position);
-    ASSERT_NE(found, tree.npos) << line;
-    position = found;
-    ++shown;
-  }
-  EXPECT_GT(shown, 20u);
-}
 
 void collectSettable(const json& node, const std::string& path, std::vector<std::string>& settings) {
   for (const json& member : node.value("members", json::array())) {
@@ -104,22 +84,8 @@ TEST(Settings, HoldForTheStepsBehindThem) {
 }
 
 TEST(Settings, RefusedOnesSayWhereAndWhy) {
-  const std::string filter = "outShadowFilter.shadowFilter[port-1]";
-  const std::pair<std::string, std::string> rows[] = {
-      {"destroying", "expected \"=\" at position 10, not the end"},
-      {"destroying=yes", "Kestrix::AclHelper.destroying: \"yes\" is neither true nor false"},
-      {"destroyed=true", "Kestrix::AclHelper has no attribute \"destroyed\""},
-      {"inRules=3", "Kestrix::AclHelper.inRules is fixed at construction"},
-      {"inRules.x=3", "Kestrix::AclHelper.inRules: 24 has no attributes"},
-      {filter + ".arp=true", "Kestrix::ShadowFilter.arp is read-only"},
-      {filter + ".ipAcl.l4=true", "Kestrix::ShadowFilter.ipAcl: null has no attributes"},
-      {filter + ".rule[3].port=80", "Kestrix::ShadowFilter.rule[3]: there is no such member"},
-      {filter + ".rule=null", "Kestrix::ShadowFilter.rule, a collection, is not set as a whole"},
-      {"outShadowFilter.shadowFilter[port-1", "a key ends with ], and more follows"},
-      {"intfMap.portGroupMap[port-1]=3", "Kestrix::AclHelper.intfMap is fixed at construction"},
-      {"allShadowAcl[guest-in(ipv4,in)].activeIntf[port-1]=false",
-       "Kestrix::ShadowAcl.activeIntf: a member is taken out by removing it, not by setting it to false"}};
-  for (const auto& [setting, message] : rows) {
+  for (const auto& [setting, message] :
+       Kestrix::Test::rowsBelow(KESTRIX_ROOT "docs/model.md", "Settings that are refused")) {
     const RunResult result = runWith({setting}, {.json = true});
     EXPECT_EQ(result.exitStatus, kBadInput);
     const json refusal = json::parse(result.output)["diagnostics"][0];

@@ -301,11 +301,12 @@ struct Machine : Bench {
 
   int makesRule(const Call& call, bool isIp, std::string_view side, bool isRefused, bool isVerdict) {
     const auto action = call.argument % 2 == 0 ? kPermit : kDeny;
-    const std::string addr = fmt::format("02:00:00:00:00:{:02x}/ff:ff:ff:ff:ff:ff", mark);
+    const std::string ipAddr = fmt::format("10.0.0.{}/255.255.255.255", mark);
+    const std::string macAddr = fmt::format("02:00:00:00:00:{:02x}/ff:ff:ff:ff:ff:ff", mark);
     SubruleFields ip{.action = action, .proto = uint8_t(isRefused ? 1 : side.empty() && !isVerdict ? 6 : 0)};
     MacFields mac{.action = action, .ethType = isRefused ? 1u : side.empty() && !isVerdict ? 0x0806u : 0u};
-    if (side == "source") ip.srcPort = mark, mac.src = addr.c_str();
-    if (side == "destination") ip.dstPort = mark, mac.dst = addr.c_str();
+    if (side == "source") ip.src = ipAddr.c_str(), ip.srcPort = mark, mac.src = macAddr.c_str();
+    if (side == "destination") ip.dst = ipAddr.c_str(), ip.dstPort = mark, mac.dst = macAddr.c_str();
     return int(isIp ? translate(data[call.acl], ip) : translateMac(data[call.acl], mac));
   }
   int addsRule(const Ptr<ShadowAcl>& shadow) {
@@ -379,7 +380,7 @@ struct Machine : Bench {
     return "";
   }
 
-  std::string faultsOf(const Call& call, bool hostile, Probe* probe);
+  std::string faultsOf(const Call& call, bool hostile, Probe* probe, bool isProbed);
 
   // What outlives the helper, though nothing needs it.
   std::string leftovers() {
@@ -430,7 +431,7 @@ struct Machine : Bench {
 enum class When : uint8_t { always, isUnclaimed, exists, isTranslating, isOnIntf, never };
 
 struct OperationRow {
-  const char* name;
+  const char* text;
   When when;
   int (*reference)(Machine&, const Call&);
   int (*real)(Machine&, const Call&);
@@ -451,7 +452,7 @@ constexpr auto kDeletingOf = [](const ShadowAcl& shadow) { return shadow.deletin
 Platform::IntfPairKey pairOf(const Machine& m, const Call& call) { return {.intf = m.intfs[call.intf]}; }
 
 const OperationRow kOperations[] = {
-    {"attach", When::isUnclaimed,
+    {"attach {acl} to {intf}", When::isUnclaimed,
      [](M& m, C c) {
        m.ref[c.acl].exists = true;
        if (m.has(c.acl, c.intf, kActive)) return 0;
@@ -460,15 +461,18 @@ const OperationRow kOperations[] = {
        return 0;
      },
      [](M& m, C c) { return int(m.helper->addIntfToAcl(pairOf(m, c), m.data[c.acl], nullptr)); }},
-    {"precreate", When::exists, [](M& m, C c) { return m.precreated(c.acl); },
+    {"precreate {acl}", When::exists, [](M& m, C c) { return m.precreated(c.acl); },
      [](M& m, C c) { return int(m.helper->precreateAcl(m.data[c.acl], nullptr)); }},
-    {"rule", When::isTranslating, [](M& m, C c) { return m.translated(c.acl, isIp(c), sideOf(c), false, {}); },
+    {"rule of {acl}: {action} {side}", When::isTranslating,
+     [](M& m, C c) { return m.translated(c.acl, isIp(c), sideOf(c), false, {}); },
      [](M& m, C c) { return m.makesRule(c, isIp(c), sideOf(c), false, false); }},
-    {"verdict", When::isTranslating, [](M& m, C c) { return m.translated(c.acl, isIp(c), "", false, on(c)); },
+    {"last rule of {acl}: {action} all", When::isTranslating,
+     [](M& m, C c) { return m.translated(c.acl, isIp(c), "", false, on(c)); },
      [](M& m, C c) { return m.makesRule(c, isIp(c), "", false, true); }},
-    {"refused rule", When::isTranslating, [](M& m, C c) { return m.translated(c.acl, isIp(c), "", true, {}); },
+    {"rule of {acl} that does not fit", When::isTranslating,
+     [](M& m, C c) { return m.translated(c.acl, isIp(c), "", true, {}); },
      [](M& m, C c) { return m.makesRule(c, isIp(c), "", true, false); }},
-    {"finish", When::isTranslating,
+    {"final rule of {acl}", When::isTranslating,
      [](M& m, C c) {
        if (!m.isSupported(c.acl)) return 0;
        if (!m.known(c.acl).content) throw Inconsistent{"The shadow ACL should always exist"};
@@ -476,49 +480,50 @@ const OperationRow kOperations[] = {
        return m.written(c, setOf(m, c, kApplyingOf));
      },
      [](M& m, C c) { return int(m.finish(m.data[c.acl])); }},
-    {"detach", When::isOnIntf,
+    {"detach {acl} from {intf}", When::isOnIntf,
      [](M& m, C c) {
        if (m.isDestroying) return 0;
        m.known(c.acl), m.occurs(kDetached, c.acl, c.intf);
        return m.cleared(c, m.with(setOf(m, c, kDeletingOf), {m.intfs[c.intf]}));
      },
      [](M& m, C c) { return int(m.helper->removeIntfFromAcl(pairOf(m, c), m.data[c.acl], false)); }},
-    {"hand over", When::isOnIntf,
+    {"detach {acl} from {intf}, which belongs to another", When::isOnIntf,
      [](M& m, C c) {
        if (!m.isDestroying) m.known(c.acl), m.occurs(kHandedOver, c.acl, c.intf);
        return 0;
      },
      [](M& m, C c) { return int(m.helper->removeIntfFromAcl(pairOf(m, c), m.data[c.acl], true)); }},
-    {"destroy", When::exists,
+    {"destroy {acl}", When::exists,
      [](M& m, C c) {
        if (m.isSupported(c.acl)) m.known(c.acl, "The shadow ACL has disappeared before cleanupAcl");
        return 0;
      },
      [](M& m, C c) { return m.helper->destroyAcl(m.data[c.acl]), 0; }},
-    {"clean up", When::exists, [](M& m, C c) { return m.cleanedUp(c); },
+    {"clean up {acl}", When::exists, [](M& m, C c) { return m.cleanedUp(c); },
      [](M& m, C c) { return m.helper->cleanupAcl(m.data[c.acl]), 0; }},
-    {"drop delay", When::always, [](M& m, C c) { return m.delayed(c, on(c)); },
+    {"drop delay {on}", When::always, [](M& m, C c) { return m.delayed(c, on(c)); },
      [](M& m, C c) { return m.config->aclDropDelayIs(on(c)), 0; }},
-    {"block", When::always,
+    {"block {intf} {on}", When::always,
      [](M& m, C c) {
        m.expected.push_back(fmt::format("blocked e{} {}", c.intf + 1, on(c)));
        return (m.flag |= !m.succeeds(c, c.intf, 2)), 0;
      },
      [](M& m, C c) { return m.helper->blockIntf(m.intfs[c.intf], on(c), 0), 0; }},
     // What no framework does.
-    {"rule of the other type", When::never, [](M& m, C c) { return m.translated(c.acl, !isIp(c), "", false, {}); },
+    {"rule of {acl}, of the other type", When::never,
+     [](M& m, C c) { return m.translated(c.acl, !isIp(c), "", false, {}); },
      [](M& m, C c) { return m.makesRule(c, !isIp(c), "", false, false); }},
-    {"rule by name", When::never,
+    {"rule of {acl}, set by name", When::never,
      [](M& m, C c) {
        if (m.ref[c.acl].content) m.ref[c.acl].content->rules.push_back(0);
        return 0;
      },
      [](M& m, C c) { return m.addsRule(shadowOf(m, c)); }},
-    {"tear down", When::never, [](M& m, C c) { return (m.isDestroying = on(c)), 0; },
+    {"tear down {on}", When::never, [](M& m, C c) { return (m.isDestroying = on(c)), 0; },
      [](M& m, C c) { return byName(*m.helper).set("destroying", on(c)), 0; }},
-    {"switch ingress off", When::never, [](M& m, C c) { return (m.isIngressSupported = !on(c)), 0; },
+    {"switch ingress off {on}", When::never, [](M& m, C c) { return (m.isIngressSupported = !on(c)), 0; },
      [](M& m, C c) { return byName(*m.helper).set("ingressAclsSupported", !on(c)), 0; }},
-    {"lose the filter", When::never,
+    {"lose the filter of {intf} in the direction of {acl}", When::never,
      [](M& m, C c) { return (m.filters[M::isIn(c.acl)][c.intf] = {.exists = false}), 0; },
      [](M& m, C c) { return m.helper->shadowFilters(kKeys[c.acl].direction)->shadowFilterDel(m.intfs[c.intf]), 0; }},
 };
@@ -548,7 +553,7 @@ bool isOrderly(const Machine& m, const Call& call) {
   return false;
 }
 
-std::string Machine::faultsOf(const Call& call, bool hostile, Probe* probe) {
+std::string Machine::faultsOf(const Call& call, bool hostile, Probe* probe, bool isProbed) {
   const OperationRow& operation = kOperations[call.operation];
   const auto resultOf = [&](auto* step) {
     try {
@@ -556,25 +561,30 @@ std::string Machine::faultsOf(const Call& call, bool hostile, Probe* probe) {
     } catch (const Inconsistent& failure) {
       return std::string(failure.message);
     } catch (const Platform::ConsistencyError& failure) {
-      // Traced, too, and last.
-      const std::string last = log.empty() ? "" : std::exchange(log.back(), "0 ");
-      return last.starts_with("0 ") && last.ends_with(failure.what()) ? failure.what() : last;
+      const std::string last = log.empty() ? "" : log.back();  // It is traced, too.
+      return last.starts_with("0 ") && last.ends_with(failure.what()) ? last.substr(last.find(": ") + 2) : "not traced";
     }
   };
   mark = uint16_t(mark % 99 + 1), expected.clear(), log.clear();
   transport->fails = call.busFails ? fmt::format("[{}]/", call.intf + 3) : "";
-  failAt = transport->failAt = probe == nullptr ? std::set<size_t>() : probe->failAt;
+  failAt = transport->failAt = isProbed ? probe->failAt : std::set<size_t>();
   accesses = transport->accesses = 0;
   const std::string must = resultOf(operation.reference), is = resultOf(operation.real);
   Lines told, accessed;
   for (const std::string& line : log) {
-    if (line != "0 ") (line.starts_with("msp") ? accessed : told).push_back(line);
+    if (line.starts_with("msp")) accessed.push_back(line);
+    if (std::islower(line[0]) && !line.starts_with("msp")) told.push_back(line);
+    if (line.starts_with("0 ") && !line.ends_with(is)) told.push_back(line);
+  }
+  if (probe != nullptr) {
+    probe->log.push_back("> " + Test::textOf(call));
+    probe->log.insert(probe->log.end(), log.begin(), log.end());
+    if (isProbed) probe->accesses = accessed;
   }
   std::string faults;
   if (is != must) faults += fmt::format("\nis:   {}\nmust: {}", is, must);
   if (told != expected) faults += fmt::format("\ntold: {}\nmust: {}", fmt::join(told, ", "), fmt::join(expected, ", "));
   if (accessed.size() != accesses) faults += fmt::format("\n{} accesses, not {}", accessed.size(), accesses);
-  if (probe != nullptr) probe->accesses = accessed;
   const std::string seen = seenText(), known = textOf(ref, filters, flag);
   if (seen != known) faults += fmt::format("\nis:{}\nmust be:{}", seen, known);
   faults += wrongRegister();
@@ -585,12 +595,17 @@ std::string Machine::faultsOf(const Call& call, bool hostile, Probe* probe) {
 }  // namespace
 
 std::string textOf(const Call& call) {
-  return fmt::format("{} {} e{} {}{}", kOperations[call.operation].name, kKeys[call.acl], call.intf + 1, call.argument,
-                     call.busFails ? ", and the bus fails" : "");
+  std::string text =
+      fmt::format(fmt::runtime(kOperations[call.operation].text), fmt::arg("acl", kKeys[call.acl]),
+                  fmt::arg("intf", fmt::format("e{}", call.intf + 1)), fmt::arg("side", sideOf(call)),
+                  fmt::arg("action", on(call) ? "permit" : "deny"), fmt::arg("on", on(call) ? "on" : "off"));
+  text.erase(text.find_last_not_of(' ') + 1);
+  return text + (call.busFails ? fmt::format(", and the bus of e{} fails", call.intf + 1) : "");
 }
 
 std::string faultsOf(const std::vector<Call>& calls, bool hostile, Probe* probe) {
   Machine machine;
+  if (probe != nullptr) machine.trace.levelIs(probe->traceLevel);
   for (size_t k = 0; k < calls.size(); ++k) {
     Call call = calls[k];
     for (int tries = 1; !hostile && !isOrderly(machine, call); ++tries) {
@@ -598,9 +613,8 @@ std::string faultsOf(const std::vector<Call>& calls, bool hostile, Probe* probe)
       if (tries % kAcls == 0) call.intf = uint8_t((call.intf + 1) % kIntfs);
       if (tries % (kAcls * kIntfs) == 0) call.operation = uint8_t((call.operation + 1) % kOperationCount);
     }
-    const bool isProbed = probe != nullptr && k == probe->call;
-    if (std::string faults = machine.faultsOf(call, hostile, isProbed ? probe : nullptr); !faults.empty())
-      return faults;
+    std::string faults = machine.faultsOf(call, hostile, probe, probe != nullptr && k == probe->call);
+    if (!faults.empty()) return faults;
   }
   if (probe != nullptr) probe->isMended = machine.isMended();
   return machine.leftovers();

@@ -27,11 +27,13 @@ struct Call {
 };
 std::string textOf(const Call& call);
 
-// The accesses of one call of a sequence that fail.
+// What is done to one call of a sequence, and what shows.
 struct Probe {
   size_t call = 0;
-  std::set<size_t> failAt = {};
+  std::set<size_t> failAt = {};  // Those of its accesses fail.
+  int traceLevel = 0;
   Lines accesses = {};    // All that it made.
+  Lines log = {};         // Every call, behind "> ", with all that it accessed, told and traced.
   bool isMended = false;  // The device holds what it must at the end of the sequence.
 };
 

@@ -1,0 +1,61 @@
+#include <array>
+#include <regex>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "Run.h"
+#include "support/Docs.h"
+
+namespace Sim {
+namespace {
+
+using Kestrix::Test::linesOf, Kestrix::Test::textOfFile;
+
+// What a command of a document prints, line by line, and its exit status last.
+std::vector<std::string> linesOfCommand(const std::string& command) {
+  std::istringstream in(command);
+  std::vector<std::string> words{std::istream_iterator<std::string>(in), {}};
+  std::vector<const char*> arguments;
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  int exitStatus = 0;
+  const CommandLine line = parseCommandLine(int(arguments.size()), arguments.data(), exitStatus).value();
+  std::vector<std::string> configs;
+  for (const std::string& file : line.configFiles) configs.push_back(textOfFile(KESTRIX_ROOT + file));
+  const RunResult result = run(line, textOfFile(KESTRIX_ROOT + line.deviceFile), configs, /*colour=*/false);
+  std::istringstream output(result.output);
+  std::vector<std::string> lines;
+  for (std::string each; std::getline(output, each);) lines.push_back(each);
+  lines.push_back(std::to_string(result.exitStatus));
+  return lines;
+}
+
+TEST(Doc, CommandsPrintWhatIsShown) {
+  // The numbers of references depend on what else ran.
+  const auto normal = [](const std::string& line) { return std::regex_replace(line, std::regex("#[0-9]+"), "#"); };
+  for (const char* document : {"docs/simulator.md", "docs/model.md"}) {
+    std::vector<std::string> printed;
+    size_t position = 0, commands = 0;
+    bool mayJump = false;
+    for (const std::string& line : linesOf(std::string(KESTRIX_ROOT) + document, "console")) {
+      SCOPED_TRACE(line);
+      if (line.starts_with("$ kestrix-sim ")) {
+        printed = linesOfCommand(line.substr(2));
+        position = 0, mayJump = false, ++commands;
+      } else if (line == "$ echo $?") {
+        position = printed.size() - 1, mayJump = false;
+      } else if (line == "...") {
+        mayJump = true;
+      } else {
+        while (mayJump && position < printed.size() && normal(printed[position]) != normal(line)) ++position;
+        ASSERT_LT(position, printed.size());
+        ASSERT_EQ(normal(printed[position++]), normal(line));
+        mayJump = false;
+      }
+    }
+    EXPECT_GT(commands, 0u);
+  }
+}
+
+}  // namespace
+}  // namespace Sim
