@@ -309,11 +309,14 @@ struct Machine : Bench {
     if (side == "destination") ip.dst = ipAddr.c_str(), ip.dstPort = mark, mac.dst = macAddr.c_str();
     return int(isIp ? translate(data[call.acl], ip) : translateMac(data[call.acl], mac));
   }
-  int addsRule(const Ptr<ShadowAcl>& shadow) {
-    if (shadow && shadow->acl().base()) {
-      shadow->acl().base()->ruleIs(AclRule(uint8_t(shadow->acl().base()->rule().size())));
-    }
+  int overfills(const Ptr<ShadowAcl>& shadow) {
+    if (!shadow || !shadow->acl().base()) return 0;
+    for (uint8_t key = 0; key <= kLimit; ++key) shadow->acl().base()->ruleIs(AclRule(key));
     return 0;
+  }
+  Ptr<ShadowFilter> seenFilter(Acl::AclDirection direction, size_t i) const {
+    const auto filters = helper->shadowFilters(direction);
+    return filters ? filters->shadowFilter(intfs[i]) : nullptr;
   }
   std::string seenText() const {
     Acls acls;
@@ -332,7 +335,7 @@ struct Machine : Bench {
     }
     for (const bool in : {false, true}) {
       for (size_t i = 0; i < kIntfs; ++i) {
-        const auto f = helper->shadowFilters(in ? kIn : kOut)->shadowFilter(intfs[i]);
+        const auto f = seenFilter(in ? kIn : kOut, i);
         seenFilters[in][i] = !f ? Filter{.exists = false}
                                 : Filter{true,
                                          f->ruleType() == kIpv4,
@@ -354,7 +357,7 @@ struct Machine : Bench {
       for (size_t i = 0; i < kIntfs; ++i) {
         const auto image = make<FakeTransport>(unused);
         const auto direction = in ? kIn : kOut;
-        const auto filter = helper->shadowFilters(direction)->shadowFilter(intfs[i]);
+        const auto filter = seenFilter(direction, i);
         FilterPath path(filterAddress(intfs[i], helper->intfMap()), direction);
         if (filter) writeFilter(*image, path, filter->genRegisters(), kLimit);
         for (const auto& [name, value] : image->registers) {
@@ -371,7 +374,7 @@ struct Machine : Bench {
     for (size_t a = 0; a < kAcls; ++a) {
       for (size_t i = 0; i < kIntfs; ++i) {
         if (!has(a, i, kActive) || has(a, i, kErrored)) continue;
-        const auto f = helper->shadowFilters(kKeys[a].direction)->shadowFilter(intfs[i]);
+        const auto f = seenFilter(kKeys[a].direction, i);
         const auto content = helper->allShadowAcl(kKeys[a])->acl().base();
         const bool hasRules = content->rule().empty() || content->rule() == f->rule();
         if (f->recorded(ref[a].content->isIp) != content || !hasRules) return "\nnot held: " + textOf(ref[a].content);
@@ -387,10 +390,9 @@ struct Machine : Bench {
     std::set<Ptr<Platform::Entity>> owners, contents;
     for (const auto& [key, shadow] : helper->allShadowAcl())
       owners.insert(shadow), contents.insert(shadow->acl().base());
-    for (const auto d : {kIn, kOut}) {
-      for (const auto& [intf, f] : helper->shadowFilters(d)->shadowFilter()) {
-        owners.insert(f), contents.insert({f->ipAcl(), f->macAcl()});
-      }
+    for (size_t k = 0; k < 2 * kIntfs; ++k) {
+      const auto f = seenFilter(k % 2 == 0 ? kIn : kOut, k / 2);
+      if (f) owners.insert(f), contents.insert({f->ipAcl(), f->macAcl()});
     }
     reactor = nullptr;
     if (helper->use_count() != 1) return "left: the helper";
@@ -439,6 +441,7 @@ struct OperationRow {
 using M = Machine;
 using C = const Call&;
 bool on(const Call& call) { return call.argument % 2 == 0; }
+bool losesAll(const Call& call) { return call.argument == 5; }
 bool isIp(const Call& call) { return kKeys[call.acl].type == kIpv4; }
 std::string sideOf(const Call& call) { return std::array{"source", "destination", ""}[call.argument % 3]; }
 Ptr<ShadowAcl> shadowOf(const Machine& m, const Call& call) { return m.helper->allShadowAcl(kKeys[call.acl]); }
@@ -513,19 +516,29 @@ const OperationRow kOperations[] = {
     {"rule of {acl}, of the other type", When::never,
      [](M& m, C c) { return m.translated(c.acl, !isIp(c), "", false, {}); },
      [](M& m, C c) { return m.makesRule(c, !isIp(c), "", false, false); }},
-    {"rule of {acl}, set by name", When::never,
+    {"too many rules of {acl}, set by name", When::never,
      [](M& m, C c) {
-       if (m.ref[c.acl].content) m.ref[c.acl].content->rules.push_back(0);
+       if (m.ref[c.acl].content) m.ref[c.acl].content->rules.assign(kLimit + 1, 0);
        return 0;
      },
-     [](M& m, C c) { return m.addsRule(shadowOf(m, c)); }},
+     [](M& m, C c) { return m.overfills(shadowOf(m, c)); }},
     {"tear down {on}", When::never, [](M& m, C c) { return (m.isDestroying = on(c)), 0; },
      [](M& m, C c) { return byName(*m.helper).set("destroying", on(c)), 0; }},
     {"switch ingress off {on}", When::never, [](M& m, C c) { return (m.isIngressSupported = !on(c)), 0; },
      [](M& m, C c) { return byName(*m.helper).set("ingressAclsSupported", !on(c)), 0; }},
-    {"lose the filter of {intf} in the direction of {acl}", When::never,
-     [](M& m, C c) { return (m.filters[M::isIn(c.acl)][c.intf] = {.exists = false}), 0; },
-     [](M& m, C c) { return m.helper->shadowFilters(kKeys[c.acl].direction)->shadowFilterDel(m.intfs[c.intf]), 0; }},
+    {"lose the filter of {lost} in the direction of {acl}", When::never,
+     [](M& m, C c) {
+       for (size_t i = 0; i < kIntfs; ++i) {
+         if (losesAll(c) || i == c.intf) m.filters[M::isIn(c.acl)][i] = {.exists = false};
+       }
+       return 0;
+     },
+     [](M& m, C c) {
+       if (const auto filters = m.helper->shadowFilters(kKeys[c.acl].direction))
+         filters->shadowFilterDel(m.intfs[c.intf]);
+       if (losesAll(c)) M::isIn(c.acl) ? m.helper->inShadowFilterDel() : m.helper->outShadowFilterDel();
+       return 0;
+     }},
 };
 static_assert(std::size(kOperations) == kOperationCount);
 
@@ -598,6 +611,7 @@ std::string textOf(const Call& call) {
   std::string text =
       fmt::format(fmt::runtime(kOperations[call.operation].text), fmt::arg("acl", kKeys[call.acl]),
                   fmt::arg("intf", fmt::format("e{}", call.intf + 1)), fmt::arg("side", sideOf(call)),
+                  fmt::arg("lost", losesAll(call) ? "all" : fmt::format("e{}", call.intf + 1)),
                   fmt::arg("action", on(call) ? "permit" : "deny"), fmt::arg("on", on(call) ? "on" : "off"));
   text.erase(text.find_last_not_of(' ') + 1);
   return text + (call.busFails ? fmt::format(", and the bus of e{} fails", call.intf + 1) : "");

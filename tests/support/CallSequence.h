@@ -14,7 +14,7 @@ enum Operation : uint8_t {
   kAttach, kPrecreate, kRule, kVerdict, kRefusedRule, kFinish, kDetach, kHandOver, kDestroy, kCleanUp, kDropDelay,
   kBlock,
   // What no framework does.
-  kRuleOfTheOtherType, kRuleByName, kTearDown, kSwitchIngress, kLoseFilter,
+  kRuleOfTheOtherType, kOverfill, kTearDown, kSwitchIngress, kLoseFilters,
   kOperationCount
 };
 // clang-format on
