@@ -5,42 +5,6 @@ namespace VelHelper {
 AclHelper::AclHelper() = default;
 AclHelper::~AclHelper() = default;
 
-void AclHelper::hwInit() {}
-bool AclHelper::intfSupportsAcl(IntfId) { return false; }
-AclHelper::String AclHelper::intfLinecardName(IntfId) { return {}; }
-
-AclHelper::AclCreateError AclHelper::createIpAclSubrule(Acl::AclType, const Acl::RuleConfig&, const UniqueId&,
-                                                        const Ptr<AclData>&, uint32_t, uint32_t, uint16_t, uint16_t,
-                                                        uint16_t, uint16_t, uint16_t, uint16_t, uint16_t, uint16_t,
-                                                        uint16_t, uint16_t, uint16_t, uint16_t, uint8_t, bool, uint8_t,
-                                                        uint8_t) {
-  return AclCreateError::notSupported;
-}
-AclHelper::AclCreateError AclHelper::createIpFragRule(const Ptr<AclData>&, const Acl::IpRuleConfig&, const UniqueId&,
-                                                      uint32_t, uint32_t) {
-  return AclCreateError::notSupported;
-}
-AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig&, const UniqueId&, const Ptr<AclData>&,
-                                                      uint32_t) {
-  return AclCreateError::notSupported;
-}
-AclHelper::AclCreateError AclHelper::createFinalAclRule(Acl::AclType, const Ptr<AclData>&, uint32_t) {
-  return AclCreateError::notSupported;
-}
-AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>&, const Ptr<AclDataStatus>&) {
-  return AclCreateError::notSupported;
-}
-void AclHelper::destroyAcl(const Ptr<AclData>&) {}
-void AclHelper::cleanupAcl(const Ptr<AclData>&) {}
-void AclHelper::commitAcl(const Ptr<AclData>&) {}
-void AclHelper::blockIntf(IntfId, bool, uint32_t) {}
-AclHelper::AclCreateError AclHelper::addIntfToAcl(const IntfPairKey&, const Ptr<AclData>&, const Ptr<AclDataStatus>&) {
-  return AclCreateError::notSupported;
-}
-AclHelper::AclCreateError AclHelper::removeIntfFromAcl(const IntfPairKey&, const Ptr<AclData>&, bool) {
-  return AclCreateError::notSupported;
-}
-void AclHelper::updateAclPorts(const Ptr<AclData>&, bool) {}
 AclHelper::AclCreateError AclHelper::createFinalAclRuleWithId(Acl::AclType aclType, const UniqueId&,
                                                               const Ptr<AclData>& aclData, uint32_t ruleNum) {
   return createFinalAclRule(aclType, aclData, ruleNum);

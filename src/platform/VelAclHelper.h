@@ -22,8 +22,7 @@ class AclStatusListener : public Platform::Node {
   virtual void aclIntfBlocked(Platform::IntfId, bool) {}
 };
 
-// Base of the platforms' helpers. A helper overrides what its hardware can do; the defaults answer "not supported" or
-// do nothing. All operations are called on the agent's event thread.
+// Base of the platforms' helpers. All operations are called on the agent's event thread.
 class KESTRIX_API AclHelper : public Platform::Entity {
  public:
   using AclCreateError = Platform::AclCreateError;
@@ -41,10 +40,10 @@ class KESTRIX_API AclHelper : public Platform::Entity {
   ~AclHelper() override;
 
   // Called once after construction; sets the capability flags below.
-  virtual void hwInit();
-  virtual bool intfSupportsAcl(IntfId intf);
+  virtual void hwInit() = 0;
+  virtual bool intfSupportsAcl(IntfId intf) = 0;
   // The line card that holds `intf`.
-  virtual String intfLinecardName(IntfId intf);
+  virtual String intfLinecardName(IntfId intf) = 0;
 
   // One subrule of a configured IPv4 rule. Ports: 0 is none. `*PortLow`, `*PortHigh` are ranges, `ipLen*` the match on
   // the IP length. The unnamed numbers are for other platforms.
@@ -54,27 +53,27 @@ class KESTRIX_API AclHelper : public Platform::Entity {
                                             uint16_t dstPort, uint16_t dstPortMask, uint16_t srcPortLow,
                                             uint16_t srcPortHigh, uint16_t dstPortLow, uint16_t dstPortHigh,
                                             uint16_t ipLen, uint16_t ipLenMask, uint16_t ipLenLow, uint16_t ipLenHigh,
-                                            uint8_t icmpType, bool established, uint8_t ttl, uint8_t dscp);
+                                            uint8_t icmpType, bool established, uint8_t ttl, uint8_t dscp) = 0;
   // A configured IPv4 rule that matches fragments.
   virtual AclCreateError createIpFragRule(const Ptr<AclData>& aclData, const Acl::IpRuleConfig& ruleConfig,
-                                          const UniqueId& ruleId, uint32_t ruleNum, uint32_t subruleNum);
+                                          const UniqueId& ruleId, uint32_t ruleNum, uint32_t subruleNum) = 0;
   virtual AclCreateError createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
-                                          const Ptr<AclData>& aclData, uint32_t ruleNum);
+                                          const Ptr<AclData>& aclData, uint32_t ruleNum) = 0;
   // All rules of the ACL have been given.
-  virtual AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum);
+  virtual AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum) = 0;
   // The rules of the ACL are about to be given, from the first.
-  virtual AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status);
-  virtual void destroyAcl(const Ptr<AclData>& aclData);
-  virtual void cleanupAcl(const Ptr<AclData>& aclData);
-  virtual void commitAcl(const Ptr<AclData>& aclData);
+  virtual AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status) = 0;
+  virtual void destroyAcl(const Ptr<AclData>& aclData) = 0;
+  virtual void cleanupAcl(const Ptr<AclData>& aclData) = 0;
+  virtual void commitAcl(const Ptr<AclData>& aclData) = 0;
   // Stops, or lets pass, all traffic of the interface.
-  virtual void blockIntf(IntfId intf, bool block, uint32_t reason);
+  virtual void blockIntf(IntfId intf, bool block, uint32_t reason) = 0;
   virtual AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
-                                      const Ptr<AclDataStatus>& status);
+                                      const Ptr<AclDataStatus>& status) = 0;
   // `belongsToAnother`: the framework has given the interface, in this direction, to another ACL.
   virtual AclCreateError removeIntfFromAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
-                                           bool belongsToAnother);
-  virtual void updateAclPorts(const Ptr<AclData>& aclData, bool add);
+                                           bool belongsToAnother) = 0;
+  virtual void updateAclPorts(const Ptr<AclData>& aclData, bool add) = 0;
   // As createFinalAclRule, with the identifier of the last rule; by default the same as without it.
   virtual AclCreateError createFinalAclRuleWithId(Acl::AclType aclType, const UniqueId& ruleId,
                                                   const Ptr<AclData>& aclData, uint32_t ruleNum);

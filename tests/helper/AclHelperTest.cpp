@@ -53,6 +53,15 @@ TEST_F(AclHelperTest, TracesWhatItHasNothingToDoFor) {
                           "5 commitAcl: " + of, "5 updateAclPorts: " + of));
 }
 
+TEST_F(AclHelperTest, KeepsItsStatusForWhoDoesNotListen) {
+  for (const auto& listening : {make<VelHelper::AclStatusListener>(), Ptr<VelHelper::AclStatusListener>()}) {
+    helper->listenerIs(listening);
+    helper->setCreationError(attached(acl, {e1}), kNotSupported), finish(acl), helper->blockIntf(e1, true, 0);
+    EXPECT_TRUE(helper->dirty() && helper->publishUnitError("Kestrix") && helper->aclIntfBlockedStatus().at(e1));
+    EXPECT_EQ(helper->unitError("Kestrix"), kNotSupported);
+  }
+}
+
 TEST_F(AclHelperTest, AReplacedFilterKeepsTheDelayAndLosesWhatWasSetByName) {
   filter(e1)->delayIs(true), filter(e1)->multicastIs(1), filter(e1)->permitMulticastIs(true);
   attached(acl, {e1});
@@ -63,6 +72,8 @@ TEST_F(AclHelperTest, AReplacedFilterKeepsTheDelayAndLosesWhatWasSetByName) {
 TEST_F(AclHelperTest, IsNotMadeWithMoreRulesThanTheRegistersHold) {
   using Error = Platform::RangeError;
   EXPECT_THAT([&] { build(25, 24); }, ThrowsMessage<Error>(testing::HasSubstr("inRules: 25 is above the limit 24")));
+  EXPECT_THAT([&] { aclHelperFactory(nullptr, {}, 1, 1, vcsd); },
+              ThrowsMessage<Error>("Kestrix::AclHelper.transport: must not be null"));
   EXPECT_THAT([&] { build(24, 25); }, ThrowsMessage<Error>(testing::HasSubstr("outRules: 25 is above the limit 24")));
 }
 

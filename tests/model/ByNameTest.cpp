@@ -200,9 +200,10 @@ TEST_F(ByNameTest, ValuesConvertWhereNothingIsLost) {
   for (const Platform::Value& wrong : {Platform::Value(65536), Platform::Value(-1), Platform::Value("+1")}) {
     EXPECT_THAT([&] { named.set("port", wrong); }, ThrowsMessage<RangeError>(HasSubstr(wrong.toText())));
   }
-  EXPECT_THROW(named.set("port", true), WrongTypeError);
+  for (const Platform::Value& wrong : {Platform::Value(true), Platform::Value()}) {
+    EXPECT_THROW(named.set("port", wrong), WrongTypeError);
+  }
   EXPECT_THROW(named.set("tcp", 1), WrongTypeError);
-  EXPECT_THROW(named.set("port", {}), WrongTypeError);
   EXPECT_EQ(rule.port(), 65535);
 
   const ByName named2 = byName(*filter(e1));
@@ -235,19 +236,16 @@ TEST_F(ByNameTest, ValuesConvertWhereNothingIsLost) {
 }
 
 TEST_F(ByNameTest, AVisitorMayRemoveWhatItWalksAndRaise) {
-  const ByName filters = byName(*helper->outShadowFilter());
-  const auto filter1 = byName(*filter(e1));
+  const ByName filters = byName(*helper->outShadowFilter()), filter1 = byName(*filter(e1));
   size_t visits = 0;
   filters.forEach("shadowFilter", [&](const auto&, const auto&) {
     ++visits;
-    byName(*helper).erase("outShadowFilter");
-    filters.clear("shadowFilter");
+    byName(*helper).erase("outShadowFilter"), filters.clear("shadowFilter");
   });
   EXPECT_EQ(visits, 1u);
   EXPECT_EQ(filter1.read("maxRules").toText(), "2") << "kept by the access";
   filters.insert("shadowFilter", {e1, "mac", 4});
-  EXPECT_THAT([&] { filters.forEach("shadowFilter", [](const auto&, const auto&) { throw RangeError("own"); }); },
-              ThrowsMessage<RangeError>("own"));
+  EXPECT_THROW(filters.forEach("shadowFilter", [](const auto&, const auto&) { throw RangeError("own"); }), RangeError);
   EXPECT_THROW(filters.forEach("shadowFilter", {}), WrongTypeError);
 }
 

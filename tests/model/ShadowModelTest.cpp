@@ -3,9 +3,21 @@
 namespace Kestrix::Test {
 
 TEST(IpMacUnion, HoldsOneAlternativeAndOrdersIpFirst) {
-  const AclAddrWithMask none, ip(Platform::IpAddrWithFullMask{Platform::IpAddr(~0u), ~0u});
-  EXPECT_TRUE(none < ip && ip < AclAddrWithMask(Platform::EthAddrWithMask{}));
-  EXPECT_THROW(ip.mac(), Platform::BadUnionAccessError);
+  const char* const ascending[] = {"ip=1.0.0.0/0.0.0.1",
+                                   "ip=1.0.0.0/0.0.0.2",
+                                   "ip=2.0.0.0/0.0.0.1",
+                                   "mac=00:00:00:00:01:00/00:00:00:00:00:01",
+                                   "mac=00:00:00:00:01:00/00:00:00:00:00:02",
+                                   "mac=00:00:00:00:02:00/00:00:00:00:00:01"};
+  std::vector<AclAddrWithMask> values;
+  for (const char* text : ascending) {
+    values.push_back(Platform::fromText<AclAddrWithMask>(fmt::format("Value('Kestrix::AclAddrWithMask', {})", text)));
+    for (size_t k = 0; k < values.size(); ++k) {
+      EXPECT_EQ(values[k] <=> values.back(), k <=> values.size() - 1) << text;
+      EXPECT_EQ(values[k] == values.back(), k == values.size() - 1) << text;
+    }
+  }
+  EXPECT_THROW(AclAddrWithMask().mac(), Platform::BadUnionAccessError);
   EXPECT_NE(ShadowAcl::Acl(make<IpAcl>(AclKey())), ShadowAcl::Acl(make<IpAcl>(AclKey()))) << "equal, but not the same";
 }
 

@@ -145,11 +145,11 @@ TEST(TextForm, RefusalsSayWhere) {
       {acl + "edge)", "ip: \"edge\" is not a reference to an object"},
   };
   for (const auto& [text, message] : rows) {
-    const auto read = [&text = text] {
-      if (text.starts_with("Value('Kestrix::AclAddr")) return (void)fromText<AclAddrWithMask>(text);
-      if (text.starts_with("Value('Kestrix::AclRule")) return (void)fromText<AclRule>(text);
-      if (text.starts_with("Value('Kestrix::Filter")) return (void)fromText<FilterRuleRegisters>(text);
-      (void)fromText<ShadowAcl::Acl>(text);
+    const auto read = [&shown = text] {
+      if (shown.starts_with("Value('Kestrix::AclAddr")) return (void)fromText<AclAddrWithMask>(shown);
+      if (shown.starts_with("Value('Kestrix::AclRule")) return (void)fromText<AclRule>(shown);
+      if (shown.starts_with("Value('Kestrix::Filter")) return (void)fromText<FilterRuleRegisters>(shown);
+      (void)fromText<ShadowAcl::Acl>(shown);
     };
     EXPECT_THAT(read, ThrowsMessage<RangeError>(message)) << text;
   }

@@ -91,19 +91,5 @@ TEST(Publisher, SubscribersMayLeaveWhileTheyAreTold) {
   EXPECT_THAT(told, ElementsAre(1, 387, 5));
 }
 
-TEST(Collections, AWalkVisitsWhatWasThereAtTheStartAndStillIs) {
-  Set<int> set{1, 2, 3};
-  std::vector<int> visited;
-  forEachStable(set, [&](int key) {
-    visited.push_back(key);
-    set.clear();
-    set.insert({4, key});
-    if (visited.size() == 1) set.insert({1, 2});
-  });
-  EXPECT_LE(visited.size(), 3u);
-  EXPECT_EQ(std::count(visited.begin(), visited.end(), 4), 0);
-  EXPECT_EQ(std::set<int>(visited.begin(), visited.end()).size(), visited.size());
-}
-
 }  // namespace
 }  // namespace Platform

@@ -13,7 +13,6 @@ namespace Sim {
 namespace {
 
 using nlohmann::json;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 using Kestrix::Test::textOfFile;
@@ -68,21 +67,6 @@ TEST(Settings, ReachTheDeviceAtOnce) {
   }
 }
 
-TEST(Settings, HoldForTheStepsBehindThem) {
-  // Torn down: what goes stays where it is.
-  const std::vector<std::string> configs = {"shared-filter.json", "shared-filter-2.json"};
-  const auto egress = [&](const std::vector<std::string>& settings) {
-    const json report = json::parse(runWith(settings, {.json = true}, configs).output);
-    size_t filters = 0;
-    for (const json& filter : report["filters"]) filters += filter["direction"] == "egress";
-    return filters;
-  };
-  EXPECT_EQ(egress({}), 0u);
-  EXPECT_EQ(egress({"destroying=true"}), 1u);
-  EXPECT_THAT(runWith({"ingressAclsSupported=false"}, {}, configs).output,
-              HasSubstr("refused: Profile does not support ingress ACLs"));
-}
-
 TEST(Settings, RefusedOnesSayWhereAndWhy) {
   for (const auto& [setting, message] :
        Kestrix::Test::rowsBelow(KESTRIX_ROOT "docs/model.md", "Settings that are refused")) {
@@ -97,19 +81,6 @@ TEST(Settings, RefusedOnesSayWhereAndWhy) {
                                    {"shared-filter.json", "shared-filter-2.json"});
   EXPECT_EQ(broken.exitStatus, kBadInput);
   EXPECT_THAT(broken.output, HasSubstr("breaks what the library relies on"));
-}
-
-TEST(Settings, StandBetweenTheConfigurationsOfTheCommandLine) {
-  int exitStatus = -1;
-  const char* words[] = {"kestrix-sim", "apply", "--set", "a=1", "d",       "--set", "b=2", "c1",
-                         "--set=c=3",   "--set", "d=4",   "c2",  "--model", "--set", "e=5"};
-  const auto line = parseCommandLine(std::size(words), words, exitStatus);
-  ASSERT_TRUE(line);
-  std::vector<std::string> settings;
-  for (const auto& [position, text] : line->settings) settings.push_back(fmt::format("{} {}", position, text));
-  EXPECT_THAT(settings, ElementsAre("0 a=1", "0 b=2", "1 c=3", "1 d=4", "2 e=5"));
-  EXPECT_THAT(line->configFiles, ElementsAre("c1", "c2"));
-  EXPECT_TRUE(line->model);
 }
 
 }  // namespace

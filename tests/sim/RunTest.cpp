@@ -41,34 +41,20 @@ TEST(Run, DeviceThatTheLibraryRefusesIsBadInput) {
   EXPECT_THAT(result.output, HasSubstr("Kestrix::AclHelper.inRules: 25 is above the limit 24"));
 }
 
-// The 117th write is the first of the second filter; the 3rd belongs to start-up.
-TEST(Run, AFailedWriteFailsItsInterfaceAndALaterStepMendsIt) {
-  const RunResult result =
-      runExamples("edge-switch.json", {"access-edge.json", "access-edge.json"}, {.json = true, .failWrites = {120}});
-  EXPECT_EQ(result.exitStatus, kNotAllApplied);
-  const json report = jsonOf(result);
-  const json &first = report["steps"][0], &second = report["steps"][1];
-  std::multiset<std::string> states;
-  for (const json& interface : first["interfaces"]) states.insert(interface["state"]);
-  EXPECT_THAT(states, ElementsAre("active", "active", "failed"));
-  EXPECT_EQ(first["acls"][0]["state"], "failed");
-  EXPECT_EQ(first["acls"][0]["code"], "write-failed");
-  EXPECT_EQ(first["acls"][1]["state"], "applied");
+TEST(Run, AFailedWriteIsToldUntilALaterStepMendsIt) {
+  const json report = jsonOf(
+      runExamples("edge-switch.json", {"access-edge.json", "access-edge.json"}, {.json = true, .failWrites = {120}}));
+  const json &first = report["steps"][0]["acls"][0], &second = report["steps"][1];
+  EXPECT_EQ(first["state"].dump() + first["code"].dump(), R"("failed""write-failed")");
   EXPECT_EQ(report["failedWrites"][0]["number"], 120);
   EXPECT_EQ(second["changes"][0]["kind"], "retried");
-  EXPECT_EQ(second["writes"], 100);
-  EXPECT_EQ(second["acls"][0]["state"], "applied");
-  EXPECT_TRUE(second["deviations"].empty());
+  EXPECT_TRUE(second["acls"][0]["state"] == "applied" && second["deviations"].empty());
 }
 
 TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
-  const std::string drop = R"("matches": {}, "actions": {"forwarding": "drop"})";
-  const std::string accept = R"("matches": {}, "actions": {"forwarding": "accept"})";
   const std::string document = R"({"ietf-access-control-list:acls": {"acl": [
-      {"name": "I", "type": "ipv4-acl-type", "aces": {"ace": [{"name": "all", )" +
-                               accept + R"(}]}},
-      {"name": "M", "type": "eth-acl-type", "aces": {"ace": [{"name": "all", )" +
-                               drop + R"(}]}}],
+      {"name": "I", "type": "ipv4-acl-type", "aces": {"ace": [{"name": "all", "actions": {"forwarding": "accept"}}]}},
+      {"name": "M", "type": "eth-acl-type", "aces": {"ace": [{"name": "all", "actions": {"forwarding": "drop"}}]}}],
     "attachment-points": {"interface": [
       {"interface-id": "port-1", "ingress": {"acl-sets": {"acl-set": [{"name": "I"}, {"name": "M"}]}}}]}}})";
   EXPECT_THAT(
@@ -78,23 +64,12 @@ TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
 }
 
 TEST(Run, AStepIssuesTheCallsOfTheDifference) {
-  const RunResult result = runExamples(
-      "edge-switch.json", {"shared-filter.json", "shared-filter-2.json", "shared-filter-2.json"}, {.json = true});
-  EXPECT_EQ(result.exitStatus, kAllApplied);
-  const json report = jsonOf(result);
-  std::vector<std::string> changes;
-  for (const json& change : report["steps"][1]["changes"]) {
-    changes.push_back(change.value("acl", "") + " " + change.value("interface", "") + " " +
-                      std::string(change["kind"]));
-  }
-  EXPECT_THAT(changes,
-              testing::UnorderedElementsAre(" port-3 blocked", "phones-out port-3 detached", "guest-in port-2 moved",
-                                            "guest-in  changed", "guest-strict  added", "guest-strict port-2 attached",
-                                            "phones-out  removed"));
-  EXPECT_EQ(report["steps"][1]["writes"], 301);
+  const json report =
+      jsonOf(runExamples("edge-switch.json", {"shared-filter.json", "shared-filter-2.json"}, {.json = true}));
+  std::multiset<std::string> changes;
+  for (const json& change : report["steps"][1]["changes"]) changes.insert(change["kind"]);
+  EXPECT_THAT(changes, ElementsAre("added", "attached", "blocked", "changed", "detached", "moved", "removed"));
   EXPECT_EQ(report["steps"][1]["blocked"], json::array({"port-3"}));
-  EXPECT_TRUE(report["steps"][2]["changes"].empty());
-  EXPECT_EQ(report["steps"][2]["writes"], 0);
 }
 
 // Random desired states: an example without some of its rules and attachments. With `sharing`, some filters have an ACL

@@ -315,8 +315,8 @@ struct Machine : Bench {
     return 0;
   }
   Ptr<ShadowFilter> seenFilter(Acl::AclDirection direction, size_t i) const {
-    const auto filters = helper->shadowFilters(direction);
-    return filters ? filters->shadowFilter(intfs[i]) : nullptr;
+    const auto held = helper->shadowFilters(direction);
+    return held ? held->shadowFilter(intfs[i]) : nullptr;
   }
   std::string seenText() const {
     Acls acls;

@@ -1,0 +1,147 @@
+#include "support/HelperTest.h"
+
+namespace Kestrix::Test {
+namespace {
+
+// "<side>,<permitAny>,<l4>,<number of rules>", and the last rule.
+std::string textOf(const IpAcl& acl) {
+  const AclRule rule = acl.rule(static_cast<uint8_t>(acl.rule().size() - 1));
+  return fmt::format("{},{},{},{} {} {} {} {}{}", textOr(acl.srcOrDst()), textOr(acl.permitAny()), acl.l4(),
+                     acl.rule().size(), rule.action(), rule.addrWithMask().ip(), rule.port(), rule.tcp() ? "tcp" : "",
+                     rule.udp() ? "udp" : "");
+}
+
+// "<side>,<permitAny>,<arp><permitArp>,<lldp><permitLldp>,<number of rules>", and the last rule.
+std::string textOf(const MacAcl& acl) {
+  std::string text = fmt::format("{},{},{}{},{}{},{}", textOr(acl.srcOrDst()), textOr(acl.permitAny()), acl.arp(),
+                                 textOr(acl.permitArp()), acl.lldp(), textOr(acl.permitLldp()), acl.rule().size());
+  if (acl.rule().empty()) return text;
+  const AclRule& rule = acl.rule().rbegin()->second;
+  return text +
+         fmt::format(" {} {} {}{}{}", rule.action(), rule.addrWithMask().mac(), rule.port(), rule.tcp(), rule.udp());
+}
+
+template <class Fields>
+struct Step {
+  Fields rule;
+  const char* outcome;          // The error, and the start of the last decision traced.
+  const char* after = nullptr;  // The ACL; null when the step must leave it as it was.
+};
+
+struct TranslateTest : HelperTest {
+  template <class Fields>
+  using Acls = std::vector<std::vector<Step<Fields>>>;
+
+  AclCreateError made(const Ptr<AclData>& data, const SubruleFields& rule) { return translate(data, rule); }
+  AclCreateError made(const Ptr<AclData>& data, const MacFields& rule) { return translateMac(data, rule); }
+
+  // Each of the ACLs in turn, from its first rule on.
+  template <class Fields>
+  void expectSteps(const Ptr<AclData>& data, const std::string& operation, const Acls<Fields>& acls) {
+    trace.levelIs(5);
+    for (const auto& steps : acls) {
+      const auto shadow = attached(data, {e1});
+      const auto text = [&] {
+        return shadow->acl().containsIp() ? textOf(*shadow->acl().ip()) : textOf(*shadow->acl().mac());
+      };
+      for (const auto& [rule, outcome, after] : steps) {
+        const std::string before = text(), prefix = "5 " + operation + ": ";
+        shadow->applyingIntfIs(e1), taken();
+        const int error = int(made(data, rule));
+        const std::string decision = taken(prefix).back().substr(prefix.size());
+        EXPECT_THAT(fmt::format("{} {}", error, decision), testing::StartsWith(outcome)) << before;
+        EXPECT_EQ(text(), after != nullptr ? after : before) << outcome;
+        EXPECT_EQ(shadow->applyingIntf(e1), error == 0) << outcome;
+      }
+    }
+  }
+  const Ptr<AclData> in = make<AclData>(AclKey{"edge", kIpv4, kIn});
+  const Ptr<AclData> unsupported = make<AclData>(AclKey{"edge", kIpv6, kIn});
+};
+
+TEST_F(TranslateTest, IpRules) {
+  build(2, 0);  // The limit is that of the ACL's direction.
+  constexpr char kNet[] = "10.0.0.0/255.0.0.0", kHost[] = "10.1.1.1/255.255.255.255";
+  constexpr char kCreated[] = "0 rule creation successful!", kVerdict[] = "0 special rule creation successful!";
+  constexpr char kAllPermitted[] = ",true,false,0 deny 0.0.0.0/0.0.0.0 0 ";
+  constexpr char kBoth[] = "13 non-any addresses or ports on both source and destination";
+  constexpr char kNotDestination[] = "13 can't filter on destination, already filtering on source";
+  expectSteps<SubruleFields>(
+      in, "createIpAclSubrule",
+      {{{{.src = kNet}, kCreated, "source,,false,1 permit 10.0.0.0/0.255.255.255 0 tcpudp"},
+        {{.dst = kHost}, kNotDestination},
+        {{.src = kHost, .dstPort = 1}, kBoth},
+        {{.dst = kHost, .srcPort = 1}, kBoth},
+        {{.proto = 6}, kCreated, "source,,false,2 permit 0.0.0.0/255.255.255.255 0 tcp"},
+        {{.action = kDeny}, kVerdict, "source,false,false,2 permit 0.0.0.0/255.255.255.255 0 tcp"},
+        {{.dst = kHost}, kNotDestination},  // Refused, though what passes the checks is dropped.
+        {{.src = kHost, .srcPort = 1}, "0 filtering on source"},
+        {{}, "0 filtering on any source and any destination"}},
+       {{{.proto = 17, .dst = kHost, .dstPort = 53}, kCreated, "destination,,true,1 permit 10.1.1.1/0.0.0.0 53 udp"},
+        {{.srcPort = 80}, "13 can't filter on source, already filtering on destination"},
+        {{.action = kUnknown, .dst = kNet}, kCreated, "destination,,true,2 3 10.0.0.0/0.255.255.255 0 tcpudp"},
+        {{.dst = kNet}, "15 no available rule registers"},
+        {{.action = kUnknown}, kVerdict, "destination,false,true,2 3 10.0.0.0/0.255.255.255 0 tcpudp"}},
+       {{{.proto = 6}, kCreated, ",,false,1 permit 0.0.0.0/255.255.255.255 0 tcp"},
+        {{.action = kDeny, .srcPort = 80}, kCreated, "source,,true,2 deny 0.0.0.0/255.255.255.255 80 tcpudp"}},
+       {{{.src = "0.0.0.0/255.0.0.0", .srcLow = 1, .srcHigh = 1, .dstLow = 2}, kVerdict, kAllPermitted},
+        {{.proto = 1}, "13 unsupported IP protocol 1"},
+        {{.srcLow = 80, .srcHigh = 81}, "13 port ranges unsupported"},
+        {{.proto = 1, .dstHigh = 1}, "13 port ranges unsupported"},
+        {{.srcHigh = 1, .ipLen = {1, 0, 0, 0}}, "13 ipLen filter not supported"},
+        {{.ipLen = {0, 0, 0, 1}}, "13 ipLen filter not supported"}}});
+}
+
+TEST_F(TranslateTest, MacRules) {
+  constexpr char kHost[] = "00:11:22:33:44:55/ff:ff:ff:ff:ff:ff", kVendor[] = "00:11:22:00:00:00/ff:ff:ff:00:00:00";
+  constexpr char kZero[] = "00:00:00:00:00:00/ff:ff:ff:ff:ff:ff";  // Any, whatever the mask.
+  constexpr uint32_t kArp = 0x0806, kLldp = 0x88CC, kNone = 0xFFFFFFFF;
+  constexpr char kCreated[] = "0 rule creation successful!";
+  constexpr char kAnyAny[] = "0 filtering on any source and any destination";
+  constexpr char kDropped[] = "0 acl: guard type: mac direction: out rule: 3 id: 7 filter: ethType ";
+  expectSteps<MacFields>(
+      macAcl, "createMacAclRule",
+      {{{{.src = kHost}, kCreated, "source,,false,false,1 permit 00:11:22:33:44:55/00:00:00:00:00:00 0falsefalse"},
+        {{.dst = kHost}, "13 can't filter on destination, already filtering on source"},
+        {{.src = kHost, .dst = kHost}, "13 non-any addresses on both source and destination"},
+        {{.ethType = kArp, .src = kHost}, "13 can't set address or mask on a protocol filter"},
+        {{.ethType = 0x0800}, "13 Unsupported EthType: 800"},
+        {{.action = kDeny, .ethType = kNone, .src = kVendor, .dst = kZero},
+         kCreated,
+         "source,,false,false,2 deny 00:11:22:00:00:00/00:00:00:ff:ff:ff 0falsefalse"},
+        {{.src = kHost}, "15 no available rule registers"},
+        {{.ethType = kArp}, kAnyAny, "source,,truetrue,false,2 deny 00:11:22:00:00:00/00:00:00:ff:ff:ff 0falsefalse"}},
+       {{{.dst = kVendor},
+         kCreated,
+         "destination,,false,false,1 permit 00:11:22:00:00:00/00:00:00:ff:ff:ff 0falsefalse"},
+        {{.ethType = kArp, .src = kHost}, "13 can't filter on source, already filtering on destination"}},
+       {{{.action = kDeny, .ethType = kArp}, kAnyAny, ",,truefalse,false,0"},
+        {{.ethType = kArp}, kAnyAny},  // The first one has decided.
+        {{.ethType = kLldp}, kAnyAny, ",,truefalse,truetrue,0"},
+        {{.action = kDeny, .ethType = kLldp}, kAnyAny},
+        {{.action = kDeny, .src = kZero}, kAnyAny, ",false,truefalse,truetrue,0"},
+        {{}, kDropped},
+        {{.src = kHost, .dst = kHost}, kDropped},          // Before the sides are looked at,
+        {{.ethType = 1}, "13 Unsupported EthType: 1"}}});  // but after the EtherType.
+}
+
+TEST_F(TranslateTest, AnUnsupportedAclIsRefusedButForPermittedFragments) {
+  const auto shadow = helper->allShadowAclIs(unsupported->key());
+  const Acl::IpRuleConfig permit{kPermit, {}}, deny;
+  trace.levelIs(5);
+  EXPECT_EQ(translate(unsupported, {}), kNotSupported);
+  EXPECT_EQ(taken()[1], "5 createIpAclSubrule: Unsupported ACL: edge(ipv6,in)");
+  EXPECT_EQ(finish(unsupported), kNoError);
+  EXPECT_FALSE(shadow->aclRulesFinalized());
+  EXPECT_EQ(helper->createIpFragRule(unsupported, permit, {}, 5, 6), kNoError);
+  EXPECT_EQ(helper->createIpFragRule(in, deny, {}, 5, 6), kNoError);
+  EXPECT_EQ(helper->createIpFragRule(unsupported, deny, {}, 5, 6), kNotSupported);
+  EXPECT_THAT(taken(), ElementsAre("5 createFinalAclRule: acl: edge, type: ipv6, direction: in, rule: 9",
+                                   "5 createIpFragRule: acl: edge type: ipv6 direction: in rule: 5",
+                                   "5 createIpFragRule: acl: edge type: ipv4 direction: in rule: 5",
+                                   "5 createIpFragRule: acl: edge type: ipv6 direction: in rule: 5", "dirty true",
+                                   "publish Kestrix true", "unitError Kestrix 13"));
+}
+
+}  // namespace
+}  // namespace Kestrix::Test
