@@ -10,10 +10,14 @@ struct Arbitrary<Kestrix::Test::Call> {
   static Gen<Kestrix::Test::Call> arbitrary() {
     using Kestrix::Test::Call;
     const auto below = [](uint8_t end) { return gen::inRange<uint8_t>(0, end); };
-    return gen::build<Call>(gen::set(&Call::operation, below(Kestrix::Test::kOperationCount)),
-                            gen::set(&Call::acl, below(Kestrix::Test::kAcls)),
-                            gen::set(&Call::intf, below(Kestrix::Test::kIntfs)), gen::set(&Call::argument, below(6)),
-                            gen::set(&Call::busFails, gen::weightedElement<bool>({{5, false}, {1, true}})));
+    // Most of the calls are about few ACLs on one interface, so that they meet.
+    return gen::build<Call>(
+        gen::set(&Call::operation, below(Kestrix::Test::kOperationCount)),
+        gen::set(&Call::acl, gen::weightedOneOf<uint8_t>({{3, below(3)}, {1, below(Kestrix::Test::kAcls)}})),
+        gen::set(&Call::intf,
+                 gen::weightedOneOf<uint8_t>({{1, gen::just<uint8_t>(0)}, {1, below(Kestrix::Test::kIntfs)}})),
+        gen::set(&Call::argument, below(6)),
+        gen::set(&Call::busFails, gen::weightedElement<bool>({{5, false}, {1, true}})));
   }
 };
 }  // namespace rc
