@@ -43,7 +43,6 @@ class VelCommonSmData : public Node {
   // The interfaces that the agent manages; the value is the framework's own.
   const Map<IntfId, bool>& intf() const { return intf_; }
   void intfIs(IntfId intf, bool value) { store(intf_, intf, value); }
-  void intfDel(IntfId intf) { intf_.erase(intf); }
 
  private:
   Map<IntfId, bool> intf_;

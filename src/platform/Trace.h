@@ -41,7 +41,6 @@ class TraceHandle {
   explicit TraceHandle(std::string_view name) : name_(name) {}
 
   std::string_view name() const { return name_; }
-  int level() const { return level_; }
   void levelIs(int level) { level_ = level; }
   bool enabled(int level) const { return level <= level_; }
 

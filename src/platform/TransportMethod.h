@@ -27,7 +27,6 @@ class TransportMethod : public Node {
   virtual uint32_t regRead(std::string_view path) noexcept = 0;
   virtual void regWrite(std::string_view path, uint32_t value) noexcept = 0;
 
-  const TransportMethodError& error() const { return error_; }
   TransportMethodError& error() { return error_; }
 
  private:

@@ -69,8 +69,9 @@ TEST_F(AclHelperTest, AReplacedFilterKeepsTheDelayAndLosesWhatWasSetByName) {
   EXPECT_TRUE(filter(e1)->delay() && !filter(e1)->multicast() && !filter(e1)->permitMulticast());
 }
 
-TEST_F(AclHelperTest, IsNotMadeWithMoreRulesThanTheRegistersHold) {
+TEST_F(AclHelperTest, RefusesNullAndMoreRulesThanTheRegistersHold) {
   using Error = Platform::RangeError;
+  EXPECT_THAT([&] { helper->commitAcl(nullptr); }, ThrowsMessage<Error>("aclData: must not be null"));
   EXPECT_THAT([&] { build(25, 24); }, ThrowsMessage<Error>(testing::HasSubstr("inRules: 25 is above the limit 24")));
   EXPECT_THAT([&] { aclHelperFactory(nullptr, {}, 1, 1, vcsd); },
               ThrowsMessage<Error>("Kestrix::AclHelper.transport: must not be null"));

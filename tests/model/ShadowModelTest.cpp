@@ -18,6 +18,7 @@ TEST(IpMacUnion, HoldsOneAlternativeAndOrdersIpFirst) {
     }
   }
   EXPECT_THROW(AclAddrWithMask().mac(), Platform::BadUnionAccessError);
+  EXPECT_TRUE(!AclAddrWithMask() && values[0] && !AclRule(0) && AclRule(1));
   EXPECT_NE(ShadowAcl::Acl(make<IpAcl>(AclKey())), ShadowAcl::Acl(make<IpAcl>(AclKey()))) << "equal, but not the same";
 }
 

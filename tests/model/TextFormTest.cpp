@@ -94,10 +94,11 @@ TEST(TextForm, OfAnyRuleReadsBackAsTheRule) {
 TEST(TextForm, OfWhatIsPrintedOnly) {
   IntfIdToPortGroupId map;
   std::ostringstream out;
-  out << map;
+  out << map << (map ? "?" : "") << (FilterRegisters() ? "?" : "");
   map.portGroupMapIs(IntfId("e1"), 3);
   FilterRegisters registers;
   registers.enableIs(1), registers.udpIs(4), registers.ruleRegistersIs(FilterRuleRegisters(2));
+  EXPECT_TRUE(map && registers);
   out << map << registers << SrcOrDst{7} << stringValue(SrcOrDst::source);
   EXPECT_EQ(out.str(),
             "Value('Kestrix::IntfIdToPortGroupId', portGroupMap={})"

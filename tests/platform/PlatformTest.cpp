@@ -2,7 +2,6 @@
 
 #include "platform/AclKey.h"
 #include "platform/EthAddr.h"
-#include "platform/Instance.h"
 #include "platform/IntfId.h"
 #include "platform/Trace.h"
 
@@ -76,19 +75,6 @@ TEST(Trace, FormatsOnlyEnabledLevelsAndCarriesEveryField) {
   trace.level5("a {}", Costly{&formatted});
   trace.failure("dropped");
   EXPECT_THAT(lines, ElementsAre(fmt::format("Handle 5 File {} Class operation a text", line)));
-}
-
-TEST(Publisher, SubscribersMayLeaveWhileTheyAreTold) {
-  const Publisher publisher;
-  std::vector<int> told;
-  Subscription second;
-  Subscription first =
-      publisher.subscribe([&](AttributeId) { told.push_back(1), first.disconnect(), second.disconnect(); });
-  second = publisher.subscribe([&](AttributeId) { told.push_back(2); });
-  const Subscription third = publisher.subscribe([&](AttributeId id) { told.push_back(static_cast<int>(id)); });
-  publisher.notify(387);
-  publisher.notify(5);
-  EXPECT_THAT(told, ElementsAre(1, 387, 5));
 }
 
 }  // namespace

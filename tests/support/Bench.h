@@ -104,16 +104,6 @@ struct MacFields {
   const char *src = kAnyMac, *dst = kAnyMac;  // Address and mask of the bits compared.
 };
 
-// The interfaces of an ACL, sorted: "e1 active, e2 error 15".
-inline std::string intfsOf(const ShadowAcl& acl) {
-  std::set<std::string> lines;
-  for (const IntfId intf : acl.activeIntf()) lines.insert(fmt::format("{} active", intf));
-  for (const IntfId intf : acl.applyingIntf()) lines.insert(fmt::format("{} applying", intf));
-  for (const IntfId intf : acl.deletingIntf()) lines.insert(fmt::format("{} deleting", intf));
-  for (const auto& [intf, error] : acl.errorIntf()) lines.insert(fmt::format("{} error {}", intf, int(error)));
-  return fmt::format("{}", fmt::join(lines, ", "));
-}
-
 // A helper with interfaces e1, e2, e3: core 1, 1, 2; port groups 4, 5, 6; empty MAC-type filters in both directions.
 struct Bench {
   Bench() {

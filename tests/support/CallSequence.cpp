@@ -611,7 +611,7 @@ std::string textOf(const Call& call) {
   std::string text =
       fmt::format(fmt::runtime(kOperations[call.operation].text), fmt::arg("acl", kKeys[call.acl]),
                   fmt::arg("intf", fmt::format("e{}", call.intf + 1)), fmt::arg("side", sideOf(call)),
-                  fmt::arg("lost", losesAll(call) ? "all" : fmt::format("e{}", call.intf + 1)),
+                  fmt::arg("lost", losesAll(call) ? "every interface" : fmt::format("e{}", call.intf + 1)),
                   fmt::arg("action", on(call) ? "permit" : "deny"), fmt::arg("on", on(call) ? "on" : "off"));
   text.erase(text.find_last_not_of(' ') + 1);
   return text + (call.busFails ? fmt::format(", and the bus of e{} fails", call.intf + 1) : "");
