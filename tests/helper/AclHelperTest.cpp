@@ -33,7 +33,7 @@ TEST_F(AclHelperTest, AnswersForInterfaces) {
 
 TEST_F(AclHelperTest, BlockingKeepsTheLowBitsAndIsAlwaysRecorded) {
   transport->fails = "rx";  // The next write of a filter reports it.
-  for (const auto& [block, value, written] : {std::tuple(true, 0xFFFFFF25, "0x1d"), {false, 0x1F, "0x7"}}) {
+  for (const auto& [block, value, written] : {std::tuple(true, 0xFFFFFF25, "0x1d"), {false, 0x1E, "0x6"}}) {
     transport->readValue = uint32_t(value);
     helper->blockIntf(e1, block, 9);
     EXPECT_THAT(taken("linkmon"), testing::Contains(fmt::format("msp_send[0]/rx[3]/linkmon_ctl {}", written)));
