@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
 #include "hw/FilterRegisters.h"
@@ -22,10 +23,14 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  try {
-    const auto value = Platform::fromText<KESTRIX_FUZZED>(text);
-    if (!(Platform::fromText<KESTRIX_FUZZED>(fmt::format("{}", value)) == value)) std::abort();
-  } catch (const Platform::ModelError&) {
-  }
+  const auto read = [](std::string_view from) -> std::optional<KESTRIX_FUZZED> {
+    try {
+      return Platform::fromText<KESTRIX_FUZZED>(from);
+    } catch (const Platform::ModelError&) {
+      return {};
+    }
+  };
+  const auto value = read(text);
+  if (value && !(read(fmt::format("{}", *value)) == value)) std::abort();
   return 0;
 }

@@ -41,7 +41,6 @@ TEST_F(AclHelperTest, BlockingKeepsTheLowBitsAndIsAlwaysRecorded) {
   }
 }
 
-// What is in a document's traces is not repeated here.
 TEST_F(AclHelperTest, TracesWhatItHasNothingToDoFor) {
   trace.levelIs(5);
   EXPECT_EQ(helper->precreateAcl(acl, nullptr), kNoError);

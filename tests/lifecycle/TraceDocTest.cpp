@@ -22,6 +22,7 @@ TEST(TraceDoc, ShowsWhatIsTraced) {
   for (const std::string& line : shown) {
     if (line.starts_with("> ")) sequence.push_back(calls.at(line));
   }
+  ASSERT_FALSE(sequence.empty());
   Probe probe{.traceLevel = 6};
   ASSERT_EQ(faultsOf(sequence, /*hostile=*/true, &probe), "");
   // The numbers of references depend on what else ran; blanks at the end of a line do not show.

@@ -151,7 +151,6 @@ TEST(Run, ColourOnlyWhereAskedFor) {
   EXPECT_NE(run({.configFiles = {"c"}}, device, {config}, true).output.find("\033[32mactive"), std::string::npos);
 }
 
-// What a policy does not show.
 TEST(RegisterWords, SayWhatEachBitDoes) {
   FilterDump filter{.intf = Platform::IntfId("e1"), .path = {}, .slots = {}};
   filter.enable = 0x80000b0f;

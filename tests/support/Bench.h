@@ -36,7 +36,8 @@ struct FakeTransport : Platform::TransportMethod {
   void regWrite(std::string_view path, uint32_t value) noexcept override {
     log.push_back(fmt::format("{} {:#x}", path, value));
     if (!isFailing(path)) registers[std::string(path)] = value;
-    onWrite();
+    const auto calling = onWrite;  // A copy: it may replace itself.
+    calling();
   }
   bool isFailing(std::string_view path) {
     const bool failing = failAt.contains(accesses++) || (!fails.empty() && path.find(fails) != path.npos);
