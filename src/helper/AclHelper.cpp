@@ -29,8 +29,7 @@ AclHelper::AclHelper(const Ptr<Platform::TransportMethod>& transport, const Intf
       intfMap_(intfMap),
       inRules_(requireRuleCount("inRules", inRules)),
       outRules_(requireRuleCount("outRules", outRules)),
-      vcsd_(requireSet<AclHelper>("vcsd", vcsd)),
-      ingressAclsSupported_(inRules != 0) {
+      vcsd_(requireSet<AclHelper>("vcsd", vcsd)) {
   inShadowFilterIs();
   outShadowFilterIs();
 }

@@ -42,7 +42,7 @@ class AclHelper : public VelHelper::AclHelper {
   // The instance is being torn down: detaching and cleaning up leave everything as it is.
   KESTRIX_SETTABLE(bool, destroying, false);
   // Initially whether there are ingress rule registers.
-  KESTRIX_SETTABLE(bool, ingressAclsSupported, false);
+  KESTRIX_SETTABLE(bool, ingressAclsSupported, inRules_ != 0);
   // The ACLs that were attached to an interface and not yet cleaned up.
   KESTRIX_ENTITIES(Platform::AclKey, ShadowAcl, allShadowAcl);
   KESTRIX_CHILD(ShadowFilters, inShadowFilter);

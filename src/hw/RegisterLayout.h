@@ -13,7 +13,9 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace Kestrix::Layout {
@@ -47,16 +49,16 @@ inline constexpr FlagBit kPermitLldp{0x80, "permit LLDP"};
 inline constexpr std::array kActionBits{kSource,          kPermitAny, kPermitBroadcast,
                                         kPermitMulticast, kPermitArp, kPermitLldp};
 
-template <size_t kCount>
-constexpr bool bitsAreDistinct(const std::array<FlagBit, kCount>& bits) {
-  uint32_t seen = slotBit(kMaxSlots - 1) * 2 - slotBit(0);  // All slot bits; wraps to the same for bit 31.
-  for (const FlagBit& bit : bits) {
-    if ((seen & bit.mask) != 0 || (bit.mask & (bit.mask - 1)) != 0) return false;
-    seen |= bit.mask;
-  }
-  return true;
+// How many bits are named, by `bits` or as those of a slot.
+constexpr size_t namedBits(std::span<const FlagBit> bits) {
+  uint32_t named = 0;
+  for (uint8_t slot = 0; slot < kMaxSlots; ++slot) named |= slotBit(slot);
+  for (const FlagBit& bit : bits) named |= bit.mask;
+  return static_cast<size_t>(std::popcount(named));
 }
-static_assert(bitsAreDistinct(kEnableBits) && bitsAreDistinct(kActionBits), "a bit is named twice");
+static_assert(namedBits(kEnableBits) == kMaxSlots + kEnableBits.size() &&
+                  namedBits(kActionBits) == kMaxSlots + kActionBits.size(),
+              "a bit is named twice");
 static_assert(slotBit(kMaxSlots - 1) == 0x8000'0000u, "the last slot has the last bit");
 
 // A port of these registers that is matched by any port.

@@ -32,25 +32,16 @@ AclHelperInstanceConfigSm::AclHelperInstanceConfigSm(
       instanceStatus_(requireSet<AclHelperInstanceConfigSm>("instanceStatus", instanceStatus)),
       vcsd_(requireSet<AclHelperInstanceConfigSm>("vcsd", vcsd)),
       aclHelper_(requireSet<AclHelperInstanceConfigSm>("aclHelper", aclHelper)) {
-  subscribe();
+  hasNotificationActiveIs(true);
   handleAclDropDelay();
-}
-
-// The references then go in the reverse order of their declaration.
-AclHelperInstanceConfigSm::~AclHelperInstanceConfigSm() {
-  hasNotificationActiveIs(false);
-  zombie_ = true;
-  subscription_.disconnect();
 }
 
 Platform::Ptr<AclHelperInstanceConfigSm> AclHelperInstanceConfigSm::AclHelperInstanceConfigSmIs(
     const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
     const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
     const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper) {
-  const Platform::Ptr<AclHelperInstanceConfigSm> reactor(
+  return Platform::Ptr<AclHelperInstanceConfigSm>(
       new AclHelperInstanceConfigSm(instanceConfig, instanceStatus, vcsd, aclHelper));
-  reactor->hasNotificationActiveIs(true);
-  return reactor;
 }
 
 Platform::Ptr<AclHelperInstanceConfigSm> aclHelperInstanceConfigSmFactory(
@@ -84,24 +75,16 @@ void AclHelperInstanceConfigSm::handleAclDropDelay() {
 void AclHelperInstanceConfigSm::instanceConfigDispatch(const Platform::InstanceConfig& /*publisher*/,
                                                        AclHelperInstanceConfigSm& subscriber,
                                                        Platform::AttributeId attributeId) {
-  if (attributeId != Platform::InstanceConfig::kAclDropDelay || subscriber.zombie_) return;
-  subscriber.handleAclDropDelay();
+  if (attributeId == Platform::InstanceConfig::kAclDropDelay) subscriber.handleAclDropDelay();
 }
 
 void AclHelperInstanceConfigSm::hasNotificationActiveIs(bool active) {
-  if (active == hasNotificationActive_) return;
-  hasNotificationActive_ = active;
-  if (active) {
-    subscribe();
-  } else {
+  if (!active) {
     subscription_.disconnect();
+  } else if (!subscription_.connected()) {
+    subscription_ = instanceConfig()->publisher().subscribe(
+        [this](Platform::AttributeId attributeId) { instanceConfigDispatch(*instanceConfig(), *this, attributeId); });
   }
-}
-
-void AclHelperInstanceConfigSm::subscribe() {
-  if (subscription_.connected()) return;
-  subscription_ = instanceConfig()->publisher().subscribe(
-      [this](Platform::AttributeId attributeId) { instanceConfigDispatch(*instanceConfig(), *this, attributeId); });
 }
 
 }  // namespace Kestrix

@@ -22,7 +22,6 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
       const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
       const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
       const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper);
-  ~AclHelperInstanceConfigSm() override;
 
   // Writes the flag as it is now into the filters of every managed interface, creating the shadow filters that are
   // missing, and publishes it in the statuses. A failed write is traced, and the pass goes on.
@@ -31,7 +30,7 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
 
   // Follows changes of the flag, or stops to. Switching on applies nothing by itself.
   void hasNotificationActiveIs(bool active);
-  bool hasNotificationActive() const { return hasNotificationActive_; }
+  bool hasNotificationActive() const { return subscription_.connected(); }
 
  private:
   AclHelperInstanceConfigSm(const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
@@ -42,11 +41,10 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
   // What is subscribed: `subscriber` is told that an attribute of `publisher` has changed.
   static void instanceConfigDispatch(const Platform::InstanceConfig& publisher, AclHelperInstanceConfigSm& subscriber,
                                      Platform::AttributeId attributeId);
-  void subscribe();
 
+  // The first member to go: what follows in the teardown tells the reactor nothing. The references go in the reverse
+  // order of their declaration.
   Platform::Subscription subscription_;
-  bool hasNotificationActive_ = false;
-  bool zombie_ = false;  // Being torn down: notifications are ignored.
 };
 
 // The library's entry point for the agent: the same as AclHelperInstanceConfigSm::AclHelperInstanceConfigSmIs.

@@ -13,8 +13,6 @@ namespace Platform {
 // An IPv4 address. Its number has the first octet in the most significant byte.
 class KESTRIX_API IpAddr {
  public:
-  static constexpr bool kTextIsToken = true;
-
   constexpr IpAddr() = default;
   constexpr explicit IpAddr(uint32_t number) : number_(number) {}
 

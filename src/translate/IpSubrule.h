@@ -14,8 +14,8 @@
 namespace Kestrix {
 
 struct PortRange {
-  uint16_t low = 0;
-  uint16_t high = 0;
+  uint16_t low;
+  uint16_t high;
 };
 
 // What decides the translation, out of the arguments of createIpAclSubrule.
@@ -23,7 +23,7 @@ struct IpSubrule {
   struct Side {
     Platform::IpAddrWithFullMask ip;  // Mask bits that are set are compared.
     uint16_t port = 0;                // 0 is none.
-    PortRange range;
+    PortRange range{};
 
     // The mask does not count: 0.0.0.0 is any, whatever its mask.
     constexpr bool isAny() const { return ip.addr.isAny() && port == 0; }
