@@ -97,14 +97,14 @@ TEST(TextForm, OfWhatIsPrintedOnly) {
   out << map << (map ? "?" : "") << (FilterRegisters() ? "?" : "");
   map.portGroupMapIs(IntfId("e1"), 3);
   FilterRegisters registers;
-  registers.enableIs(1), registers.udpIs(4), registers.ruleRegistersIs(FilterRuleRegisters(2));
+  registers.enableIs(1), registers.ruleRegistersIs(FilterRuleRegisters());
   EXPECT_TRUE(map && registers);
   out << map << registers << SrcOrDst{7} << stringValue(SrcOrDst::source);
   EXPECT_EQ(out.str(),
             "Value('Kestrix::IntfIdToPortGroupId', portGroupMap={})"
             "Value('Kestrix::IntfIdToPortGroupId', portGroupMap={e1: 3})"
-            "Value('Kestrix::FilterRegisters', enable=1, action=0, tcp=0, udp=4, ruleRegisters={"
-            "Value('Kestrix::FilterRuleRegisters', ruleKey=2, mask_high=0, mask_low=0, addr_high=0, addr_low=0)})"
+            "Value('Kestrix::FilterRegisters', enable=1, action=0, tcp=0, udp=0, ruleRegisters={"
+            "Value('Kestrix::FilterRuleRegisters', ruleKey=0, mask_high=0, mask_low=0, addr_high=0, addr_low=0)})"
             "7source");
 }
 

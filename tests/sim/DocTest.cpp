@@ -34,20 +34,24 @@ std::vector<std::string> linesOfCommand(std::string command) {
 TEST(Doc, CommandsPrintWhatIsShown) {
   // The numbers of references depend on what else ran.
   const auto normal = [](const std::string& line) { return std::regex_replace(line, std::regex("#[0-9]+"), "#"); };
-  for (const char* document : {"docs/simulator.md", "docs/model.md"}) {
-    std::vector<std::string> printed;
+  for (const char* document : {"README.md", "docs/simulator.md", "docs/model.md"}) {
+    std::vector<std::string> printed{""}, shown = linesOf(std::string(KESTRIX_ROOT) + document, "console");
+    shown.push_back("$");  // All is shown then, up to a last "...".
     size_t position = 0, commands = 0;
     bool mayJump = false;
-    for (const std::string& line : linesOf(std::string(KESTRIX_ROOT) + document, "console")) {
+    for (const std::string& line : shown) {
       SCOPED_TRACE(line);
-      if (line.starts_with("$ kestrix-sim ")) {
-        printed = linesOfCommand(line.substr(2));
-        position = 0, mayJump = false, ++commands;
-      } else if (line == "$ echo $?") {
-        position = printed.size() - 1, mayJump = false;
-      } else if (line == "...") {
+      if (line.starts_with("$")) {
+        EXPECT_TRUE(mayJump || position + 1 >= printed.size()) << printed[position];
+        mayJump = false;
+      }
+      if (line == "...") {
         mayJump = true;
-      } else {
+      } else if (line == "$ echo $?") {
+        position = printed.size() - 1;
+      } else if (line.starts_with("$ kestrix-sim ")) {
+        printed = linesOfCommand(line.substr(2)), position = 0, ++commands;
+      } else if (line != "$") {
         while (mayJump && position < printed.size() && normal(printed[position]) != normal(line)) ++position;
         ASSERT_LT(position, printed.size());
         ASSERT_EQ(normal(printed[position++]), normal(line));

@@ -18,7 +18,6 @@ namespace Sim {
 namespace {
 
 using nlohmann::json;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 std::string example(const std::string& name) { return Kestrix::Test::textOfFile(KESTRIX_ROOT "examples/" + name); }
@@ -61,15 +60,6 @@ TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
       run({.configFiles = {"c"}}, example("edge-switch.json"), {document}, false).output,
       HasSubstr("ACL M (eth-acl-type, ingress): applied\n  all  no slot: denies everything that no slot matches; "
                 "not on port-1, where the other ACL of the filter decides it\n"));
-}
-
-TEST(Run, AStepIssuesTheCallsOfTheDifference) {
-  const json report =
-      jsonOf(runExamples("edge-switch.json", {"shared-filter.json", "shared-filter-2.json"}, {.json = true}));
-  std::multiset<std::string> changes;
-  for (const json& change : report["steps"][1]["changes"]) changes.insert(change["kind"]);
-  EXPECT_THAT(changes, ElementsAre("added", "attached", "blocked", "changed", "detached", "moved", "removed"));
-  EXPECT_EQ(report["steps"][1]["blocked"], json::array({"port-3"}));
 }
 
 // Random desired states: an example without some of its rules and attachments. With `sharing`, some filters have an ACL

@@ -11,7 +11,7 @@ namespace Kestrix::Test {
 
 // clang-format off
 enum Operation : uint8_t {
-  kAttach, kPrecreate, kRule, kVerdict, kRefusedRule, kFinish, kDetach, kHandOver, kDestroy, kCleanUp, kDropDelay,
+  kAttach, kPrecreate, kRule, kVerdict, kFragments, kRefusedRule, kFinish, kDetach, kHandOver, kDestroy, kCleanUp, kDropDelay,
   kBlock,
   // What no framework does.
   kRuleOfTheOtherType, kOverfill, kTearDown, kSwitchIngress, kLoseFilters,
@@ -24,6 +24,7 @@ struct Call {
   uint8_t operation = kAttach, acl = 0, intf = 0;  // Below the counts above.
   uint8_t argument = 0;                            // What else the operation takes.
   bool busFails = false;                           // For every access that concerns the interface.
+  bool isOrderly = false;                          // In its place, the next call that a framework would make now.
 };
 std::string textOf(const Call& call);
 
@@ -37,8 +38,8 @@ struct Probe {
   bool isMended = false;  // The device holds what it must at the end of the sequence.
 };
 
-// Makes the calls on a new helper; in place of one that a framework would not make at that time, the next one that it
-// would, unless `hostile`. What differs from the reference machine, or breaks an invariant; empty when nothing does.
+// Makes the calls on a new helper, all of them as if they were orderly unless `hostile`. What differs from the
+// reference machine, or breaks an invariant; empty when nothing does.
 std::string faultsOf(const std::vector<Call>& calls, bool hostile, Probe* probe = nullptr);
 
 }  // namespace Kestrix::Test

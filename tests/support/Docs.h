@@ -11,9 +11,9 @@
 namespace Kestrix::Test {
 
 inline std::string textOfFile(const std::string& file) {
-  std::ostringstream text;
-  text << std::ifstream(file).rdbuf();
-  return text.str();
+  std::ifstream in(file);
+  if (!in) throw std::out_of_range("no file " + file);
+  return {std::istreambuf_iterator<char>(in), {}};
 }
 
 // The lines of a file's blocks in `language`; of all of the file when it has none.

@@ -56,7 +56,6 @@ struct TranslateTest : HelperTest {
     }
   }
   const Ptr<AclData> in = make<AclData>(AclKey{"edge", kIpv4, kIn});
-  const Ptr<AclData> unsupported = make<AclData>(AclKey{"edge", kIpv6, kIn});
 };
 
 TEST_F(TranslateTest, IpRules) {
@@ -123,24 +122,6 @@ TEST_F(TranslateTest, MacRules) {
         {{}, kDropped},
         {{.src = kHost, .dst = kHost}, kDropped},          // Before the sides are looked at,
         {{.ethType = 1}, "13 Unsupported EthType: 1"}}});  // but after the EtherType.
-}
-
-TEST_F(TranslateTest, AnUnsupportedAclIsRefusedButForPermittedFragments) {
-  const auto shadow = helper->allShadowAclIs(unsupported->key());
-  const Acl::IpRuleConfig permit{kPermit, {}}, deny;
-  trace.levelIs(5);
-  EXPECT_EQ(translate(unsupported, {}), kNotSupported);
-  EXPECT_EQ(taken()[1], "5 createIpAclSubrule: Unsupported ACL: edge(ipv6,in)");
-  EXPECT_EQ(finish(unsupported), kNoError);
-  EXPECT_FALSE(shadow->aclRulesFinalized());
-  EXPECT_EQ(helper->createIpFragRule(unsupported, permit, {}, 5, 6), kNoError);
-  EXPECT_EQ(helper->createIpFragRule(in, deny, {}, 5, 6), kNoError);
-  EXPECT_EQ(helper->createIpFragRule(unsupported, deny, {}, 5, 6), kNotSupported);
-  EXPECT_THAT(taken(), ElementsAre("5 createFinalAclRule: acl: edge, type: ipv6, direction: in, rule: 9",
-                                   "5 createIpFragRule: acl: edge type: ipv6 direction: in rule: 5",
-                                   "5 createIpFragRule: acl: edge type: ipv4 direction: in rule: 5",
-                                   "5 createIpFragRule: acl: edge type: ipv6 direction: in rule: 5", "dirty true",
-                                   "publish Kestrix true", "unitError Kestrix 13"));
 }
 
 }  // namespace
