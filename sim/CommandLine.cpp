@@ -41,6 +41,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, i
   CLI::App app(kDescription, "kestrix-sim");
   app.footer(kExamples);
   app.require_subcommand(1);
+  app.set_version_flag("--version", KESTRIX_VERSION, "Print the version and exit");
 
   CLI::App* apply = app.add_subcommand(
       "apply", "Apply ACL configurations to a device, one after the other, and report what became of them");
@@ -68,7 +69,9 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, i
           ->allow_extra_args(false)
           ->type_name("PATH=VALUE");
   std::vector<uint64_t> failWrites;
-  apply->add_option("--fail-write", failWrites, "Let the K-th register write fail, counted from 1; repeatable")
+  apply
+      ->add_option("--fail-write", failWrites,
+                   "Let the K-th register write fail, counted from 1 with those at start-up; repeatable")
       ->allow_extra_args(false)
       ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
       ->type_name("K");

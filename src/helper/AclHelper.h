@@ -18,6 +18,7 @@
 #include "platform/TransportMethod.h"
 #include "platform/VelAclHelper.h"
 
+// The library.
 namespace Kestrix {
 
 class FilterRegisters;
@@ -28,11 +29,14 @@ inline constexpr char kUnitName[] = "Kestrix";
 // The most rule registers that one filter can have.
 inline constexpr uint8_t kMaxRules = 24;
 
+// The helper of this platform. Its operations raise RangeError for a null ACL, and ConsistencyError when the framework
+// broke the order of calls.
 // Not final, as an agent calls the operations through the virtual table: they are not exported.
 class AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
-  // Shared with the creator.
+  // Where the registers are. Shared with the creator.
   KESTRIX_FIXED(Platform::Ptr<Platform::TransportMethod>, transport);
+  // The port groups of the interfaces.
   KESTRIX_FIXED(IntfIdToPortGroupId, intfMap);
   // Rule registers of one ingress and of one egress filter, 0 to 24.
   KESTRIX_FIXED(uint8_t, inRules);
@@ -41,16 +45,17 @@ class AclHelper : public VelHelper::AclHelper {
   KESTRIX_FIXED(Platform::Ptr<const Platform::VelCommonSmData>, vcsd);
   // The instance is being torn down: detaching and cleaning up leave everything as it is.
   KESTRIX_SETTABLE(bool, destroying, false);
-  // Initially whether there are ingress rule registers.
+  // Whether the hardware holds ingress ACLs; initially, whether there are ingress rule registers.
   KESTRIX_SETTABLE(bool, ingressAclsSupported, inRules_ != 0);
   // The ACLs that were attached to an interface and not yet cleaned up.
   KESTRIX_ENTITIES(Platform::AclKey, ShadowAcl, allShadowAcl);
+  // What the ingress and the egress filters hold.
   KESTRIX_CHILD(ShadowFilters, inShadowFilter);
   KESTRIX_CHILD(ShadowFilters, outShadowFilter);
   KESTRIX_MADE_BY(AclHelperIs);
 
  public:
-  // Raises RangeError when `transport` or `vcsd` is null, or a number of rules is above kMaxRules.
+  // A new helper. Raises RangeError when `transport` or `vcsd` is null, or a number of rules is above kMaxRules.
   static Ptr<AclHelper> AclHelperIs(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap,
                                     uint8_t inRules, uint8_t outRules,
                                     const Ptr<const Platform::VelCommonSmData>& vcsd);

@@ -7,9 +7,11 @@
 
 namespace Kestrix {
 
+// The reactor. It follows the flag from its construction to its destruction, unless it is told to stop.
 class AclHelperInstanceConfigSm final : public Platform::Entity {
   KESTRIX_ENTITY(AclHelperInstanceConfigSm, "Kestrix::AclHelperInstanceConfigSm");
-  // All shared with the agent for the reactor's whole life.
+  // Where the flag is read, where it is published, which interfaces there are, and whose filters are written. All
+  // shared with the agent for the reactor's whole life.
   KESTRIX_FIXED(Platform::Ptr<const Platform::InstanceConfig>, instanceConfig);
   KESTRIX_FIXED(Platform::Ptr<Platform::InstanceStatus>, instanceStatus);
   KESTRIX_FIXED(Platform::Ptr<const Platform::VelCommonSmData>, vcsd);
@@ -30,6 +32,7 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
 
   // Follows changes of the flag, or stops to. Switching on applies nothing by itself.
   void hasNotificationActiveIs(bool active);
+  // Whether changes of the flag are followed.
   bool hasNotificationActive() const { return subscription_.connected(); }
 
  private:

@@ -25,6 +25,7 @@ inline constexpr Platform::EnumName<Kestrix::SrcOrDst> Platform::enumNames<Kestr
 namespace Kestrix {
 
 using Platform::operator<<;  // Where the enumeration is found.
+// Its name: "source" or "destination".
 inline std::string stringValue(SrcOrDst side) { return fmt::format("{}", side); }
 
 // The address that a rule matches, with its wildcard mask: a set bit marks an address bit that is not compared.
@@ -33,6 +34,7 @@ class AclAddrWithMask : public IpMacUnion<AclAddrWithMask, Platform::IpAddrWithF
   static constexpr std::string_view modelName() { return "Kestrix::AclAddrWithMask"; }
 
   AclAddrWithMask() = default;
+  // Holds `ip`, or `mac`.
   explicit AclAddrWithMask(Platform::IpAddrWithFullMask ip) : IpMacUnion(ip) {}
   explicit AclAddrWithMask(const Platform::EthAddrWithMask& mac) : IpMacUnion(mac) {}
   // Reads what toText gives. Raises RangeError; `text` is then anywhere.
@@ -47,14 +49,18 @@ class AclRule {
   KESTRIX_VALUE(AclRule, "Kestrix::AclRule");
   // The rule's number within its ACL or filter, and its slot in the hardware.
   KESTRIX_FIXED(uint8_t, ruleKey);
+  // The address matched.
   KESTRIX_SETTABLE(AclAddrWithMask, addrWithMask, {});
+  // What happens to the packets that match.
   KESTRIX_SETTABLE(Acl::Action, action, Acl::Action::deny);
   // The layer-4 port matched, on the side of the address; 0 is none.
   KESTRIX_SETTABLE(uint16_t, port, 0);
+  // Whether packets of the protocol match: of an IPv4 rule for any protocol both, of a MAC rule neither.
   KESTRIX_SETTABLE(bool, tcp, false);
   KESTRIX_SETTABLE(bool, udp, false);
 
  public:
+  // No match, deny.
   explicit AclRule(uint8_t ruleKey) : ruleKey_(ruleKey) {}
 
   // What a lookup gives where there is no rule.

@@ -15,18 +15,20 @@ namespace Kestrix {
 // What IPv4 and MAC ACLs share. Created empty when an ACL is pre-created, filled rule by rule, never renumbered.
 class BaseAcl : public Platform::Entity {
   KESTRIX_ENTITY(BaseAcl, "Kestrix::BaseAcl");
+  // The key of the framework's ACL.
   KESTRIX_FIXED(Platform::AclKey, key);
-  // Set by name only; only its presence counts.
+  // Set by name only; of `multicast` only the presence counts.
   KESTRIX_SETTABLE(std::optional<uint32_t>, multicast, {});
   KESTRIX_SETTABLE(bool, permitMulticast, false);
   // The side that all rules of this ACL match; absent until the first one that matches a side.
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
   // The verdict of the first rule that matches everything; absent until there is one. Rules after it are dropped.
   KESTRIX_SETTABLE(std::optional<bool>, permitAny, {});
-  // Keys are dense from 0 and below the number of the filter's rule registers.
+  // The rules. Keys are dense from 0 and below the number of the filter's rule registers.
   KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
 
  public:
+  // An ACL without rules.
   explicit BaseAcl(Platform::AclKey key) : key_(std::move(key)) {}
 
   // The key for the next rule: 0 for an empty ACL, otherwise one after the run of keys that begins at 0 or 1 (key 0 is
@@ -49,7 +51,7 @@ class IpAcl final : public BaseAcl {
 // The shadow of a MAC ACL.
 class MacAcl final : public BaseAcl {
   KESTRIX_ENTITY(MacAcl, "Kestrix::MacAcl");
-  // Set by name only; only its presence counts.
+  // Set by name only; of `broadcast` only the presence counts.
   KESTRIX_SETTABLE(std::optional<uint32_t>, broadcast, {});
   KESTRIX_SETTABLE(bool, permitBroadcast, false);
   // There is an ARP rule, and the verdict of the first one.

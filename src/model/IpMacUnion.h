@@ -24,6 +24,7 @@ namespace Kestrix {
 template <class Self, class Ip, class Mac>
 class IpMacUnion {
  public:
+  // Which alternative is held.
   bool containsIp() const { return held_.index() == kIp; }
   bool containsMac() const { return held_.index() == kMac; }
 
@@ -35,7 +36,7 @@ class IpMacUnion {
   void ipIs(Ip value) { held_.template emplace<kIp>(std::move(value)); }
   void macIs(Mac value) { held_.template emplace<kMac>(std::move(value)); }
 
-  // Value('Kestrix::AclAddrWithMask', ip=10.0.0.0/0.255.255.255)
+  // "Value('Kestrix::AclAddrWithMask', ip=10.0.0.0/0.255.255.255)"
   std::string toText() const {
     return fmt::format("{}, {})", Platform::valueOpening<Self>(),
                        containsIp() ? fmt::format("ip={}", ip()) : fmt::format("mac={}", mac()));
@@ -83,10 +84,12 @@ class IpMacUnion {
   }
 
  protected:
+  // The positions of the alternatives.
   static constexpr size_t kIp = 0;
   static constexpr size_t kMac = 1;
 
   IpMacUnion() = default;
+  // Holds the given alternative.
   explicit IpMacUnion(Ip value) : held_(std::in_place_index<kIp>, std::move(value)) {}
   explicit IpMacUnion(Mac value) : held_(std::in_place_index<kMac>, std::move(value)) {}
 

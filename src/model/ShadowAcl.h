@@ -23,6 +23,7 @@ class ShadowAcl final : public Platform::Entity {
     static constexpr std::string_view modelName() { return "Kestrix::ShadowAcl::Acl"; }
 
     Acl() = default;
+    // Holds `ip`, or `mac`; either may be null.
     explicit Acl(Platform::Ptr<IpAcl> ip) : IpMacUnion(std::move(ip)) {}
     explicit Acl(Platform::Ptr<MacAcl> mac) : IpMacUnion(std::move(mac)) {}
     // Reads what toText gives: the reference is to a shadow ACL that lives, or null. Raises RangeError; `text` is then
@@ -36,21 +37,25 @@ class ShadowAcl final : public Platform::Entity {
   };
 
   KESTRIX_ENTITY(ShadowAcl, "Kestrix::ShadowAcl");
+  // The key of the framework's ACL.
   KESTRIX_FIXED(Platform::AclKey, key);
+  // The name in the key.
   KESTRIX_VIEW(Platform::String, name, key_.name);
+  // The shadow ACL as far as it is translated; a fresh one from each pre-creation on.
   KESTRIX_SETTABLE(Acl, acl, {});
-  // Their filter holds this ACL.
+  // The interfaces whose filter holds this ACL.
   KESTRIX_SET(Platform::IntfId, activeIntf);
-  // To be written.
+  // The interfaces to whose filter it is to be written.
   KESTRIX_SET(Platform::IntfId, applyingIntf);
-  // To be cleared.
+  // The interfaces from whose filter it is to be cleared.
   KESTRIX_SET(Platform::IntfId, deletingIntf);
-  // Applying or clearing failed, with the error.
+  // The interfaces on which applying or clearing failed, with the error.
   KESTRIX_MAP(Platform::IntfId, Platform::AclCreateError, std::optional<Platform::AclCreateError>, errorIntf);
   // All rules are translated. Cleared when the ACL is pre-created again.
   KESTRIX_SETTABLE(bool, aclRulesFinalized, false);
 
  public:
+  // An ACL without a shadow ACL, on no interface.
   explicit ShadowAcl(Platform::AclKey key) : key_(std::move(key)) {}
 };
 

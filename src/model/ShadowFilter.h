@@ -17,6 +17,7 @@ class FilterRegisters;
 // set by name changes in place. The views always show the shadow ACL referenced.
 class ShadowFilter final : public Platform::Entity {
   KESTRIX_ENTITY(ShadowFilter, "Kestrix::ShadowFilter");
+  // The interface.
   KESTRIX_FIXED(Platform::IntfId, intfId);
   // The ACLs written to the filter, or null. Shared with their ShadowAcl, which may have a newer one by now.
   KESTRIX_SETTABLE(Platform::Ptr<IpAcl>, ipAcl, {});
@@ -27,23 +28,29 @@ class ShadowFilter final : public Platform::Entity {
   KESTRIX_FIXED(uint8_t, maxRules);
   // The ACL drop delay.
   KESTRIX_SETTABLE(bool, delay, false);
+  // Of `ipAcl`: some rule matches a layer-4 port.
   KESTRIX_VIEW(bool, l4, ipAcl_ && ipAcl_->l4());
+  // Of `macAcl`, as set there by name; of `broadcast` only the presence counts.
   KESTRIX_VIEW(std::optional<uint32_t>, broadcast, macAcl_ ? macAcl_->broadcast() : std::nullopt);
   KESTRIX_VIEW(bool, permitBroadcast, macAcl_ && macAcl_->permitBroadcast());
   // Set by name only; of `multicast` only the presence counts.
   KESTRIX_SETTABLE(std::optional<uint32_t>, multicast, {});
   KESTRIX_SETTABLE(bool, permitMulticast, false);
+  // Of `macAcl`: there is an ARP rule, and the verdict of the first one.
   KESTRIX_VIEW(bool, arp, macAcl_ && macAcl_->arp());
   KESTRIX_VIEW(std::optional<bool>, permitArp, macAcl_ ? macAcl_->permitArp() : std::nullopt);
+  // Of `macAcl`: there is an LLDP rule, and the verdict of the first one.
   KESTRIX_VIEW(bool, lldp, macAcl_ && macAcl_->lldp());
   KESTRIX_VIEW(std::optional<bool>, permitLldp, macAcl_ ? macAcl_->permitLldp() : std::nullopt);
   // The side on which the rules match.
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
   // The verdict for traffic that no rule matches.
   KESTRIX_SETTABLE(bool, permitAny, false);
+  // What the rule registers hold: the rule with key n is in register n.
   KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
 
  public:
+  // A filter without ACLs and rules, which denies.
   ShadowFilter(Platform::IntfId intfId, Acl::AclType ruleType, uint8_t maxRules)
       : intfId_(intfId), ruleType_(ruleType), maxRules_(maxRules) {}
 
@@ -61,7 +68,7 @@ class ShadowFilter final : public Platform::Entity {
 // The shadow filters of one direction, each under its interface.
 class ShadowFilters final : public Platform::Entity {
   KESTRIX_ENTITY(ShadowFilters, "Kestrix::ShadowFilters");
-  // shadowFilterIs(intfId, ruleType, maxRules)
+  // The filters by interface: shadowFilterIs(intfId, ruleType, maxRules).
   KESTRIX_ENTITIES(Platform::IntfId, ShadowFilter, shadowFilter);
 };
 

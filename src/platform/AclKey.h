@@ -14,15 +14,16 @@ namespace Platform {
 // Text: "edge-in(ipv4,in)", the two further members added where they are not 0 and false: "edge-in(ipv4,in,7,dynamic)".
 // The name may be any.
 struct KESTRIX_API AclKey {
-  String name;
-  Acl::AclType type = Acl::AclType::ipv4;
-  Acl::AclDirection direction = Acl::AclDirection::in;
-  uint32_t instance = 0;  // Which of the framework's ACL instances the ACL belongs to.
-  bool dynamic = false;   // The ACL was made by a protocol, not configured.
+  String name;                                          // As configured.
+  Acl::AclType type = Acl::AclType::ipv4;               // What its rules match.
+  Acl::AclDirection direction = Acl::AclDirection::in;  // The packets that it filters.
+  uint32_t instance = 0;                                // Which of the framework's ACL instances the ACL belongs to.
+  bool dynamic = false;                                 // The ACL was made by a protocol, not configured.
 
   bool operator==(const AclKey&) const = default;
-  // Raises RangeError.
+  // Reads what toText gives. Raises RangeError.
   static AclKey fromText(std::string_view text);
+  // Name, type and direction; instance and dynamic where they are set.
   std::string toText() const;
 };
 

@@ -11,20 +11,23 @@
 #include "platform/IpAddr.h"
 #include "platform/Text.h"
 
+// The framework's kinds of ACLs and rules.
 namespace Acl {
 
-// Values beyond these occur: a type that this framework has and a helper does not know.
+// What the rules of an ACL match. Values beyond these occur: a type that this framework has and a helper does not know.
 enum class AclType : uint8_t { ipv4 = 0, ipv6 = 1, mac = 2 };
 
-// Everything that is not `in` counts as out.
+// The packets that an ACL filters: those that its interface receives, or sends. Everything that is not `in` counts as
+// out.
 enum class AclDirection : uint8_t { in = 0, out = 1 };
 
-// Everything that is not `permit` denies.
+// The verdict of a rule. Everything that is not `permit` denies.
 enum class Action : uint8_t { permit = 0, deny = 1 };
 
 // What an IPv4 rule matches. Mask bits that are set are compared.
 struct IpFilter {
-  Platform::IpProto proto;
+  Platform::IpProto proto;  // 0 is any.
+  // The addresses of the packet; 0.0.0.0 is any, whatever the mask.
   Platform::IpAddrWithFullMask srcIp;
   Platform::IpAddrWithFullMask dstIp;
 
@@ -33,35 +36,38 @@ struct IpFilter {
 
 // One configured IPv4 rule, as the subrules made of it carry it.
 struct RuleConfig {
-  Action action = Action::deny;
-  IpFilter filter;
+  Action action = Action::deny;  // What happens to the packets that match.
+  IpFilter filter;               // Which packets those are, but for their ports.
 
   bool operator==(const RuleConfig&) const = default;
 };
 
 // One configured IPv4 rule that matches fragments.
 struct IpRuleConfig {
-  Action action = Action::deny;
-  IpFilter filter;
+  Action action = Action::deny;  // What happens to the fragments that match.
+  IpFilter filter;               // Which fragments those are.
 
   bool operator==(const IpRuleConfig&) const = default;
 };
 
 // What a MAC rule matches. Mask bits that are set are compared; ethType 0 and 0xFFFFFFFF match every EtherType.
 struct KESTRIX_API MacFilter {
-  uint32_t ethType = 0;
+  uint32_t ethType = 0;  // In host order.
+  // The addresses of the frame; all zero is any, whatever the mask.
   Platform::EthAddr srcAddr;
   Platform::EthAddr srcMask;
   Platform::EthAddr dstAddr;
   Platform::EthAddr dstMask;
 
   bool operator==(const MacFilter&) const = default;
+  // For traces: "ethType 0x0800 src 00:11:22:33:44:55/ff:ff:ff:ff:ff:ff dst ...". It is not read back.
   std::string toText() const;
 };
 
+// One configured MAC rule.
 struct MacRuleConfig {
-  Action action = Action::deny;
-  MacFilter filter;
+  Action action = Action::deny;  // What happens to the frames that match.
+  MacFilter filter;              // Which frames those are.
 
   bool operator==(const MacRuleConfig&) const = default;
 };
@@ -90,7 +96,7 @@ inline constexpr EnumName<Acl::Action> enumNames<Acl::Action>[] = {{Acl::Action:
 
 // The framework's errors of creating an ACL, as far as this platform knows them.
 enum class AclCreateError : uint32_t {
-  noError = 0,
+  noError = 0,           // It was created.
   notSupported = 13,     // Not expressible on this hardware.
   hardwareFailure = 15,  // No rule register left, or a register write failed.
 };
@@ -106,12 +112,16 @@ inline constexpr EnumName<AclCreateError> enumNames<AclCreateError>[] = {
 // The framework's identifier of a configured rule. Text: the number.
 class KESTRIX_API UniqueId {
  public:
+  // 0, or the number given.
   constexpr UniqueId() = default;
   constexpr explicit UniqueId(uint64_t number) : number_(number) {}
 
+  // Reads a decimal number. Raises RangeError.
   static UniqueId fromText(std::string_view text);
+  // The number in decimal.
   std::string toText() const;
 
+  // As the framework gave it.
   constexpr uint64_t number() const { return number_; }
   constexpr auto operator<=>(const UniqueId&) const = default;
 

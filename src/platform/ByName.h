@@ -40,6 +40,7 @@ class KESTRIX_API Entity : public Node {
  public:
   ~Entity() override;
 
+  // The description of the object's class.
   virtual const ModelType& modelType() const = 0;
 
   // A text that stands for this object as long as it lives, and for no other one ever: its class, a number, and its key
@@ -85,10 +86,11 @@ KESTRIX_API bool isA(const Entity* entity, std::string_view modelName);
 // A value of any type, as it goes through the access by name; or nothing: no result, no value of an optional attribute.
 class KESTRIX_API Value {
  public:
+  // Holds what is given. Implicit, so that plain values are arguments of the access by name. An optional without a
+  // value and a null text are no value; a Ptr, null or not, is a reference.
   Value() = default;
   Value(std::nullopt_t) {}
   Value(std::nullptr_t) : held_(Reference{}) {}
-  // No value for a null pointer.
   Value(const char* text) {
     if (text != nullptr) held_ = std::string(text);
   }
@@ -219,7 +221,9 @@ class KESTRIX_API Value {
   const HeldType* type_ = nullptr;
 };
 
+// Of an insertion, a call or a construction, in order.
 using Arguments = std::vector<Value>;
+
 // Takes the key and the member itself; of a set of keys, true.
 using MemberVisit = std::function<void(const Value& key, const Value& member)>;
 
@@ -227,9 +231,10 @@ using MemberVisit = std::function<void(const Value& key, const Value& member)>;
 
 // One attribute: what it is, and what can be done with it. Null is what cannot.
 struct AttributeRow {
-  std::string_view name;
-  Kind kind = Kind::scalar;
-  Access access = Access::readOnly;
+  std::string_view name;             // As declared.
+  Kind kind = Kind::scalar;          // A scalar, a collection or an operation.
+  Access access = Access::readOnly;  // Fixed, read-only or settable.
+  // The operation of ConstByName or ByName that has this name. `self` is the object as the class that has the row.
   Value (*read)(const void* self) = nullptr;
   void (*set)(void* self, const Value& value) = nullptr;
   Value (*lookUp)(const void* self, const Value& key) = nullptr;
@@ -242,18 +247,19 @@ struct AttributeRow {
   Value (*call)(void* self, const Arguments& arguments) = nullptr;
 };
 
+// The description of a model type. There is one for each, for as long as the library is loaded.
 struct KESTRIX_API ModelType {
-  std::string_view name;
-  const ModelType* base;  // Null when there is none.
-  std::span<const AttributeRow> attributes;
-  Value (*construct)(const Arguments& arguments);
+  std::string_view name;                           // Qualified: "Kestrix::IpAcl".
+  const ModelType* base;                           // Null when there is none.
+  std::span<const AttributeRow> attributes;        // Those of the base first, each in the order of their declaration.
+  Value (*construct)(const Arguments& arguments);  // What `make` calls.
 
   // A new object, from its constructor's arguments: a value, or a reference to an entity. Raises WrongTypeError or
   // RangeError, and whatever the constructor raises.
   Value make(const Arguments& arguments) const;
   // Whether it is the type `other`, or derived from it.
   bool isA(std::string_view other) const;
-  // Raises UnknownAttributeError.
+  // The attribute of that name. Raises UnknownAttributeError.
   const AttributeRow& attribute(std::string_view attribute) const;
 
   // The model type of that name; null when there is none.
@@ -269,9 +275,11 @@ struct KESTRIX_API ModelType {
 // such operation, and WrongTypeError or RangeError for an argument that is none. It has then changed nothing.
 class KESTRIX_API ConstByName {
  public:
+  // `self` is of the class that `type` describes. It lives as long as `keep`; without one, the caller sees to it.
   ConstByName(const ModelType& type, const void* self, Ptr<const Entity> keep = {})
       : type_(&type), self_(self), keep_(std::move(keep)) {}
 
+  // The description of the object's class.
   const ModelType& type() const { return *type_; }
 
   // The value of a scalar.
@@ -279,7 +287,9 @@ class KESTRIX_API ConstByName {
   // The member of a collection under `key`: true or false for a set; nothing, null or the type's default where there is
   // none.
   Value lookUp(std::string_view collection, const Value& key) const;
+  // Whether there is a member under `key`.
   bool contains(std::string_view collection, const Value& key) const;
+  // The number of members.
   size_t count(std::string_view collection) const;
   // Visits each member that is there at the start and still there when its turn comes. `visit` may change the
   // collection.
@@ -291,8 +301,10 @@ class KESTRIX_API ConstByName {
   Ptr<const Entity> keep_;
 };
 
+// The same of an object that may be changed.
 class KESTRIX_API ByName : public ConstByName {
  public:
+  // As ConstByName.
   ByName(const ModelType& type, void* self, Ptr<const Entity> keep = {})
       : ConstByName(type, self, std::move(keep)), self_(self) {}
 
@@ -306,6 +318,7 @@ class KESTRIX_API ByName : public ConstByName {
   // Removes a member and returns it: true or false for a set; nothing, null or the type's default where there was none.
   // A single owned entity has no key.
   Value erase(std::string_view collection, const Value& key = {}) const;
+  // Removes all members.
   void clear(std::string_view collection) const;
   // Calls an operation of the model.
   Value call(std::string_view operation, const Arguments& arguments) const;
@@ -314,8 +327,10 @@ class KESTRIX_API ByName : public ConstByName {
   void* self_;
 };
 
+// The access to an entity, which it keeps alive.
 KESTRIX_API ByName byName(Entity& entity);
 KESTRIX_API ConstByName byName(const Entity& entity);
+// The access to a value, which the caller keeps.
 template <ModelValue T>
 ByName byName(T& value) {
   return {modelTypeOf<T>(), &value};

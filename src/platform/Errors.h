@@ -21,6 +21,7 @@ struct KESTRIX_API ModelError : std::runtime_error {
   virtual std::exception_ptr within(std::string_view where) const = 0;
 };
 
+// What the errors below are derived from; each names itself as `Self`.
 template <class Self>
 struct KESTRIX_API ModelErrorOf : ModelError {
   using ModelError::ModelError;

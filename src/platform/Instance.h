@@ -14,6 +14,7 @@
 
 namespace Platform {
 
+// The number under which a change of an attribute is told.
 using AttributeId = uint32_t;
 
 // A subscription: empty, or registered until it is destroyed or disconnected.
@@ -23,10 +24,14 @@ using Subscription = boost::signals2::scoped_connection;
 // subscriptions, while it is being told.
 class Publisher {
  public:
+  // Takes the attribute that changed.
   using Callback = std::function<void(AttributeId)>;
 
+  // Calls `callback` from now on, for as long as the subscription lives.
   [[nodiscard]] Subscription subscribe(const Callback& callback) const { return signal_.connect(callback); }
+  // How many there are.
   size_t subscribers() const { return signal_.num_slots(); }
+  // Tells all subscribers that `attribute` has changed.
   void notify(AttributeId attribute) const { signal_(attribute); }
 
  private:
@@ -37,10 +42,12 @@ class Publisher {
 // The configuration of one agent instance. Owned by the agent.
 class InstanceConfig : public Node {
  public:
+  // The id of `aclDropDelay`.
   static constexpr AttributeId kAclDropDelay = 387;
 
+  // Whether the filters are to delay their drops. Initially false.
   bool aclDropDelay() const { return aclDropDelay_; }
-  // Notifies kAclDropDelay, also when the value is the same.
+  // Sets the flag and notifies kAclDropDelay, also when the value is the same.
   void aclDropDelayIs(bool aclDropDelay) {
     const Ptr<InstanceConfig> self(this);  // A subscriber may drop the last reference.
     aclDropDelay_ = aclDropDelay;
@@ -58,6 +65,7 @@ class InstanceConfig : public Node {
 // What was applied on one interface.
 class DownstreamIntfStatus : public Node {
  public:
+  // The flag of the InstanceConfig that was last applied on the interface.
   bool aclDropDelay() const { return aclDropDelay_; }
   void aclDropDelayIs(bool aclDropDelay) { aclDropDelay_ = aclDropDelay; }
 
@@ -68,13 +76,15 @@ class DownstreamIntfStatus : public Node {
 // What was applied in the instance. Owned by the agent.
 class InstanceStatus : public Node {
  public:
+  // The flag of the InstanceConfig that was last applied.
   bool aclDropDelay() const { return aclDropDelay_; }
   void aclDropDelayIs(bool aclDropDelay) { aclDropDelay_ = aclDropDelay; }
 
-  // Null when the interface has no status.
+  // The status of `intf`; null when it has none.
   Ptr<DownstreamIntfStatus> downstreamIntfStatus(IntfId intf) const {
     return lookUp<Ptr<DownstreamIntfStatus>>(downstreamIntfStatus_, intf);
   }
+  // The status of `intf`, made when it has none.
   Ptr<DownstreamIntfStatus> downstreamIntfStatusIs(IntfId intf) {
     Ptr<DownstreamIntfStatus>& status = downstreamIntfStatus_[intf];
     if (!status) status = make<DownstreamIntfStatus>();

@@ -20,10 +20,12 @@ class KESTRIX_API IntfId {
   // Raises RangeError when the name is empty or too long.
   explicit IntfId(std::string_view name);
 
+  // Reads a name. Raises RangeError, as the constructor does.
   static IntfId fromText(std::string_view text) { return IntfId(text); }
+  // The name.
   const std::string& toText() const;
 
-  // Of the name, so that hash order is the same in every run.
+  // The hash of the name, so that hash order is the same in every run.
   size_t hash() const noexcept;
 
   bool operator==(const IntfId&) const = default;

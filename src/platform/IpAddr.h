@@ -13,14 +13,18 @@ namespace Platform {
 // An IPv4 address. Its number has the first octet in the most significant byte.
 class KESTRIX_API IpAddr {
  public:
+  // 0.0.0.0, or the number given, in host order.
   constexpr IpAddr() = default;
   constexpr explicit IpAddr(uint32_t number) : number_(number) {}
 
-  // Dotted decimal, four octets. Raises RangeError.
+  // Reads what toText gives. Raises RangeError.
   static IpAddr fromText(std::string_view text);
+  // Dotted decimal, four octets.
   std::string toText() const;
 
+  // In host order.
   constexpr uint32_t number() const { return number_; }
+  // Whether it is 0.0.0.0.
   constexpr bool isAny() const { return number_ == 0; }
 
   constexpr auto operator<=>(const IpAddr&) const = default;
@@ -33,11 +37,12 @@ class KESTRIX_API IpAddr {
 struct KESTRIX_API IpAddrWithFullMask {
   static constexpr bool kTextIsToken = true;
 
-  IpAddr addr;
-  uint32_t mask = 0;
+  IpAddr addr;        // Any; bits that the mask leaves out are kept.
+  uint32_t mask = 0;  // In host order. What a set bit says is up to its user.
 
-  // Raises RangeError.
+  // Reads what toText gives. Raises RangeError.
   static IpAddrWithFullMask fromText(std::string_view text);
+  // Address and mask, both in dotted decimal.
   std::string toText() const;
 
   constexpr auto operator<=>(const IpAddrWithFullMask&) const = default;
@@ -49,12 +54,16 @@ constexpr uint32_t prefixMask(uint8_t length) { return length == 0 ? 0 : ~uint32
 // An IP protocol number (IANA). The framework uses 0 for any protocol. Text: the number.
 class KESTRIX_API IpProto {
  public:
+  // 0, or the number given.
   constexpr IpProto() = default;
   constexpr explicit IpProto(uint8_t number) : number_(number) {}
 
+  // Reads a decimal number, 0 to 255. Raises RangeError.
   static IpProto fromText(std::string_view text);
+  // The number in decimal.
   std::string toText() const;
 
+  // 0 to 255.
   constexpr uint8_t number() const { return number_; }
   constexpr auto operator<=>(const IpProto&) const = default;
 
@@ -62,6 +71,7 @@ class KESTRIX_API IpProto {
   uint8_t number_ = 0;
 };
 
+// The protocols that this platform's rules may match.
 inline constexpr IpProto kAnyProto{0};
 inline constexpr IpProto kTcp{6};
 inline constexpr IpProto kUdp{17};

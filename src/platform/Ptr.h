@@ -12,6 +12,7 @@
 
 #include "platform/Export.h"
 
+// What the agent's runtime gives.
 namespace Platform {
 
 // Base of everything that is held through a Ptr.
@@ -25,6 +26,7 @@ class KESTRIX_API Node : public boost::intrusive_ref_counter<Node, boost::thread
   Node() = default;
 };
 
+// Shares a node; null by default.
 template <class T>
 using Ptr = boost::intrusive_ptr<T>;
 

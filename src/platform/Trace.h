@@ -20,33 +20,39 @@ namespace Platform {
 // The levels in use. Failures are always on.
 inline constexpr int kTraceFailure = 0;
 inline constexpr int kTraceDecision = 5;  // Entries of operations, and what they decide.
-inline constexpr int kTraceDetail = 6;
+inline constexpr int kTraceDetail = 6;    // The steps of an operation, and what it found.
 
 // One trace line. The views are valid during the call of the sink only.
 struct TraceRecord {
-  std::string_view handle;
-  int level = 0;
-  std::string_view file;
-  int line = 0;
-  std::string_view operation;
-  std::string_view className;
-  std::string_view message;
+  std::string_view handle;     // The name of the handle.
+  int level = 0;               // Of the trace point.
+  std::string_view file;       // The component, or source file, of the trace point.
+  int line = 0;                // In the source file of the trace point.
+  std::string_view operation;  // What is being done.
+  std::string_view className;  // Whose operation it is.
+  std::string_view message;    // Formatted; empty when the entry of an operation says all.
 };
 
+// Takes the records of a handle.
 using TraceSink = std::function<void(const TraceRecord&)>;
 
 // A named switch: records up to and including `level` are formatted and given to the sink.
 class TraceHandle {
  public:
+  // Without a sink, at the level of failures. `name` must outlive the handle.
   explicit TraceHandle(std::string_view name) : name_(name) {}
 
+  // Given at construction.
   std::string_view name() const { return name_; }
+  // Sets the highest level that is on; failures are level 0.
   void levelIs(int level) { level_ = level; }
+  // Whether trace points of `level` are on.
   bool enabled(int level) const { return level <= level_; }
 
   // Replaces the sink; an empty one drops all records. The sink may replace itself while it is called.
   void sinkIs(TraceSink sink) { sink_ = std::move(sink); }
 
+  // Gives a record to the sink, whatever its level.
   void emit(const TraceRecord& record) const;
 
  private:
@@ -58,14 +64,14 @@ class TraceHandle {
 // A format string with the line it stands on, checked against the arguments it will get.
 template <class... Args>
 struct TraceFormat {
+  // Implicit, as a trace point shall read like a call of fmt::format.
   template <class Text>
     requires std::convertible_to<const Text&, std::string_view>
-  // Implicit, as a trace point shall read like a call of fmt::format.
   consteval TraceFormat(const Text& formatText, int formatLine = __builtin_LINE())
       : text(formatText), line(formatLine) {}
 
-  fmt::format_string<Args...> text;
-  int line;
+  fmt::format_string<Args...> text;  // As fmt reads it.
+  int line;                          // Of the trace point.
 };
 
 // The trace points of one operation.
@@ -75,14 +81,17 @@ class TraceScope {
   TraceScope(const TraceHandle& handle, std::string_view file, std::string_view className, std::string_view operation)
       : handle_(handle), file_(file), className_(className), operation_(operation) {}
 
+  // Traces at kTraceFailure.
   template <class... Args>
   void failure(TraceFormat<std::type_identity_t<Args>...> format, const Args&... args) const {
     at(kTraceFailure, format, args...);
   }
+  // Traces at kTraceDecision.
   template <class... Args>
   void level5(TraceFormat<std::type_identity_t<Args>...> format, const Args&... args) const {
     at(kTraceDecision, format, args...);
   }
+  // Traces at kTraceDetail.
   template <class... Args>
   void level6(TraceFormat<std::type_identity_t<Args>...> format, const Args&... args) const {
     at(kTraceDetail, format, args...);

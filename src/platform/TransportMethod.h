@@ -12,7 +12,9 @@ namespace Platform {
 // cleared.
 class TransportMethodError {
  public:
+  // Whether a transaction has failed since the flag was cleared.
   bool error() const { return error_; }
+  // Sets the flag, or clears it.
   void errorIs(bool error) { error_ = error; }
 
  private:
@@ -25,8 +27,10 @@ class TransportMethod : public Node {
  public:
   // The register's value; anything when the transaction failed. The path is valid during the call only.
   virtual uint32_t regRead(std::string_view path) noexcept = 0;
+  // Writes the register. The path is valid during the call only.
   virtual void regWrite(std::string_view path, uint32_t value) noexcept = 0;
 
+  // The flag of this transport: set by its implementation, cleared by who reads it.
   TransportMethodError& error() { return error_; }
 
  private:

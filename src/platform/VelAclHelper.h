@@ -8,6 +8,7 @@
 #include "platform/Export.h"
 #include "platform/Model.h"
 
+// The framework's side of a helper.
 namespace VelHelper {
 
 // Where a helper's status reaches the framework. Implemented by the framework; every operation has a default that does
@@ -16,9 +17,13 @@ class AclStatusListener : public Platform::Node {
  public:
   // The outcome of one pass that applied or cleared an ACL.
   virtual void aclStatusUpdate(const Platform::AclKey&, Platform::AclCreateError) {}
+  // Errors of the hardware unit are to be published, or not any more.
   virtual void unitErrorPublished(const Platform::String& /*unit*/, bool) {}
+  // The error of the hardware unit was set, to the same or another one.
   virtual void unitErrorChanged(const Platform::String& /*unit*/, Platform::AclCreateError) {}
+  // The flag `dirty` of the helper was set or cleared.
   virtual void dirtyChanged(bool) {}
+  // All traffic of the interface was blocked, or let pass again.
   virtual void aclIntfBlocked(Platform::IntfId, bool) {}
 };
 
@@ -41,12 +46,13 @@ class KESTRIX_API AclHelper : public Platform::Entity {
 
   // Called once after construction; sets the capability flags below.
   virtual void hwInit() = 0;
+  // Whether ACLs can be attached to `intf`.
   virtual bool intfSupportsAcl(IntfId intf) = 0;
   // The line card that holds `intf`.
   virtual String intfLinecardName(IntfId intf) = 0;
 
-  // One subrule of a configured IPv4 rule. Ports: 0 is none. `*PortLow`, `*PortHigh` are ranges, `ipLen*` the match on
-  // the IP length. The unnamed numbers are for other platforms.
+  // One subrule of a configured IPv4 rule, in the order of the rules. Ports: 0 is none. `*PortLow`, `*PortHigh` are
+  // ranges, `ipLen*` the match on the IP length. The unnamed numbers are for other platforms.
   virtual AclCreateError createIpAclSubrule(Acl::AclType aclType, const Acl::RuleConfig& ruleConfig,
                                             const UniqueId& ruleId, const Ptr<AclData>& aclData, uint32_t ruleNum,
                                             uint32_t subruleNum, uint16_t srcPort, uint16_t srcPortMask,
@@ -54,25 +60,32 @@ class KESTRIX_API AclHelper : public Platform::Entity {
                                             uint16_t srcPortHigh, uint16_t dstPortLow, uint16_t dstPortHigh,
                                             uint16_t ipLen, uint16_t ipLenMask, uint16_t ipLenLow, uint16_t ipLenHigh,
                                             uint8_t icmpType, bool established, uint8_t ttl, uint8_t dscp) = 0;
-  // A configured IPv4 rule that matches fragments.
+  // A configured IPv4 rule that matches fragments, in its place among the subrules.
   virtual AclCreateError createIpFragRule(const Ptr<AclData>& aclData, const Acl::IpRuleConfig& ruleConfig,
                                           const UniqueId& ruleId, uint32_t ruleNum, uint32_t subruleNum) = 0;
+  // A configured MAC rule, in the order of the rules.
   virtual AclCreateError createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
                                           const Ptr<AclData>& aclData, uint32_t ruleNum) = 0;
   // All rules of the ACL have been given.
   virtual AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum) = 0;
   // The rules of the ACL are about to be given, from the first.
   virtual AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status) = 0;
+  // The ACL is about to be cleaned up.
   virtual void destroyAcl(const Ptr<AclData>& aclData) = 0;
+  // Takes the ACL off all interfaces and forgets it.
   virtual void cleanupAcl(const Ptr<AclData>& aclData) = 0;
+  // The change of the ACL is to take effect: for platforms that have written nothing before.
   virtual void commitAcl(const Ptr<AclData>& aclData) = 0;
   // Stops, or lets pass, all traffic of the interface.
   virtual void blockIntf(IntfId intf, bool block, uint32_t reason) = 0;
+  // Attaches the ACL to the interface. Its rules are written there once all of them have been given.
   virtual AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                                       const Ptr<AclDataStatus>& status) = 0;
-  // `belongsToAnother`: the framework has given the interface, in this direction, to another ACL.
+  // Detaches the ACL from the interface. `belongsToAnother`: the framework has given the interface, in this direction,
+  // to another ACL.
   virtual AclCreateError removeIntfFromAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                                            bool belongsToAnother) = 0;
+  // Ports were added to the ACL, or taken away: for platforms that keep them together.
   virtual void updateAclPorts(const Ptr<AclData>& aclData, bool add) = 0;
   // As createFinalAclRule, with the identifier of the last rule; by default the same as without it.
   virtual AclCreateError createFinalAclRuleWithId(Acl::AclType aclType, const UniqueId& ruleId,
@@ -80,39 +93,52 @@ class KESTRIX_API AclHelper : public Platform::Entity {
 
   // --- Status: called by a helper, read and followed by the framework ---
 
-  // May be null; shared with the framework.
+  // Replaces the listener. May be null; shared with the framework.
   void listenerIs(Ptr<AclStatusListener> listener) { listener_ = std::move(listener); }
 
+  // Reports the outcome of one pass that applied or cleared the ACL of `key`.
   void aclStatusUpdateCallback(const Platform::AclKey& key, AclCreateError error);
 
+  // Whether errors of the hardware unit are to be published; false until it is set.
   bool publishUnitError(const String& unit) const { return Platform::lookUp<bool>(publishUnitError_, unit); }
+  // Sets `publishUnitError`, and tells the listener.
   void publishUnitErrorIs(const String& unit, bool publish);
+  // The last error of the hardware unit; noError until there is one.
   AclCreateError unitError(const String& unit) const { return Platform::lookUp<AclCreateError>(unitError_, unit); }
+  // Sets `unitError`, and tells the listener.
   void unitErrorIs(const String& unit, AclCreateError error);
 
+  // Set when a rule of an ACL could not be put into the hardware; never cleared by the helper.
   bool dirty() const { return dirty_; }
+  // Sets or clears `dirty`, and tells the listener.
   void dirtyIs(bool dirty);
 
+  // The interfaces whose traffic is blocked, with true.
   const Platform::Map<IntfId, bool>& aclIntfBlockedStatus() const { return aclIntfBlockedStatus_; }
+  // Sets, or takes out, the entry of `intf`, and tells the listener.
   void aclIntfBlockedStatusIs(IntfId intf, bool blocked);
   void aclIntfBlockedStatusDel(IntfId intf);
 
   // --- Capabilities, set by hwInit ---
 
+  // Whether ACLs of the direction and type can be held. False before hwInit.
   bool ingressIpAclSupported() const { return ingressIpAclSupported_; }
   bool ingressMacAclSupported() const { return ingressMacAclSupported_; }
   bool egressIpAclSupported() const { return egressIpAclSupported_; }
   bool egressMacAclSupported() const { return egressMacAclSupported_; }
+  // Whether ACLs are applied to interfaces. False before hwInit.
   bool intfAclSupported() const { return intfAclSupported_; }
 
  protected:
+  // Without a listener, and without capabilities.
   AclHelper();
 
+  // What the operations of the same name give; for hwInit to set.
   bool ingressIpAclSupported_ = false;
   bool ingressMacAclSupported_ = false;
   bool egressIpAclSupported_ = false;
   bool egressMacAclSupported_ = false;
-  bool intfAclSupported_ = false;  // ACLs are applied to interfaces.
+  bool intfAclSupported_ = false;
 
  private:
   Ptr<AclStatusListener> listener_;
