@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "model/IntfIdToPortGroupId.h"
@@ -28,13 +29,24 @@ class FilterPath {
   FilterPath(const FilterAddress& address, Acl::AclDirection direction);
 
   // A register of the whole filter.
-  std::string_view filterRegister(std::string_view name) { return append(baseSize_, name); }
+  template <size_t kSize>
+  std::string_view filterRegister(const char (&name)[kSize]) {
+    return append(baseSize_, name);
+  }
   // Opens a rule slot for slotRegister.
   void slotIs(uint8_t slot);
-  std::string_view slotRegister(std::string_view name) { return append(slotSize_, name); }
+  template <size_t kSize>
+  std::string_view slotRegister(const char (&name)[kSize]) {
+    return append(slotSize_, name);
+  }
 
  private:
-  std::string_view append(size_t prefixSize, std::string_view name);
+  // Of a literal, whose size is known: copied without a loop.
+  template <size_t kSize>
+  std::string_view append(size_t prefixSize, const char (&name)[kSize]) {
+    std::memcpy(text_.data() + prefixSize, name, kSize);
+    return {text_.data(), prefixSize + kSize - 1};
+  }
 
   // The longest: msp_return[65535]/filter[65535]/rule[255]/mask_high
   std::array<char, 64> text_{};

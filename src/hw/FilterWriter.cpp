@@ -12,8 +12,11 @@ void writeFilter(Platform::TransportMethod& transport, FilterPath& path, const F
   transport.regWrite(path.filterRegister("action"), image.action());
   transport.regWrite(path.filterRegister("tcp"), image.tcp());
   transport.regWrite(path.filterRegister("udp"), image.udp());
+  const FilterRuleRegisters unused;
+  auto next = image.ruleRegisters().begin();
   for (uint8_t slot = 0; slot < slotCount; ++slot) {
-    const FilterRuleRegisters registers = image.ruleRegisters(slot);
+    const bool isUsed = next != image.ruleRegisters().end() && next->first == slot;
+    const FilterRuleRegisters& registers = isUsed ? (next++)->second : unused;
     path.slotIs(slot);
     transport.regWrite(path.slotRegister("mask_high"), registers.mask_high());
     transport.regWrite(path.slotRegister("mask_low"), registers.mask_low());

@@ -86,6 +86,7 @@ FilterRegisters imageOf(const ShadowFilter& filter) {
   FilterRegisters image;
   // Keys are dense from 0, so the count is the range of slots. What has no bits in the registers is left out.
   const auto slots = static_cast<uint8_t>(std::min<size_t>(filter.rule().size(), Layout::kMaxSlots));
+  image.ruleRegistersReserve(slots);
   for (uint8_t slot = 0; slot < slots; ++slot) {
     const AclRule rule = filter.rule(slot);
     if (!rule) continue;  // No rule here, which looks like the default rule.

@@ -85,6 +85,7 @@ AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const 
   trace.level6("Replacing existing filter for {}", intf);
   const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, maxRules, content);
   trace.level6("Do rules: {}", content.rules.size());
+  filter->ruleReserve(content.rules.size());
   for (const AclRule& rule : content.rules) {
     trace.level6("Rule {}", rule);
     filter->ruleIs(rule);

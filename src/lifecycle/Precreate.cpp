@@ -1,6 +1,7 @@
 // Before the rules of an ACL are translated: precreateAcl. And the two operations that have nothing to do here.
 
-#include <set>
+#include <algorithm>
+#include <vector>
 
 #include "helper/AclHelper.h"
 #include "helper/Callers.h"
@@ -29,19 +30,22 @@ ShadowAcl::Acl freshAcl(const Platform::AclKey& key, const AclTrace& trace) {
   }
 }
 
-// Empties the collections of interfaces that hold an older version of the ACL, or failed to, and returns their members.
-std::set<Platform::IntfId> takeIntfsToReapply(ShadowAcl& shadowAcl, const AclTrace& trace) {
-  std::set<Platform::IntfId> intfs;
+// Empties the collections of interfaces that hold an older version of the ACL, or failed to, and returns their members,
+// ascending.
+std::vector<Platform::IntfId> takeIntfsToReapply(ShadowAcl& shadowAcl, const AclTrace& trace) {
+  std::vector<Platform::IntfId> intfs;
   Platform::forEachStable(shadowAcl.activeIntf(), [&](Platform::IntfId intf) {
     trace.level6("existing active intf: {}", intf);
     shadowAcl.activeIntfDel(intf);
-    intfs.insert(intf);
+    intfs.push_back(intf);
   });
   Platform::forEachStable(shadowAcl.errorIntf(), [&](Platform::IntfId intf) {
     trace.level6("existing error intf: {}", intf);
     shadowAcl.errorIntfDel(intf);
-    intfs.insert(intf);
+    intfs.push_back(intf);
   });
+  std::ranges::sort(intfs);
+  intfs.erase(std::ranges::unique(intfs).begin(), intfs.end());  // Active, and in error since.
   return intfs;
 }
 

@@ -159,7 +159,7 @@
   KESTRIX_DESCRIBE_COLLECTION_(::Platform::Members::mapped, name##Map, name)
 
 // Values stored under a key of their own, `keyAttribute`, ascending: as KESTRIX_MAP, but nameIs takes the value alone.
-// The second nameDel removes at a position and returns the one after it.
+// The second nameDel removes at a position and returns the one after it. nameReserve makes room for so many at once.
 #define KESTRIX_VALUES(Key, Type, name, keyAttribute)                                                          \
   using name##Map = ::Platform::ValueMap<Key, Type>;                                                           \
   KESTRIX_CONTAINER_(name##Map, name);                                                                         \
@@ -167,6 +167,7 @@
   Type& name##Is(const Type& value) { return ::Platform::store(name##_, value.keyAttribute(), value); }        \
   Type name##Del(Key key) { return ::Platform::takeOut(name##_, key); }                                        \
   name##Map::iterator name##Del(const name##Map::const_iterator& position) { return name##_.erase(position); } \
+  void name##Reserve(size_t count) { name##_.reserve(count); }                                                 \
   KESTRIX_DESCRIBE_COLLECTION_(::Platform::Members::values, name##Map, name)
 
 // Entities owned under their key: name(key) may be null; nameIs finds one, or makes it from its construction arguments,
