@@ -45,7 +45,8 @@ std::vector<Platform::IntfId> takeIntfsToReapply(ShadowAcl& shadowAcl, const Acl
     intfs.push_back(intf);
   });
   std::ranges::sort(intfs);
-  intfs.erase(std::ranges::unique(intfs).begin(), intfs.end());  // Active, and in error since.
+  const auto repeated = std::ranges::unique(intfs);  // Active, and in error since.
+  intfs.erase(repeated.begin(), repeated.end());
   return intfs;
 }
 
