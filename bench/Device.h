@@ -26,11 +26,11 @@ struct CountingTransport final : Platform::TransportMethod {
   uint64_t writes = 0, sum = 0;
 };
 
-// With so many interfaces, each with its filters.
+// With so many interfaces, each with its filters, numbered from `first`.
 struct Device {
-  explicit Device(size_t intfCount) {
+  explicit Device(size_t intfCount, size_t first = 0) {
     IntfIdToPortGroupId intfMap;
-    for (size_t k = 0; k < intfCount; ++k) {
+    for (size_t k = first; k < first + intfCount; ++k) {
       intfs.emplace_back(fmt::format("port-{}", k + 1));
       Platform::DownstreamIntfId::coreIdIs(intfs.back(), static_cast<uint32_t>(1 + k / 48));
       intfMap.portGroupMapIs(intfs.back(), static_cast<uint16_t>(1 + k % 48));

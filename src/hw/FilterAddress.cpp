@@ -5,6 +5,23 @@
 #include "hw/RegisterLayout.h"
 
 namespace Kestrix {
+namespace {
+
+// The part of a path that names a slot. All of them are made when this is compiled.
+struct SlotText {
+  std::array<char, 16> text{};
+  size_t size = 0;
+};
+constexpr auto kSlotTexts = [] {
+  std::array<SlotText, Layout::kMaxSlots> slots;
+  for (uint8_t slot = 0; slot < slots.size(); ++slot) {
+    auto& [text, size] = slots[slot];
+    size = static_cast<size_t>(fmt::format_to(text.data(), FMT_COMPILE(Layout::kRuleSlot), slot) - text.data());
+  }
+  return slots;
+}();
+
+}  // namespace
 
 FilterAddress filterAddress(Platform::IntfId intf, const IntfIdToPortGroupId& intfMap) {
   return {static_cast<uint16_t>(Platform::DownstreamIntfId::coreId(intf) - 1),
@@ -20,8 +37,9 @@ FilterPath::FilterPath(const FilterAddress& address, Acl::AclDirection direction
 }
 
 void FilterPath::slotIs(uint8_t slot) {
-  slotSize_ = static_cast<size_t>(fmt::format_to(text_.begin() + baseSize_, FMT_COMPILE(Layout::kRuleSlot), slot) -
-                                  text_.begin());
+  const auto& [text, size] = kSlotTexts[slot];
+  std::memcpy(text_.data() + baseSize_, text.data(), text.size());
+  slotSize_ = baseSize_ + size;
 }
 
 }  // namespace Kestrix

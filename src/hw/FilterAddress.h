@@ -33,7 +33,7 @@ class FilterPath {
   std::string_view filterRegister(const char (&name)[kSize]) {
     return append(baseSize_, name);
   }
-  // Opens a rule slot for slotRegister.
+  // Opens a rule slot, below Layout::kMaxSlots, for slotRegister.
   void slotIs(uint8_t slot);
   template <size_t kSize>
   std::string_view slotRegister(const char (&name)[kSize]) {
@@ -48,7 +48,7 @@ class FilterPath {
     return {text_.data(), prefixSize + kSize - 1};
   }
 
-  // The longest: msp_return[65535]/filter[65535]/rule[255]/mask_high
+  // The longest: msp_return[65535]/filter[65535]/rule[23]/mask_high
   std::array<char, 64> text_{};
   size_t baseSize_;
   size_t slotSize_;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include <boost/sort/pdqsort/pdqsort.hpp>
+
 #include "helper/AclHelper.h"
 #include "helper/Callers.h"
 #include "model/AclTrace.h"
@@ -44,7 +46,7 @@ std::vector<Platform::IntfId> takeIntfsToReapply(ShadowAcl& shadowAcl, const Acl
     shadowAcl.errorIntfDel(intf);
     intfs.push_back(intf);
   });
-  std::ranges::sort(intfs);
+  boost::sort::pdqsort_branchless(intfs.begin(), intfs.end());
   const auto repeated = std::ranges::unique(intfs);  // Active, and in error since.
   intfs.erase(repeated.begin(), repeated.end());
   return intfs;

@@ -4,13 +4,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
 #include <boost/container/flat_map.hpp>
+#include <boost/container/options.hpp>
 #include <boost/container/small_vector.hpp>
+#include <boost/container/vector.hpp>
 
 #include "platform/Ptr.h"
 
@@ -20,9 +23,13 @@ template <class Key>
 using Set = std::unordered_set<Key>;
 template <class Key, class V>
 using Map = std::unordered_map<Key, V>;
-// Values by a small key of their own, in ascending order of it.
+// Values by a small key of their own, in ascending order of it. The room for them doubles: they come one by one.
 template <class Key, class V>
-using ValueMap = boost::container::flat_map<Key, V>;
+using ValueMap = boost::container::flat_map<
+    Key, V, std::less<Key>,
+    boost::container::vector<
+        std::pair<Key, V>, void,
+        boost::container::vector_options_t<boost::container::growth_factor<boost::container::growth_factor_100>>>>;
 
 // What a lookup of an absent value gives: a type's own default where it has none to construct.
 template <class V>

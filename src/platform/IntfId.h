@@ -34,6 +34,7 @@ class KESTRIX_API IntfId {
  private:
   friend struct DownstreamIntfId;
   struct Record;
+  class Names;
   Record* record_ = nullptr;
 };
 

@@ -41,7 +41,11 @@ TEST(Text, ReadsBackWhatItPrintsAndQuotesWhatItRefuses) {
 }
 
 TEST(IntfId, OrdersNumbersByValueAndIsTheSameForTheSameName) {
-  const std::vector<std::string> ordered = {"port-1", "port-2", "port-10", "port-10a", std::string("port-10a\0", 9)};
+  std::vector<std::string> ordered;
+  for (int k = 1; k <= 100; ++k) ordered.push_back(fmt::format("order-{}", k));
+  ordered.insert(ordered.end(), {"order-100a", std::string("order-100a\0", 11)});
+  // Each of them new between the same two names.
+  for (size_t i = ordered.size(); i-- > 0;) EXPECT_EQ(IntfId(ordered[i]).toText(), ordered[i]);
   for (size_t i = 0; i < ordered.size(); ++i) {
     for (size_t j = 0; j < ordered.size(); ++j) {
       EXPECT_EQ(IntfId(ordered[i]) <=> IntfId(ordered[j]), i <=> j) << i << " " << j;
