@@ -89,26 +89,29 @@ Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, T
   reactor_ = Kestrix::aclHelperInstanceConfigSmFactory(instanceConfig_, instanceStatus_, vcsd_, helper_);
 }
 
-std::vector<Framework::Wanted> Framework::wantedBy(const Configuration& desired) {
+Framework::Wish Framework::wantedBy(const Configuration& desired) {
   std::map<std::pair<std::string, Acl::AclDirection>, std::set<Platform::IntfId>> intfsOf;
   for (const Attachment& each : desired.attachments) intfsOf[{each.acl, each.direction}].insert(each.intf);
 
-  std::vector<Wanted> wanted;
+  Wish wanted;
   auto want = [&](const AclConfiguration& acl, Acl::AclDirection direction, std::set<Platform::IntfId> intfs) {
     Platform::AclKey key;
     key.name = acl.name;
     key.type = acl.type;
     key.direction = direction;
-    wanted.push_back({std::move(key), &acl, std::move(intfs)});
+    wanted.byKey.emplace(key, wanted.all.size());
+    for (const Platform::IntfId intf : intfs)
+      wanted.byIntf.emplace(std::tuple(intf, key.type, direction), wanted.all.size());
+    wanted.all.push_back({std::move(key), &acl, std::move(intfs)});
   };
   for (const AclConfiguration& acl : desired.acls) {
-    const size_t before = wanted.size();
+    const size_t before = wanted.all.size();
     for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
       const auto intfs = intfsOf.find({acl.name, direction});
       if (intfs != intfsOf.end()) want(acl, direction, intfs->second);
     }
     // The helper is told of one that is not attached all the same, and ignores it or refuses its type.
-    if (wanted.size() == before) want(acl, Acl::AclDirection::out, {});
+    if (wanted.all.size() == before) want(acl, Acl::AclDirection::out, {});
   }
   return wanted;
 }
@@ -117,7 +120,8 @@ Outcome Framework::apply(const Configuration& desired) {
   Outcome outcome;
   const uint64_t writesBefore = fpga_->writes();
   desired_ = desired;
-  const std::vector<Wanted> wanted = wantedBy(desired_);
+  const Wish wish = wantedBy(desired_);
+  const std::vector<Wanted>& wanted = wish.all;
 
   std::vector<std::set<Platform::IntfId>> inactive;
   inactive.reserve(wanted.size());
@@ -125,12 +129,10 @@ Outcome Framework::apply(const Configuration& desired) {
   // What goes makes room for what comes: a filter takes the rules of one ACL only. Where an ACL of the same type comes,
   // it takes the place of the old one, which is told afterwards; and only then are new rules of the old one translated,
   // so that they do not reach the interfaces that have left it.
-  const std::vector<Move> moves = detach(wanted, outcome);
-  auto waits = [&](const Wanted& each) {
-    const bool isLeft =
-        std::any_of(moves.begin(), moves.end(), [&](const Move& move) { return move.from == each.key; });
-    return isLeft && held_.at(each.key).config != *each.config;
-  };
+  const std::vector<Move> moves = detach(wish, outcome);
+  std::set<Platform::AclKey, KeyOrder> left;
+  for (const Move& move : moves) left.insert(move.from);
+  auto waits = [&](const Wanted& each) { return left.contains(each.key) && held_.at(each.key).config != *each.config; };
   std::vector<const Wanted*> waiting;
   for (const Wanted& each : wanted) {
     if (waits(each)) {
@@ -142,7 +144,7 @@ Outcome Framework::apply(const Configuration& desired) {
   for (const Move& move : moves) finish(move);
   for (const Wanted* each : waiting) attach(*each, outcome);
   for (size_t i = 0; i < wanted.size(); ++i) retry(wanted[i], inactive[i], outcome);
-  removeGone(wanted, outcome);
+  removeGone(wish, outcome);
   block(desired_, outcome);
   report(writesBefore, outcome);
   return outcome;
@@ -202,23 +204,22 @@ void Framework::takeOff(Held& held, Platform::IntfId intf) {
   }
 }
 
-std::vector<Framework::Move> Framework::detach(const std::vector<Wanted>& wanted, Outcome& outcome) {
+std::vector<Framework::Move> Framework::detach(const Wish& wanted, Outcome& outcome) {
   std::vector<Move> moves;
   for (auto& [key, held] : held_) {
     for (const Platform::IntfId intf : std::set(held.notDetached)) takeOff(held, intf);
-    const auto kept = std::find_if(wanted.begin(), wanted.end(), [&](const Wanted& each) { return each.key == key; });
+    const auto kept = wanted.byKey.find(key);
     for (const Platform::IntfId intf : std::set(held.intfs)) {
-      if (kept != wanted.end() && kept->intfs.contains(intf)) continue;
+      if (kept != wanted.byKey.end() && wanted.all[kept->second].intfs.contains(intf)) continue;
       held.intfs.erase(intf);
-      const auto next = std::find_if(wanted.begin(), wanted.end(), [&](const Wanted& each) {
-        return each.key.type == key.type && each.key.direction == key.direction && each.intfs.contains(intf);
-      });
-      if (next == wanted.end()) {
+      const auto next = wanted.byIntf.find({intf, key.type, key.direction});
+      if (next == wanted.byIntf.end()) {
         takeOff(held, intf);
         outcome.changes.push_back({ChangeKind::detached, key.name, intf.toText(), key.direction});
       } else {
-        moves.push_back({key, next->key, intf});
-        outcome.changes.push_back({ChangeKind::moved, key.name, intf.toText(), key.direction, next->key.name});
+        const Platform::AclKey& to = wanted.all[next->second].key;
+        moves.push_back({key, to, intf});
+        outcome.changes.push_back({ChangeKind::moved, key.name, intf.toText(), key.direction, to.name});
       }
     }
   }
@@ -294,11 +295,17 @@ std::set<Platform::IntfId> Framework::inactiveIntfs(const Wanted& wanted) const 
 }
 
 bool Framework::isKnownByName(const Platform::AclKey& key) const {
-  return std::any_of(held_.begin(), held_.end(),
-                     [&](const auto& each) { return each.first.name == key.name && each.first.type == key.type; });
+  const auto sameName = held_.lower_bound({key.name, key.type, Acl::AclDirection::in});
+  return sameName != held_.end() && sameName->first.name == key.name && sameName->first.type == key.type;
 }
 
 void Framework::translate(Held& held) {
+  if (!giveRules(held)) return;
+  helper_->createFinalAclRule(held.data->key().type, held.data, static_cast<uint32_t>(held.config.aces.size()) + 1);
+}
+
+bool Framework::giveRules(Held& held) {
+  const TraceCapture::Details details(traces_);
   const Platform::AclKey& key = held.data->key();
   AclOutcome& outcome = held.outcome;
   outcome = {.key = key, .typeName = held.config.typeName, .reason = {}, .aces = {}};
@@ -307,12 +314,12 @@ void Framework::translate(Held& held) {
   if (outcome.error != AclCreateError::noError) {
     outcome.state = AclState::refused;
     outcome.reason.text = traces_.last("aclSupported");
-    return;
+    return false;
   }
   if (!helper_->allShadowAcl(key)) {
     outcome.state = AclState::notAttached;
     outcome.reason.text = "not attached to any interface";
-    return;
+    return false;
   }
   uint32_t ruleNum = 0;
   for (const Ace& ace : held.config.aces) outcome.aces.push_back(translate(ace, held.data, ++ruleNum));
@@ -323,17 +330,15 @@ void Framework::translate(Held& held) {
     outcome.state = AclState::refused;
     outcome.error = refused->error;
     outcome.reason = {refused->name, refused->reason.text};
-    return;
+    return false;
   }
-  helper_->createFinalAclRule(key.type, held.data, ++ruleNum);
+  return true;
 }
 
-void Framework::removeGone(const std::vector<Wanted>& wanted, Outcome& outcome) {
+void Framework::removeGone(const Wish& wanted, Outcome& outcome) {
   std::vector<Platform::AclKey> gone;
   for (const auto& [key, held] : held_) {
-    const bool isWanted =
-        std::any_of(wanted.begin(), wanted.end(), [&](const Wanted& each) { return each.key == key; });
-    if (!isWanted) gone.push_back(key);
+    if (!wanted.byKey.contains(key)) gone.push_back(key);
   }
   for (const Platform::AclKey& key : gone) {
     // One that was never attached is unknown to the helper.
@@ -352,10 +357,12 @@ void Framework::report(uint64_t writesBefore, Outcome& outcome) {
   for (const auto& failed : fpga_->failedWrites()) {
     if (failed.number > writesBefore) outcome.failedWrites.push_back(failed);
   }
-  for (const Wanted& each : wantedBy(desired_)) {
+  for (const Wanted& each : wantedBy(desired_).all) {
     Held& held = held_.at(each.key);
     AclOutcome acl = held.outcome;
     acl.isAttached = !held.intfs.empty();
+    acl.firstIntf = outcome.intfs.size();
+    acl.intfCount = held.intfs.size();
     if (!acl.isAttached && acl.state != AclState::refused) {
       acl.state = AclState::notAttached;
       acl.reason = {{}, "not attached to any interface"};

@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -68,6 +69,8 @@ struct AclOutcome {
   Platform::AclCreateError error = Platform::AclCreateError::noError;
   Reason reason;
   std::vector<AceOutcome> aces;
+  size_t firstIntf = 0;  // Its interfaces, in Outcome::intfs,
+  size_t intfCount = 0;  // and how many there are.
 };
 
 enum class IntfState : uint8_t { active, refused, failed };
@@ -108,12 +111,16 @@ struct Change {
 struct Outcome {
   std::vector<Change> changes;
   std::vector<AclOutcome> acls;
-  std::vector<IntfOutcome> intfs;
+  std::vector<IntfOutcome> intfs;  // Those of an ACL together.
   std::vector<Platform::IntfId> blocked;
   uint64_t writes = 0;
   std::vector<SimFpga::FailedWrite> failedWrites;
 
   bool isAllApplied() const;
+  // The interfaces of an ACL of this outcome.
+  std::span<const IntfOutcome> intfsOf(const AclOutcome& acl) const {
+    return std::span(intfs).subspan(acl.firstIntf, acl.intfCount);
+  }
 };
 
 // The framework of one device, for the device's whole life.
@@ -161,16 +168,26 @@ class Framework {
   };
   using HeldAcls = std::map<Platform::AclKey, Held, KeyOrder>;
 
-  static std::vector<Wanted> wantedBy(const Configuration& desired);
+  // All that is wanted, in the order of the configuration, and where to find it.
+  struct Wish {
+    std::vector<Wanted> all;
+    std::map<Platform::AclKey, size_t, KeyOrder> byKey;  // Positions in `all`.
+    // The ACL of a type that an interface is to have in a direction.
+    std::map<std::tuple<Platform::IntfId, Acl::AclType, Acl::AclDirection>, size_t> byIntf;
+  };
+
+  static Wish wantedBy(const Configuration& desired);
   void block(const Configuration& desired, Outcome& outcome);
-  std::vector<Move> detach(const std::vector<Wanted>& wanted, Outcome& outcome);
+  std::vector<Move> detach(const Wish& wanted, Outcome& outcome);
   void attach(const Wanted& wanted, Outcome& outcome);
   void finish(const Move& move);
   void retry(const Wanted& wanted, const std::set<Platform::IntfId>& inactive, Outcome& outcome);
   void takeOff(Held& held, Platform::IntfId intf);
-  void removeGone(const std::vector<Wanted>& wanted, Outcome& outcome);
+  void removeGone(const Wish& wanted, Outcome& outcome);
   void addIntfs(Held& held, const std::set<Platform::IntfId>& intfs, ChangeKind kind, Outcome& outcome);
   void translate(Held& held);
+  // The rules of the ACL, one by one; whether the helper has accepted all of them.
+  bool giveRules(Held& held);
   AceOutcome translate(const Ace& ace, const Platform::Ptr<Platform::AclData>& aclData, uint32_t ruleNum);
   // The register images that the shadow filters ask for, as text, by interface and direction.
   using Images = std::map<std::pair<Platform::IntfId, Acl::AclDirection>, Platform::Value>;

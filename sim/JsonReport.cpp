@@ -63,7 +63,7 @@ Json aclJson(const AclOutcome& acl, const StepReport& step) {
 }
 
 Json intfJson(const IntfOutcome& intf, const StepReport& step, const Device& device) {
-  const FilterDump& filter = filterOf(step, intf.intf, intf.direction);
+  const FilterDump& filter = step.filters.of(intf.intf, intf.direction);
   Json json{{"interface", intf.intf.toText()},
             {"direction", directionName(intf.direction)},
             {"acl", intf.acl},
@@ -153,7 +153,7 @@ std::string jsonReport(const ReportInput& input) {
             {"failedWrites", failedWritesJson(input.fpga.failedWrites())}};
   for (const StepReport& step : input.steps) json["steps"].push_back(stepJson(step, input.device));
   // Every filter that holds anything in the end.
-  for (const FilterDump& filter : input.steps.back().filters) {
+  for (const FilterDump& filter : input.steps.back().filters.all()) {
     if (!filter.isZero()) json["filters"].push_back(filterJson(filter));
   }
   if (input.model) json["model"] = modelJson(*input.model);

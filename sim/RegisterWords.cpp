@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <iterator>
 #include <span>
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include "hw/RegisterLayout.h"
@@ -81,14 +83,24 @@ FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface
   FilterDump dump{.intf = interface.id, .direction = direction, .path = {}, .slots = {}};
   dump.path = direction == Acl::AclDirection::in ? fmt::format(Layout::kInputFilter, core, group)
                                                  : fmt::format(Layout::kOutputFilter, core, group);
-  dump.enable = fpga.value(dump.path + "enable");
-  dump.action = fpga.value(dump.path + "action");
-  dump.tcp = fpga.value(dump.path + "tcp");
-  dump.udp = fpga.value(dump.path + "udp");
+  std::string path = dump.path;
+  // The register `name` of what the first `prefix` characters of the path are.
+  const auto value = [&](size_t prefix, std::string_view name) {
+    path.resize(prefix);
+    return fpga.value(path += name);
+  };
+  const size_t filter = path.size();
+  dump.enable = value(filter, "enable");
+  dump.action = value(filter, "action");
+  dump.tcp = value(filter, "tcp");
+  dump.udp = value(filter, "udp");
+  dump.slots.reserve(device.slots(direction));
   for (uint8_t slot = 0; slot < device.slots(direction); ++slot) {
-    const std::string path = dump.path + fmt::format(Layout::kRuleSlot, slot);
-    dump.slots.push_back({slot, fpga.value(path + "mask_high"), fpga.value(path + "mask_low"),
-                          fpga.value(path + "addr_high"), fpga.value(path + "addr_low")});
+    path.resize(filter);
+    fmt::format_to(std::back_inserter(path), FMT_COMPILE(Layout::kRuleSlot), slot);
+    const size_t rule = path.size();
+    dump.slots.push_back(
+        {slot, value(rule, "mask_high"), value(rule, "mask_low"), value(rule, "addr_high"), value(rule, "addr_low")});
   }
   return dump;
 }
@@ -135,14 +147,14 @@ std::string FilterDump::slotWords(const SlotRegisters& registers) const {
   return words;
 }
 
-std::vector<FilterDump> dumpFilters(const SimFpga& fpga, const Device& device) {
-  std::vector<FilterDump> filters;
+FilterDumps::FilterDumps(const SimFpga& fpga, const Device& device) {
+  all_.reserve(2 * device.interfaces.size());
   for (const Interface& interface : device.interfaces) {
+    ingress_.emplace(interface.id, all_.size());
     for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
-      filters.push_back(dumpFilter(fpga, device, interface, direction));
+      all_.push_back(dumpFilter(fpga, device, interface, direction));
     }
   }
-  return filters;
 }
 
 }  // namespace Sim

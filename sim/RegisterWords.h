@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "Device.h"
@@ -48,7 +49,21 @@ struct FilterDump {
   std::string slotWords(const SlotRegisters& registers) const;
 };
 
-// All filters of the device: in the order of its interfaces, ingress before egress.
-std::vector<FilterDump> dumpFilters(const SimFpga& fpga, const Device& device);
+// All filters of the device.
+class FilterDumps {
+ public:
+  FilterDumps(const SimFpga& fpga, const Device& device);
+
+  // In the order of the device's interfaces, ingress before egress.
+  const std::vector<FilterDump>& all() const { return all_; }
+  // The filter of an interface of the device.
+  const FilterDump& of(Platform::IntfId intf, Acl::AclDirection direction) const {
+    return all_[ingress_.at(intf) + (direction == Acl::AclDirection::in ? 0 : 1)];
+  }
+
+ private:
+  std::vector<FilterDump> all_;
+  std::unordered_map<Platform::IntfId, size_t> ingress_;  // Positions of the ingress filters.
+};
 
 }  // namespace Sim

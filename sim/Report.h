@@ -27,7 +27,7 @@ struct StepReport {
   std::string file;                   // Empty where attributes were set.
   std::vector<std::string> settings;  // PATH=VALUE
   Outcome outcome;
-  std::vector<FilterDump> filters;  // In the order of the device's interfaces, ingress before egress.
+  FilterDumps filters;
   std::vector<Deviation> deviations;
 };
 
@@ -41,8 +41,6 @@ struct ReportInput {
 };
 
 bool isAllApplied(const ReportInput& input);
-// The interface's filter as it was after the step.
-const FilterDump& filterOf(const StepReport& step, Platform::IntfId intf, Acl::AclDirection direction);
 
 struct TextOptions {
   bool registers = false;  // Every filter's registers, in words.

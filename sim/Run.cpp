@@ -38,12 +38,12 @@ std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configurati
 }
 
 // What a fresh device holds once `desired` alone was applied to it.
-std::vector<FilterDump> freshFilters(const Device& device, const Configuration& desired, TraceCapture& traces) {
+FilterDumps freshFilters(const Device& device, const Configuration& desired, TraceCapture& traces) {
   traces.muteIs(true);
   const auto fpga = Platform::make<SimFpga>();
   Framework(device, fpga, traces).apply(desired);
   traces.muteIs(false);
-  return dumpFilters(*fpga, device);
+  return {*fpga, device};
 }
 
 // Why the filter is not what a fresh device would have there.
@@ -61,12 +61,12 @@ std::string whyDeviating(const FilterDump& filter, const Outcome& outcome, const
                   : "the filter is still programmed for the type of an ACL that has left it";
 }
 
-std::vector<Deviation> deviations(const std::vector<FilterDump>& filters, const std::vector<FilterDump>& fresh,
-                                  const Outcome& outcome, const SimFpga& fpga, bool isSet) {
+std::vector<Deviation> deviations(const FilterDumps& filters, const FilterDumps& fresh, const Outcome& outcome,
+                                  const SimFpga& fpga, bool isSet) {
   std::vector<Deviation> found;
-  for (size_t i = 0; i < filters.size(); ++i) {
-    if (filters[i] == fresh[i]) continue;
-    found.push_back({filters[i].intf, filters[i].direction, whyDeviating(filters[i], outcome, fpga, isSet)});
+  for (const FilterDump& filter : filters.all()) {
+    if (filter == fresh.of(filter.intf, filter.direction)) continue;
+    found.push_back({filter.intf, filter.direction, whyDeviating(filter, outcome, fpga, isSet)});
   }
   return found;
 }
@@ -131,7 +131,7 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
     isSet = isSet || !step.settings.empty();
     const std::optional<Outcome> outcome = take(step, *framework, isSet, diagnostics);
     if (!outcome) return badInput(line, diagnostics, colour);
-    reports.push_back({step.file, step.settings, *outcome, dumpFilters(*fpga, device), {}});
+    reports.push_back({step.file, step.settings, *outcome, {*fpga, device}, {}});
     // On a fresh device there is nothing to deviate from.
     if (reports.size() == 1 && !isSet) continue;
     const auto fresh = freshFilters(device, desired, traces);

@@ -1,7 +1,8 @@
-// The simulated FPGA: a register file behind the transport, which remembers every access.
+// The simulated FPGA: a register file behind the transport, which remembers the writes that failed.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -15,13 +16,6 @@ namespace Sim {
 
 class SimFpga : public Platform::TransportMethod {
  public:
-  struct Access {
-    bool write = false;
-    std::string path;
-    uint32_t value = 0;
-    bool failed = false;
-  };
-
   // The numbers, from 1, of the writes that are to fail. A failed write leaves its register as it was.
   explicit SimFpga(std::set<uint64_t> failWrites = {}) : failWrites_(std::move(failWrites)) {}
 
@@ -30,22 +24,22 @@ class SimFpga : public Platform::TransportMethod {
 
   // What a register holds; 0 before its first write.
   uint32_t value(std::string_view path) const;
-  const std::vector<Access>& accesses() const { return accesses_; }
   uint64_t writes() const { return writes_; }
 
   struct FailedWrite {
     uint64_t number;
     std::string path;
   };
-  std::vector<FailedWrite> failedWrites() const;
+  // In their order.
+  const std::vector<FailedWrite>& failedWrites() const { return failed_; }
   // Whether a register below `path` has not taken its last write.
   bool isStale(std::string_view path) const;
 
  private:
   std::set<uint64_t> failWrites_;
-  std::map<std::string, uint32_t, std::less<>> registers_;
-  std::set<std::string, std::less<>> stale_;  // Registers whose last write failed.
-  std::vector<Access> accesses_;
+  std::map<std::string, uint32_t, std::less<>> registers_;  // Those of a filter next to one another, as they are used.
+  std::set<std::string, std::less<>> stale_;                // Registers whose last write failed.
+  std::vector<FailedWrite> failed_;
   uint64_t writes_ = 0;
 };
 

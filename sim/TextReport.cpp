@@ -98,7 +98,7 @@ Table intfTable(const StepReport& step, const Device& device, const Paint& paint
   table.add({"interface", "direction", "ACL", "state", "slots", "unmatched", "reason"},
             [paint](size_t, const std::string& cell) { return paint.head(cell); });
   for (const IntfOutcome& intf : step.outcome.intfs) {
-    const FilterDump& filter = filterOf(step, intf.intf, intf.direction);
+    const FilterDump& filter = step.filters.of(intf.intf, intf.direction);
     const bool isActive = intf.state == IntfState::active;
     table.add({intf.intf.toText(), std::string(directionName(intf.direction)), intf.acl,
                std::string(Platform::nameOf(intf.state)),
@@ -209,16 +209,9 @@ bool isAllApplied(const ReportInput& input) {
                                                           [](const auto& step) { return step.outcome.isAllApplied(); });
 }
 
-const FilterDump& filterOf(const StepReport& step, Platform::IntfId intf, Acl::AclDirection direction) {
-  return *std::find_if(step.filters.begin(), step.filters.end(),
-                       [&](const FilterDump& filter) { return filter.intf == intf && filter.direction == direction; });
-}
-
 const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step) {
-  for (const IntfOutcome& intf : step.outcome.intfs) {
-    if (intf.acl == acl.key.name && intf.direction == acl.key.direction && intf.state == IntfState::active) {
-      return &filterOf(step, intf.intf, intf.direction);
-    }
+  for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+    if (intf.state == IntfState::active) return &step.filters.of(intf.intf, intf.direction);
   }
   return nullptr;
 }
@@ -226,9 +219,9 @@ const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step) {
 std::vector<Platform::IntfId> overruledOn(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step) {
   std::vector<Platform::IntfId> intfs;
   if (ace.verdict != Verdict::unmatched) return intfs;
-  for (const IntfOutcome& intf : step.outcome.intfs) {
-    if (intf.acl != acl.key.name || intf.direction != acl.key.direction || intf.state != IntfState::active) continue;
-    if (filterOf(step, intf.intf, intf.direction).permitsUnmatched() != ace.permits) intfs.push_back(intf.intf);
+  for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+    if (intf.state != IntfState::active) continue;
+    if (step.filters.of(intf.intf, intf.direction).permitsUnmatched() != ace.permits) intfs.push_back(intf.intf);
   }
   return intfs;
 }
@@ -275,7 +268,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
   }
 
   if (options.registers) {
-    for (const FilterDump& filter : input.steps.back().filters) {
+    for (const FilterDump& filter : input.steps.back().filters.all()) {
       if (!filter.slots.empty()) writeFilter(out, filter, paint);
     }
   }

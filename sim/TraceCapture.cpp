@@ -11,13 +11,21 @@ namespace Sim {
 
 TraceCapture::TraceCapture(int printLevel) : printLevel_(printLevel) {
   Platform::TraceHandle& handle = Kestrix::aclTraceHandle();
-  handle.levelIs(std::max(printLevel, Platform::kTraceDetail));  // Some reasons are traced as details.
+  handle.levelIs(std::max(printLevel, Platform::kTraceFailure));
   handle.sinkIs([this](const Platform::TraceRecord& record) { take(record); });
 }
 
 TraceCapture::~TraceCapture() {
   Kestrix::aclTraceHandle().levelIs(Platform::kTraceFailure);
   Kestrix::aclTraceHandle().sinkIs({});
+}
+
+TraceCapture::Details::Details(const TraceCapture& capture) : capture_(capture) {
+  Kestrix::aclTraceHandle().levelIs(std::max(capture_.printLevel_, Platform::kTraceDetail));
+}
+
+TraceCapture::Details::~Details() {
+  Kestrix::aclTraceHandle().levelIs(std::max(capture_.printLevel_, Platform::kTraceFailure));
 }
 
 std::string TraceCapture::last(std::string_view operation) const {

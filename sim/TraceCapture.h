@@ -20,6 +20,17 @@ class TraceCapture {
 
   // Prints nothing while it is muted; reasons are captured all the same.
   void muteIs(bool mute) { mute_ = mute; }
+  // While it lives, details are captured, too, as some reasons are traced as such. Formatting them takes its time.
+  class Details {
+   public:
+    explicit Details(const TraceCapture& capture);
+    ~Details();
+    Details(const Details&) = delete;
+    Details& operator=(const Details&) = delete;
+
+   private:
+    const TraceCapture& capture_;
+  };
   // Forgets what was captured.
   void clear() { lastMessages_.clear(); }
   // The last message that `operation` has traced since then; empty when there is none.
