@@ -1,17 +1,29 @@
 // One of the library's passes, for counting its instructions: tools/instructions. Usage:
-// kestrix_passes acl|pass|delay [INTERFACES]
+// kestrix_passes acl|pass|delay [INTERFACES] [points]. With `points` it prints how many trace points the pass comes by.
 #include <cstdlib>
 #include <cstring>
 
 #include "bench/Device.h"
+#include "model/AclTrace.h"
 
 namespace Kestrix::Bench {
 namespace {
 
+bool countsPoints = false;
+
 // Only what runs within is counted.
 template <class Pass>
 [[gnu::noinline]] void counted(Pass&& pass) {
+  size_t points = 0;
+  if (countsPoints) {
+    aclTraceHandle().levelIs(Platform::kTraceDetail);
+    aclTraceHandle().sinkIs([&](const Platform::TraceRecord&) { ++points; });
+  }
   pass();
+  if (countsPoints) {
+    aclTraceHandle().sinkIs({});
+    fmt::print("{}\n", points);
+  }
   asm volatile("" ::: "memory");  // Not a jump: the pass ends in here.
 }
 
@@ -42,5 +54,6 @@ int runPass(const char* name, size_t intfs) {
 
 int main(int argc, char** argv) {
   if (argc < 2) return 2;
+  Kestrix::Bench::countsPoints = argc > 3;
   return Kestrix::Bench::runPass(argv[1], argc > 2 ? std::strtoul(argv[2], nullptr, 10) : 256);
 }

@@ -68,10 +68,11 @@ bool Outcome::isAllApplied() const {
          });
 }
 
-Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces)
+Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces, Progress& progress)
     : device_(device),
       fpga_(fpga),
       traces_(traces),
+      progress_(progress),
       vcsd_(Platform::make<Platform::VelCommonSmData>()),
       instanceConfig_(Platform::make<Platform::InstanceConfig>()),
       instanceStatus_(Platform::make<Platform::InstanceStatus>()) {
@@ -134,7 +135,8 @@ Outcome Framework::apply(const Configuration& desired) {
   for (const Move& move : moves) left.insert(move.from);
   auto waits = [&](const Wanted& each) { return left.contains(each.key) && held_.at(each.key).config != *each.config; };
   std::vector<const Wanted*> waiting;
-  for (const Wanted& each : wanted) {
+  for (size_t done = 0; const Wanted& each : wanted) {
+    progress_.at(++done, wanted.size());
     if (waits(each)) {
       waiting.push_back(&each);
     } else {

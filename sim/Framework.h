@@ -14,6 +14,7 @@
 
 #include "Configuration.h"
 #include "Device.h"
+#include "Progress.h"
 #include "SimFpga.h"
 #include "TraceCapture.h"
 #include "helper/AclHelper.h"
@@ -128,7 +129,7 @@ class Framework {
  public:
   // Starts the device up, as far as the drop delay in all filters. Raises Platform::RangeError for a device that the
   // helper refuses.
-  Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces);
+  Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces, Progress& progress);
 
   // Brings the device to the desired state, with the calls that the difference to the state before asks for. An
   // interface that is still not active is tried again.
@@ -204,6 +205,7 @@ class Framework {
   const Device& device_;
   Platform::Ptr<SimFpga> fpga_;
   TraceCapture& traces_;
+  Progress& progress_;
   Platform::Ptr<Platform::VelCommonSmData> vcsd_;
   Platform::Ptr<Platform::InstanceConfig> instanceConfig_;
   Platform::Ptr<Platform::InstanceStatus> instanceStatus_;

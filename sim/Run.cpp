@@ -38,10 +38,11 @@ std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configurati
 }
 
 // What a fresh device holds once `desired` alone was applied to it.
-FilterDumps freshFilters(const Device& device, const Configuration& desired, TraceCapture& traces) {
+FilterDumps freshFilters(const Device& device, const Configuration& desired, TraceCapture& traces, Progress& progress) {
+  progress.begin("comparing with a fresh device");
   traces.muteIs(true);
   const auto fpga = Platform::make<SimFpga>();
-  Framework(device, fpga, traces).apply(desired);
+  Framework(device, fpga, traces, progress).apply(desired);
   traces.muteIs(false);
   return {*fpga, device};
 }
@@ -94,14 +95,16 @@ std::optional<Outcome> take(const Step& step, Framework& framework, bool isSet, 
 }  // namespace
 
 RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
-              bool colour) {
+              bool colour, Progress& progress) {
   Diagnostics diagnostics;
+  progress.begin("reading " + line.deviceFile);
   Device device = readDevice(line.deviceFile, deviceText, diagnostics);
   // What is missing from a broken device would be missed in the configurations, too.
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, colour);
   std::vector<Configuration> configurations;
   configurations.reserve(configTexts.size());
   for (size_t i = 0; i < configTexts.size(); ++i) {
+    progress.begin("reading " + line.configFiles.at(i));
     configurations.push_back(readConfiguration(line.configFiles.at(i), configTexts[i], device, diagnostics));
   }
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, colour);
@@ -111,7 +114,7 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
   TraceCapture traces(line.trace);
   std::optional<Framework> framework;
   try {
-    framework.emplace(device, fpga, traces);
+    framework.emplace(device, fpga, traces, progress);
   } catch (const Platform::RangeError& error) {
     Diagnostic refusal;
     refusal.code = "device-refused";
@@ -129,14 +132,16 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
   for (const Step& step : stepsOf(line, configurations)) {
     if (step.configuration != nullptr) desired = *step.configuration;
     isSet = isSet || !step.settings.empty();
+    progress.begin("applying " + (step.configuration != nullptr ? step.file : "--set"));
     const std::optional<Outcome> outcome = take(step, *framework, isSet, diagnostics);
     if (!outcome) return badInput(line, diagnostics, colour);
     reports.push_back({step.file, step.settings, *outcome, {*fpga, device}, {}});
     // On a fresh device there is nothing to deviate from.
     if (reports.size() == 1 && !isSet) continue;
-    const auto fresh = freshFilters(device, desired, traces);
+    const auto fresh = freshFilters(device, desired, traces, progress);
     reports.back().deviations = deviations(reports.back().filters, fresh, *outcome, *fpga, isSet);
   }
+  progress.begin("writing the report");
   std::optional<ModelNode> model;
   if (line.model) model = modelTree(framework->helper());
   const ReportInput input{device, *fpga, reports, startupWrites, diagnostics, model};

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "CommandLine.h"
+#include "Progress.h"
 
 namespace Sim {
 
@@ -15,6 +16,12 @@ struct RunResult {
 
 // The files named by `line` have the contents `deviceText` and, in the same order, `configTexts`.
 RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
-              bool colour);
+              bool colour, Progress& progress);
+// The same, and nothing is shown of how far it is.
+inline RunResult run(const CommandLine& line, const std::string& deviceText,
+                     const std::vector<std::string>& configTexts, bool colour) {
+  Progress none;
+  return run(line, deviceText, configTexts, colour, none);
+}
 
 }  // namespace Sim

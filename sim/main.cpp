@@ -47,7 +47,15 @@ int main(int argc, char** argv) {
 
     const char* const noColour = std::getenv("NO_COLOR");
     const bool colour = isatty(STDOUT_FILENO) != 0 && (noColour == nullptr || *noColour == '\0');
-    const Sim::RunResult result = Sim::run(*line, *deviceText, configTexts, colour);
+    // Traces go there as they come, and show how far it is.
+    const bool showsProgress = isatty(STDERR_FILENO) != 0 && line->trace < 0;
+    Sim::Progress progress(showsProgress ? Sim::Progress::Write([](std::string_view text) {
+      fmt::print(stderr, "{}", text);
+      std::fflush(stderr);
+    })
+                                         : Sim::Progress::Write());
+    const Sim::RunResult result = Sim::run(*line, *deviceText, configTexts, colour, progress);
+    progress.clear();
     fmt::print("{}", result.output);
     return result.exitStatus;
   } catch (const std::exception& error) {

@@ -13,16 +13,12 @@ void TraceHandle::emit(const TraceRecord& record) const {
   sink(record);
 }
 
-void TraceScope::write(int level, int line, fmt::string_view format, fmt::format_args args) const {
+void TraceScope::write(const TraceHandle& handle, TraceRecord record, fmt::string_view format, fmt::format_args args) {
   fmt::memory_buffer message;
   fmt::vformat_to(std::back_inserter(message), format, args);
-  handle_.emit({.handle = handle_.name(),
-                .level = level,
-                .file = file_,
-                .line = line,
-                .operation = operation_,
-                .className = className_,
-                .message = {message.data(), message.size()}});
+  record.handle = handle.name();
+  record.message = {message.data(), message.size()};
+  handle.emit(record);
 }
 
 void consistencyFailure(const TraceScope& trace, TraceFormat<> message) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <map>
 #include <random>
 #include <set>
@@ -139,6 +140,29 @@ TEST(Run, ColourOnlyWhereAskedFor) {
   const std::string config = example("access-edge.json");
   EXPECT_EQ(run({.configFiles = {"c"}}, device, {config}, false).output.find('\033'), std::string::npos);
   EXPECT_NE(run({.configFiles = {"c"}}, device, {config}, true).output.find("\033[32mactive"), std::string::npos);
+}
+
+// The lines shown on the way when the clock advances so much each time that it is looked at.
+std::vector<std::string> progressOf(std::chrono::milliseconds step) {
+  std::vector<std::string> lines;
+  auto now = Progress::Time();
+  {
+    Progress progress([&](std::string_view line) { lines.emplace_back(line); }, [&] { return now += step; });
+    const std::string config = example("access-edge.json");
+    run({.deviceFile = "d", .configFiles = {"v1", "v2"}}, example("edge-switch.json"), {config, config}, false,
+        progress);
+  }
+  return lines;
+}
+
+TEST(Run, ProgressIsShownOnceItTakesLongAndTakenAwayInTheEnd) {
+  EXPECT_THAT(progressOf(std::chrono::milliseconds(1)), testing::IsEmpty());
+  const auto lines = progressOf(std::chrono::milliseconds(200));
+  ASSERT_GT(lines.size(), 3u);
+  EXPECT_THAT(lines, testing::Contains(HasSubstr("\r\033[Kapplying v2: 1 of ")));
+  EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("reading"))));
+  EXPECT_EQ(lines.back(), "\r\033[K");
+  EXPECT_LT(progressOf(std::chrono::milliseconds(60)).size(), lines.size());
 }
 
 TEST(RegisterWords, SayWhatEachBitDoes) {
