@@ -12,14 +12,16 @@ struct SlotText {
   std::array<char, 16> text{};
   size_t size = 0;
 };
-constexpr auto kSlotTexts = [] {
+constexpr std::array<SlotText, Layout::kMaxSlots> slotTexts() {
   std::array<SlotText, Layout::kMaxSlots> slots;
-  for (uint8_t slot = 0; slot < slots.size(); ++slot) {
-    auto& [text, size] = slots[slot];
-    size = static_cast<size_t>(fmt::format_to(text.data(), FMT_COMPILE(Layout::kRuleSlot), slot) - text.data());
+  uint8_t number = 0;
+  for (SlotText& slot : slots) {
+    const char* const end = fmt::format_to(slot.text.data(), FMT_COMPILE(Layout::kRuleSlot), number++);
+    slot.size = static_cast<size_t>(end - slot.text.data());
   }
   return slots;
-}();
+}
+constexpr std::array kSlotTexts = slotTexts();
 
 }  // namespace
 
