@@ -33,11 +33,12 @@ struct TraceRecord {
   std::string_view message;    // Formatted; empty when the entry of an operation says all.
 };
 
-// False only in a build that measures what trace points cost while they are off.
+// Whether there are trace points: not in a build that measures what they cost while they are off.
+inline constexpr bool kHasTraces =
 #ifdef KESTRIX_WITHOUT_TRACES
-inline constexpr bool kHasTraces = false;
+    false;
 #else
-inline constexpr bool kHasTraces = true;
+    true;
 #endif
 
 // Takes the records of a handle.
