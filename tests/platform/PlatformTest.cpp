@@ -53,6 +53,7 @@ TEST(IntfId, OrdersNumbersByValueAndIsTheSameForTheSameName) {
     }
   }
   EXPECT_THROW(IntfId(""), RangeError);
+  EXPECT_EQ(IntfId(std::string(255, 'x')).toText().size(), 255u);
   EXPECT_THROW(IntfId(std::string(256, 'x')), RangeError);
   EXPECT_EQ(DownstreamIntfId::coreId(IntfId("never told")), 0u);
 }
