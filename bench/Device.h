@@ -15,7 +15,6 @@ using Platform::AclData, Platform::AclKey, Platform::IntfId, Platform::Ptr, Plat
 
 inline constexpr auto kOut = Acl::AclDirection::out;
 inline constexpr uint8_t kSlots = 24;
-inline constexpr int kWritesOfAFilter = 4 + 4 * kSlots;
 
 struct CountingTransport final : Platform::TransportMethod {
   uint32_t regRead(std::string_view) noexcept override { return 0; }
