@@ -8,8 +8,8 @@
 #include <variant>
 #include <vector>
 
-#include "platform/AclTypes.h"
-#include "platform/IntfId.h"
+#include "platform/acl/AclTypes.h"
+#include "platform/network/IntfId.h"
 
 namespace Sim {
 

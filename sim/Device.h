@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "Diagnostics.h"
-#include "platform/AclTypes.h"
-#include "platform/IntfId.h"
+#include "platform/acl/AclTypes.h"
+#include "platform/network/IntfId.h"
 
 namespace Sim {
 

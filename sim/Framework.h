@@ -19,7 +19,7 @@
 #include "TraceCapture.h"
 #include "helper/AclHelper.h"
 #include "instance/AclHelperInstanceConfigSm.h"
-#include "platform/Instance.h"
+#include "platform/agent/Instance.h"
 
 namespace Sim {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/ByName.h"
+#include "platform/object/ByName.h"
 
 namespace Sim {
 

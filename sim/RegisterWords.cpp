@@ -9,8 +9,8 @@
 #include <fmt/format.h>
 
 #include "hw/RegisterLayout.h"
-#include "platform/EthAddr.h"
-#include "platform/IpAddr.h"
+#include "platform/network/EthAddr.h"
+#include "platform/network/IpAddr.h"
 
 namespace Sim {
 namespace {

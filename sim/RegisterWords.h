@@ -8,7 +8,7 @@
 
 #include "Device.h"
 #include "SimFpga.h"
-#include "platform/AclTypes.h"
+#include "platform/acl/AclTypes.h"
 
 namespace Sim {
 

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/TransportMethod.h"
+#include "platform/agent/TransportMethod.h"
 
 namespace Sim {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Trace.h"
+#include "platform/runtime/Trace.h"
 
 namespace Sim {
 

@@ -13,10 +13,10 @@
 #include "model/IntfIdToPortGroupId.h"
 #include "model/ShadowAcl.h"
 #include "model/ShadowFilter.h"
-#include "platform/AclData.h"
-#include "platform/Export.h"
-#include "platform/TransportMethod.h"
-#include "platform/VelAclHelper.h"
+#include "platform/acl/AclData.h"
+#include "platform/acl/VelAclHelper.h"
+#include "platform/agent/TransportMethod.h"
+#include "platform/runtime/Export.h"
 
 // The library.
 namespace Kestrix {

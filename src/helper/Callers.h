@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "helper/AclHelper.h"
-#include "platform/Trace.h"
+#include "platform/runtime/Trace.h"
 
 namespace Kestrix {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "model/IntfIdToPortGroupId.h"
-#include "platform/AclTypes.h"
-#include "platform/IntfId.h"
+#include "platform/acl/AclTypes.h"
+#include "platform/network/IntfId.h"
 
 namespace Kestrix {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/Model.h"
+#include "platform/object/Model.h"
 
 namespace Kestrix {
 

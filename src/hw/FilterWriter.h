@@ -5,7 +5,7 @@
 
 #include "hw/FilterAddress.h"
 #include "hw/FilterRegisters.h"
-#include "platform/TransportMethod.h"
+#include "platform/agent/TransportMethod.h"
 
 namespace Kestrix {
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "helper/AclHelper.h"
-#include "platform/Export.h"
-#include "platform/Instance.h"
+#include "platform/agent/Instance.h"
+#include "platform/runtime/Export.h"
 
 namespace Kestrix {
 

@@ -6,10 +6,10 @@
 #include <string_view>
 
 #include "model/IpMacUnion.h"
-#include "platform/AclTypes.h"
-#include "platform/EthAddr.h"
-#include "platform/IpAddr.h"
-#include "platform/Model.h"
+#include "platform/acl/AclTypes.h"
+#include "platform/network/EthAddr.h"
+#include "platform/network/IpAddr.h"
+#include "platform/object/Model.h"
 
 namespace Kestrix {
 

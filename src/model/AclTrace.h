@@ -3,8 +3,8 @@
 
 #include <string_view>
 
-#include "platform/Export.h"
-#include "platform/Trace.h"
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Trace.h"
 
 namespace Kestrix {
 

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "model/AclRule.h"
-#include "platform/AclKey.h"
-#include "platform/Model.h"
+#include "platform/acl/AclKey.h"
+#include "platform/object/Model.h"
 
 namespace Kestrix {
 

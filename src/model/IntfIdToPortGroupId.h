@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "platform/IntfId.h"
-#include "platform/Model.h"
+#include "platform/network/IntfId.h"
+#include "platform/object/Model.h"
 
 namespace Kestrix {
 

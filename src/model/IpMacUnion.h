@@ -11,9 +11,9 @@
 
 #include <fmt/format.h>
 
-#include "platform/Errors.h"
-#include "platform/Model.h"
-#include "platform/Ptr.h"
+#include "platform/object/Model.h"
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Ptr.h"
 
 namespace Kestrix {
 

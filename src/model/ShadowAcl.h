@@ -7,9 +7,9 @@
 
 #include "model/BaseAcl.h"
 #include "model/IpMacUnion.h"
-#include "platform/AclKey.h"
-#include "platform/IntfId.h"
-#include "platform/Model.h"
+#include "platform/acl/AclKey.h"
+#include "platform/network/IntfId.h"
+#include "platform/object/Model.h"
 
 namespace Kestrix {
 

@@ -6,8 +6,8 @@
 
 #include "model/AclRule.h"
 #include "model/BaseAcl.h"
-#include "platform/IntfId.h"
-#include "platform/Model.h"
+#include "platform/network/IntfId.h"
+#include "platform/object/Model.h"
 
 namespace Kestrix {
 

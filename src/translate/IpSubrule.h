@@ -6,9 +6,9 @@
 #include <optional>
 
 #include "model/AclRule.h"
-#include "platform/AclTypes.h"
-#include "platform/IpAddr.h"
-#include "platform/Trace.h"
+#include "platform/acl/AclTypes.h"
+#include "platform/network/IpAddr.h"
+#include "platform/runtime/Trace.h"
 #include "translate/RuleSide.h"
 
 namespace Kestrix {

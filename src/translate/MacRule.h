@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "model/AclRule.h"
-#include "platform/AclTypes.h"
-#include "platform/EthAddr.h"
+#include "platform/acl/AclTypes.h"
+#include "platform/network/EthAddr.h"
 #include "translate/RuleSide.h"
 
 namespace Kestrix {

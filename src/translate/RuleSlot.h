@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "model/BaseAcl.h"
-#include "platform/Trace.h"
+#include "platform/runtime/Trace.h"
 #include "translate/RuleSide.h"
 
 namespace Kestrix {

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
-#include "platform/AclKey.h"
-#include "platform/EthAddr.h"
-#include "platform/IntfId.h"
-#include "platform/Trace.h"
+#include "platform/acl/AclKey.h"
+#include "platform/network/EthAddr.h"
+#include "platform/network/IntfId.h"
+#include "platform/runtime/Trace.h"
 
 namespace Platform {
 namespace {

@@ -1,8 +1,8 @@
-#include "platform/TextCursor.h"
+#include "platform/runtime/TextCursor.h"
 
 #include <fmt/format.h>
 
-#include "platform/Errors.h"
+#include "platform/runtime/Errors.h"
 
 namespace Platform {
 namespace {

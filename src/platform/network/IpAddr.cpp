@@ -1,8 +1,8 @@
-#include "platform/IpAddr.h"
+#include "platform/network/IpAddr.h"
 
 #include <arpa/inet.h>
 
-#include "platform/Text.h"
+#include "platform/runtime/Text.h"
 
 namespace Platform {
 

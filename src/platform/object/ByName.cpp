@@ -1,9 +1,9 @@
-#include "platform/ByName.h"
+#include "platform/object/ByName.h"
 
 #include <map>
 #include <unordered_map>
 
-#include "platform/Erased.h"
+#include "platform/object/Erased.h"
 
 namespace Platform {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Export.h"
+#include "platform/runtime/Export.h"
 
 namespace Platform {
 

@@ -16,10 +16,10 @@
 
 #include <fmt/format.h>
 
-#include "platform/Collections.h"
-#include "platform/Errors.h"
-#include "platform/Ptr.h"
-#include "platform/Text.h"
+#include "platform/object/Collections.h"
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Ptr.h"
+#include "platform/runtime/Text.h"
 
 namespace Platform {
 

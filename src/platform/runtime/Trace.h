@@ -13,7 +13,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/Export.h"
+#include "platform/runtime/Export.h"
 
 namespace Platform {
 

@@ -18,8 +18,8 @@
 
 #include <fmt/format.h>
 
-#include "platform/Errors.h"
-#include "platform/TextCursor.h"
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/TextCursor.h"
 
 namespace Platform {
 

@@ -1,8 +1,8 @@
-#include "platform/EthAddr.h"
+#include "platform/network/EthAddr.h"
 
 #include <charconv>
 
-#include "platform/Text.h"
+#include "platform/runtime/Text.h"
 
 namespace Platform {
 

@@ -22,11 +22,11 @@
 
 #include <fmt/format.h>
 
-#include "platform/Attributes.h"
-#include "platform/Errors.h"
-#include "platform/Export.h"
-#include "platform/Ptr.h"
-#include "platform/Text.h"
+#include "platform/object/Attributes.h"
+#include "platform/runtime/Errors.h"
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Ptr.h"
+#include "platform/runtime/Text.h"
 
 namespace Platform {
 

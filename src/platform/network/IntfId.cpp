@@ -1,4 +1,4 @@
-#include "platform/IntfId.h"
+#include "platform/network/IntfId.h"
 
 #include <cstring>
 #include <deque>
@@ -9,7 +9,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/Errors.h"
+#include "platform/runtime/Errors.h"
 
 namespace Platform {
 namespace {

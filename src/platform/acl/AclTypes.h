@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/EthAddr.h"
-#include "platform/Export.h"
-#include "platform/IpAddr.h"
-#include "platform/Text.h"
+#include "platform/network/EthAddr.h"
+#include "platform/network/IpAddr.h"
+#include "platform/runtime/Export.h"
+#include "platform/runtime/Text.h"
 
 // The framework's kinds of ACLs and rules.
 namespace Acl {

@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
-#include "platform/AclTypes.h"
-#include "platform/Export.h"
+#include "platform/acl/AclTypes.h"
+#include "platform/runtime/Export.h"
 
 namespace Platform {
 

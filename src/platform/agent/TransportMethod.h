@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/Ptr.h"
+#include "platform/runtime/Ptr.h"
 
 namespace Platform {
 

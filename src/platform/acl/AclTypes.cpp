@@ -1,4 +1,4 @@
-#include "platform/AclTypes.h"
+#include "platform/acl/AclTypes.h"
 
 namespace Acl {
 

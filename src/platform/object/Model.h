@@ -19,12 +19,12 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/Attributes.h"
-#include "platform/ByName.h"
-#include "platform/Collections.h"
-#include "platform/Erased.h"
-#include "platform/Ptr.h"
-#include "platform/Text.h"
+#include "platform/object/Attributes.h"
+#include "platform/object/ByName.h"
+#include "platform/object/Collections.h"
+#include "platform/object/Erased.h"
+#include "platform/runtime/Ptr.h"
+#include "platform/runtime/Text.h"
 
 // --- Declarations --------------------------------------------------------------------------------------------------
 

@@ -10,7 +10,7 @@
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 
-#include "platform/Export.h"
+#include "platform/runtime/Export.h"
 
 // What the agent's runtime gives.
 namespace Platform {

@@ -8,9 +8,9 @@
 #include <boost/signals2/dummy_mutex.hpp>
 #include <boost/signals2/signal_type.hpp>
 
-#include "platform/Collections.h"
-#include "platform/IntfId.h"
-#include "platform/Ptr.h"
+#include "platform/network/IntfId.h"
+#include "platform/object/Collections.h"
+#include "platform/runtime/Ptr.h"
 
 namespace Platform {
 

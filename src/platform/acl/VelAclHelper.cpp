@@ -1,4 +1,4 @@
-#include "platform/VelAclHelper.h"
+#include "platform/acl/VelAclHelper.h"
 
 namespace VelHelper {
 

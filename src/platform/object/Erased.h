@@ -7,9 +7,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "platform/Attributes.h"
-#include "platform/ByName.h"
-#include "platform/Collections.h"
+#include "platform/object/Attributes.h"
+#include "platform/object/ByName.h"
+#include "platform/object/Collections.h"
 
 namespace Platform::Detail {
 

@@ -15,7 +15,7 @@
 #include <boost/container/small_vector.hpp>
 #include <boost/container/vector.hpp>
 
-#include "platform/Ptr.h"
+#include "platform/runtime/Ptr.h"
 
 namespace Platform {
 

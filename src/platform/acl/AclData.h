@@ -3,10 +3,10 @@
 
 #include <utility>
 
-#include "platform/AclKey.h"
-#include "platform/Collections.h"
-#include "platform/IntfId.h"
-#include "platform/Ptr.h"
+#include "platform/acl/AclKey.h"
+#include "platform/network/IntfId.h"
+#include "platform/object/Collections.h"
+#include "platform/runtime/Ptr.h"
 
 namespace Platform {
 

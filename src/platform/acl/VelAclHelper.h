@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <unordered_map>
 
-#include "platform/AclData.h"
-#include "platform/Export.h"
-#include "platform/Model.h"
+#include "platform/acl/AclData.h"
+#include "platform/object/Model.h"
+#include "platform/runtime/Export.h"
 
 // The framework's side of a helper.
 namespace VelHelper {

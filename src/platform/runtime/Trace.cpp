@@ -1,9 +1,9 @@
-#include "platform/Trace.h"
+#include "platform/runtime/Trace.h"
 
 #include <iterator>
 #include <string>
 
-#include "platform/Errors.h"
+#include "platform/runtime/Errors.h"
 
 namespace Platform {
 

@@ -1,4 +1,4 @@
-#include "platform/AclKey.h"
+#include "platform/acl/AclKey.h"
 
 #include <boost/container_hash/hash.hpp>
 
