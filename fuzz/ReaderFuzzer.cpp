@@ -2,7 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Run.h"
+#include "command/Run.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);

@@ -1,4 +1,4 @@
-#include "ConfigurationReader.h"
+#include "read/ConfigurationReader.h"
 
 #include <gmock/gmock.h>
 

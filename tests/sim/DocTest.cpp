@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Run.h"
+#include "command/Run.h"
 #include "support/Docs.h"
 
 namespace Sim {

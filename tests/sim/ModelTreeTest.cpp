@@ -5,8 +5,8 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include "ExitStatus.h"
-#include "Run.h"
+#include "command/ExitStatus.h"
+#include "command/Run.h"
 #include "support/Docs.h"
 
 namespace Sim {

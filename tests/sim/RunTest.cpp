@@ -1,4 +1,4 @@
-#include "Run.h"
+#include "command/Run.h"
 
 #include <gmock/gmock.h>
 
@@ -11,8 +11,8 @@
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
-#include "ExitStatus.h"
-#include "RegisterWords.h"
+#include "command/ExitStatus.h"
+#include "report/RegisterWords.h"
 #include "support/Docs.h"
 
 namespace Sim {

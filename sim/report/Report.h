@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "Device.h"
-#include "Diagnostics.h"
-#include "Framework.h"
-#include "ModelTree.h"
-#include "RegisterWords.h"
-#include "SimFpga.h"
+#include "read/Device.h"
+#include "read/Diagnostics.h"
+#include "report/RegisterWords.h"
+#include "simulate/Framework.h"
+#include "simulate/ModelTree.h"
+#include "simulate/SimFpga.h"
 
 namespace Sim {
 

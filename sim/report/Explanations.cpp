@@ -1,4 +1,4 @@
-#include "Explanations.h"
+#include "report/Explanations.h"
 
 namespace Sim {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "CommandLine.h"
-#include "Progress.h"
+#include "command/CommandLine.h"
+#include "simulate/Progress.h"
 
 namespace Sim {
 

@@ -1,4 +1,4 @@
-#include "RegisterWords.h"
+#include "report/RegisterWords.h"
 
 #include <algorithm>
 #include <bit>

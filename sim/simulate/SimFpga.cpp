@@ -1,4 +1,4 @@
-#include "SimFpga.h"
+#include "simulate/SimFpga.h"
 
 namespace Sim {
 

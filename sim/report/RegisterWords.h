@@ -6,9 +6,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "Device.h"
-#include "SimFpga.h"
 #include "platform/acl/AclTypes.h"
+#include "read/Device.h"
+#include "simulate/SimFpga.h"
 
 namespace Sim {
 

@@ -12,14 +12,14 @@
 #include <utility>
 #include <vector>
 
-#include "Configuration.h"
-#include "Device.h"
-#include "Progress.h"
-#include "SimFpga.h"
-#include "TraceCapture.h"
 #include "helper/AclHelper.h"
 #include "instance/AclHelperInstanceConfigSm.h"
 #include "platform/agent/Instance.h"
+#include "read/Configuration.h"
+#include "read/Device.h"
+#include "simulate/Progress.h"
+#include "simulate/SimFpga.h"
+#include "simulate/TraceCapture.h"
 
 namespace Sim {
 

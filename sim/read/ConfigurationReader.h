@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "Configuration.h"
-#include "Device.h"
-#include "Diagnostics.h"
+#include "read/Configuration.h"
+#include "read/Device.h"
+#include "read/Diagnostics.h"
 
 namespace Sim {
 

@@ -1,4 +1,4 @@
-#include "Framework.h"
+#include "simulate/Framework.h"
 
 #include <algorithm>
 #include <map>
@@ -6,8 +6,8 @@
 #include <utility>
 #include <variant>
 
-#include "ModelTree.h"
 #include "model/AclTrace.h"
+#include "simulate/ModelTree.h"
 
 namespace Sim {
 namespace {

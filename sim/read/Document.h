@@ -11,7 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Diagnostics.h"
+#include "read/Diagnostics.h"
 
 namespace Sim {
 

@@ -1,4 +1,4 @@
-#include "ModelTree.h"
+#include "simulate/ModelTree.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,15 +1,15 @@
-#include "Run.h"
+#include "command/Run.h"
 
 #include <optional>
 #include <utility>
 
-#include "ConfigurationReader.h"
-#include "Device.h"
-#include "ExitStatus.h"
-#include "Framework.h"
-#include "Report.h"
-#include "SimFpga.h"
-#include "TraceCapture.h"
+#include "command/ExitStatus.h"
+#include "read/ConfigurationReader.h"
+#include "read/Device.h"
+#include "report/Report.h"
+#include "simulate/Framework.h"
+#include "simulate/SimFpga.h"
+#include "simulate/TraceCapture.h"
 
 namespace Sim {
 namespace {

@@ -1,4 +1,4 @@
-#include "AceReader.h"
+#include "read/AceReader.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "ConfigurationReader.h"
+#include "read/ConfigurationReader.h"
 
 #include <algorithm>
 #include <map>
@@ -7,8 +7,8 @@
 
 #include <fmt/format.h>
 
-#include "AceReader.h"
-#include "Document.h"
+#include "read/AceReader.h"
+#include "read/Document.h"
 
 namespace Sim {
 namespace {

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "Diagnostics.h"
 #include "platform/acl/AclTypes.h"
 #include "platform/network/IntfId.h"
+#include "read/Diagnostics.h"
 
 namespace Sim {
 

@@ -1,4 +1,4 @@
-#include "Document.h"
+#include "read/Document.h"
 
 #include <algorithm>
 #include <set>

@@ -7,10 +7,10 @@
 
 #include <fmt/format.h>
 
-#include "Colour.h"
-#include "Explanations.h"
-#include "RegisterWords.h"
-#include "Report.h"
+#include "report/Colour.h"
+#include "report/Explanations.h"
+#include "report/RegisterWords.h"
+#include "report/Report.h"
 
 namespace Sim {
 namespace {

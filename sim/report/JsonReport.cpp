@@ -1,8 +1,8 @@
 #include <nlohmann/json.hpp>
 
-#include "Explanations.h"
-#include "RegisterWords.h"
-#include "Report.h"
+#include "report/Explanations.h"
+#include "report/RegisterWords.h"
+#include "report/Report.h"
 
 namespace Sim {
 namespace {

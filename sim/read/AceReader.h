@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "Configuration.h"
-#include "Document.h"
+#include "read/Configuration.h"
+#include "read/Document.h"
 
 namespace Sim {
 

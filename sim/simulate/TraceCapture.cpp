@@ -1,4 +1,4 @@
-#include "TraceCapture.h"
+#include "simulate/TraceCapture.h"
 
 #include <algorithm>
 #include <cstdio>

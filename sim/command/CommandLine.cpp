@@ -1,10 +1,10 @@
-#include "CommandLine.h"
+#include "command/CommandLine.h"
 
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
-#include "ExitStatus.h"
+#include "command/ExitStatus.h"
 
 namespace Sim {
 namespace {

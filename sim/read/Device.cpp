@@ -1,8 +1,8 @@
-#include "Device.h"
+#include "read/Device.h"
 
 #include <fmt/format.h>
 
-#include "Document.h"
+#include "read/Document.h"
 
 namespace Sim {
 namespace {

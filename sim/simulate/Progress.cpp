@@ -1,4 +1,4 @@
-#include "Progress.h"
+#include "simulate/Progress.h"
 
 #include <utility>
 

@@ -14,9 +14,9 @@
 
 #include <fmt/format.h>
 
-#include "CommandLine.h"
-#include "ExitStatus.h"
-#include "Run.h"
+#include "command/CommandLine.h"
+#include "command/ExitStatus.h"
+#include "command/Run.h"
 
 namespace {
 
