@@ -6,6 +6,7 @@
 #include "hw/LinkMonitor.h"
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
+#include "platform/object/Describe.h"
 
 namespace Kestrix {
 
