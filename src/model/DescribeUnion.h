@@ -55,8 +55,9 @@ Self IpMacUnion<Self, Ip, Mac>::modelConstruct(const Platform::Arguments& argume
   }
   try {
     return Self(arguments[0].as<Mac>());
-  } catch (const Platform::ModelError& error) {
-    error.raiseIn(whyNotIp + ", and");
+  } catch (Platform::ModelError& error) {
+    error.in(whyNotIp + ", and");
+    throw;
   }
 }
 

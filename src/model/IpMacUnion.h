@@ -49,11 +49,12 @@ class IpMacUnion {
   // By name, from no argument or one of the alternatives; of a text, from the first that reads it.
   static Self modelConstruct(const Platform::Arguments& arguments);
   // The attributes by name. Reading the alternative that is not held raises BadUnionAccessError.
+  using ModelSelf = Self;
   static constexpr int kModelFirstLine = __LINE__;
-  KESTRIX_DESCRIBE_(ip, Settable<Self, Ip, &IpMacUnion::ip, &IpMacUnion::ipIs>);
-  KESTRIX_DESCRIBE_(mac, Settable<Self, Mac, &IpMacUnion::mac, &IpMacUnion::macIs>);
-  KESTRIX_DESCRIBE_(containsIp, View<Self, bool, &IpMacUnion::containsIp>);
-  KESTRIX_DESCRIBE_(containsMac, View<Self, bool, &IpMacUnion::containsMac>);
+  KESTRIX_DESCRIBE_(ip, settable, Ip, &IpMacUnion::ip, &IpMacUnion::ipIs);
+  KESTRIX_DESCRIBE_(mac, settable, Mac, &IpMacUnion::mac, &IpMacUnion::macIs);
+  KESTRIX_DESCRIBE_(containsIp, view, bool, &IpMacUnion::containsIp);
+  KESTRIX_DESCRIBE_(containsMac, view, bool, &IpMacUnion::containsMac);
 
  protected:
   // The positions of the alternatives.

@@ -28,8 +28,9 @@ AclKey AclKey::fromText(std::string_view text) try {
   cursor.require(")");
   cursor.requireEnd();
   return key;
-} catch (const ModelError& error) {
-  error.raiseIn(quoted(text) + " is not the key of an ACL");
+} catch (ModelError& error) {
+  error.in(quoted(text) + " is not the key of an ACL");
+  throw;
 }
 
 }  // namespace Platform

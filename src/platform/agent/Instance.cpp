@@ -1,7 +1,5 @@
 #include "platform/agent/Instance.h"
 
-#include <utility>
-
 #include <boost/signals2/connection.hpp>
 #include <boost/signals2/dummy_mutex.hpp>
 #include <boost/signals2/signal_type.hpp>
@@ -11,11 +9,6 @@ namespace Platform {
 struct Subscription::Connection {
   boost::signals2::scoped_connection scoped;
 };
-
-Subscription::Subscription() = default;
-Subscription::Subscription(Subscription&& other) noexcept = default;
-Subscription& Subscription::operator=(Subscription&& other) noexcept = default;
-Subscription::~Subscription() = default;
 
 bool Subscription::connected() const { return connection_ && connection_->scoped.connected(); }
 
@@ -28,12 +21,11 @@ struct Publisher::Signal {
   boost::signals2::signal_type<void(AttributeId), Mutex>::type signal;
 };
 
-Publisher::Publisher() : signal_(std::make_unique<Signal>()) {}
-Publisher::~Publisher() = default;
+Publisher::Publisher() : signal_(std::make_shared<Signal>()) {}
 
 Subscription Publisher::subscribe(const Callback& callback) const {
   Subscription subscription;
-  subscription.connection_ = std::make_unique<Subscription::Connection>();
+  subscription.connection_ = std::make_shared<Subscription::Connection>();
   subscription.connection_->scoped = signal_->signal.connect(callback);
   return subscription;
 }

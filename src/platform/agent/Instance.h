@@ -18,11 +18,9 @@ using AttributeId = uint32_t;
 // A subscription: empty, or registered until it is destroyed or disconnected.
 class KESTRIX_API Subscription {
  public:
-  Subscription();
-  Subscription(Subscription&& other) noexcept;
-  // What was held before is disconnected.
-  Subscription& operator=(Subscription&& other) noexcept;
-  ~Subscription();
+  Subscription() = default;
+  Subscription(Subscription&&) = default;
+  Subscription& operator=(Subscription&&) = default;
 
   // Whether what was subscribed is still told.
   bool connected() const;
@@ -32,7 +30,7 @@ class KESTRIX_API Subscription {
  private:
   friend class Publisher;
   struct Connection;
-  std::unique_ptr<Connection> connection_;
+  std::shared_ptr<Connection> connection_;  // Not shared: the class of its content is known in the source only.
 };
 
 // Tells its subscribers, synchronously, of the attributes that changed. A subscriber may leave, or end others'
@@ -44,7 +42,6 @@ class KESTRIX_API Publisher {
 
   // Without subscribers.
   Publisher();
-  ~Publisher();
   Publisher(const Publisher&) = delete;
   Publisher& operator=(const Publisher&) = delete;
 
@@ -57,7 +54,7 @@ class KESTRIX_API Publisher {
 
  private:
   struct Signal;
-  std::unique_ptr<Signal> signal_;
+  std::shared_ptr<Signal> signal_;
 };
 
 // The configuration of one agent instance. Owned by the agent.

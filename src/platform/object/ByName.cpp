@@ -22,7 +22,14 @@ void Detail::requireCount(const Arguments& arguments, size_t count) {
   throw WrongTypeError(fmt::format("number of arguments: {}, not {}", count, arguments.size()));
 }
 
-std::string Detail::argumentName(size_t position) { return fmt::format("argument {}", position + 1); }
+std::string Detail::fixedName(const ModelType* type, size_t position) {
+  for (const AttributeRow& row : type->attributes) {
+    if (row.access == Access::fixed && position-- == 0) return std::string(row.name);
+  }
+  return {};
+}
+
+std::string Detail::numberName(const ModelType*, size_t position) { return fmt::format("argument {}", position + 1); }
 
 void requireSameConstruction(const Entity& existing, const Entity& wanted) {
   const ModelType& type = existing.modelType();
@@ -50,10 +57,9 @@ std::vector<const ModelType*> ModelType::all() {
   return types;
 }
 
-Value ModelType::make(const Arguments& arguments) const try {
-  return construct(arguments);
-} catch (const ModelError& error) {
-  error.raiseIn(name);
+Value ModelType::make(const Arguments& arguments) const try { return construct(arguments); } catch (ModelError& error) {
+  error.in(name);
+  throw;
 }
 
 bool ModelType::isA(std::string_view other) const { return name == other || (base != nullptr && base().isA(other)); }
@@ -85,8 +91,9 @@ Result perform(const ModelType& type, std::string_view attribute, Result (*Attri
   }
   try {
     return (row.*operation)(std::forward<Args>(args)...);
-  } catch (const ModelError& error) {
-    error.raiseIn(qualified(type, attribute));
+  } catch (ModelError& error) {
+    error.in(qualified(type, attribute));
+    throw;
   }
 }
 

@@ -63,16 +63,6 @@ typename Collection::mapped_type& store(Collection& collection, const Key& key,
   return collection.insert_or_assign(key, std::move(value)).first->second;
 }
 
-// The key of a member: of a set, the member itself.
-template <class Key>
-const Key& keyOf(const Key& member) {
-  return member;
-}
-template <class Key, class V>
-const std::remove_const_t<Key>& keyOf(const std::pair<Key, V>& member) {
-  return member.first;
-}
-
 // Calls `visit` once for each key that is there at the start and still there when its turn comes. `visit` may remove
 // any member, add members (not visited), and destroy whatever does not own `collection` itself: the caller keeps that
 // alive.
@@ -80,7 +70,13 @@ template <class Collection, class Visit>
 void forEachStable(const Collection& collection, Visit&& visit) {
   boost::container::small_vector<typename Collection::key_type, 16> keys;
   keys.reserve(collection.size());
-  for (const auto& member : collection) keys.push_back(keyOf(member));
+  for (const auto& member : collection) {
+    if constexpr (requires { typename Collection::mapped_type; }) {
+      keys.push_back(member.first);
+    } else {
+      keys.push_back(member);
+    }
+  }
   for (const auto& key : keys) {
     if (collection.contains(key)) visit(key);
   }
@@ -91,6 +87,7 @@ template <class T>
 class OptionalByte {
  public:
   OptionalByte(std::optional<T> value = {}) : byte_(value ? static_cast<uint8_t>(*value) : kAbsent) {}
+  bool operator==(const OptionalByte&) const = default;
   operator std::optional<T>() const {
     return byte_ == kAbsent ? std::nullopt : std::optional<T>(static_cast<T>(byte_));
   }

@@ -1,4 +1,4 @@
-// For the one source of each model class: makes of its attribute declarations (Model.h) what equality, text forms and
+// For the one source of each model class: makes of its attribute declarations (Model.h) what text forms and
 // the access by name need.
 //
 //   KESTRIX_DEFINE_VALUE(AclRule)
@@ -15,14 +15,16 @@
 #include <type_traits>
 #include <utility>
 
+#include <boost/mp11/algorithm.hpp>
+#include <boost/mp11/list.hpp>
+
 #include "platform/object/ByName.h"
 #include "platform/object/Collections.h"
 #include "platform/object/Model.h"
 
 // A value type without a text that is read back.
-#define KESTRIX_DEFINE_PRINTED_VALUE(Type)                                                                     \
-  KESTRIX_DEFINE_MODEL_(Type)                                                                                  \
-  bool Type::operator==(const Type& other) const { return ::Platform::Detail::equalAttributes(*this, other); } \
+#define KESTRIX_DEFINE_PRINTED_VALUE(Type) \
+  KESTRIX_DEFINE_MODEL_(Type)              \
   std::string Type::toText() const { return ::Platform::Detail::modelText(model(), this); }
 
 #define KESTRIX_DEFINE_VALUE(Type)   \
@@ -37,6 +39,8 @@
 
 namespace Platform::Detail {
 
+namespace mp11 = boost::mp11;
+
 // --- Steps that need no class --------------------------------------------------------------------------------------
 
 // The model's notation of a value: Value('Kestrix::AclRule', ruleKey=0, ...). Absent attributes are left out.
@@ -45,8 +49,10 @@ std::string modelText(const ModelType& type, const void* self);
 Value readModel(const ModelType& type, TextCursor& cursor);
 // Raises WrongTypeError for another number of arguments.
 void requireCount(const Arguments& arguments, size_t count);
-// How an error names an argument of an operation: "argument 1" for that at 0.
-std::string argumentName(size_t position);
+// How errors name the arguments of a constructor, by the fixed attributes; of an operation, by their numbers.
+using ArgumentName = std::string (*)(const ModelType* type, size_t position);
+std::string fixedName(const ModelType* type, size_t position);
+std::string numberName(const ModelType* type, size_t position);
 
 // Makes a type known to ModelType::find as long as it lives.
 class Registration {
@@ -80,18 +86,19 @@ Object& objectOf(void* self) {
 template <class T>
 T convert(const Value& value, std::string_view name) try {
   return value.as<T>();
-} catch (const ModelError& error) {
-  error.raiseIn(name);
+} catch (ModelError& error) {
+  error.in(name);
+  throw;
 }
 
-template <class T>
-struct IsOptional : std::false_type {
-  using Content = T;
-};
-template <class T>
-struct IsOptional<std::optional<T>> : std::true_type {
-  using Content = T;
-};
+// The arguments as the tuple `Types`.
+template <class Types>
+Types convertAll(const Arguments& arguments, ArgumentName name, const ModelType* type = nullptr) {
+  requireCount(arguments, std::tuple_size_v<Types>);
+  return [&]<size_t... I>(std::index_sequence<I...>) {
+    return Types{convert<std::tuple_element_t<I, Types>>(arguments[I], name(type, I))...};
+  }(std::make_index_sequence<std::tuple_size_v<Types>>());
+}
 
 // The value at the cursor, of the attribute `name`. Its text ends where its form does, or at the next delimiter.
 template <class T>
@@ -102,310 +109,208 @@ T readToken(TextCursor& cursor, std::string_view name) try {
     static_assert(TextToken<T>, "where the text of this type ends is not clear: it needs a way to read a cursor");
     return fromText<T>(cursor.takeUntil(",)"));
   }
-} catch (const ModelError& error) {
-  error.raiseIn(name);
-}
-template <class T>
-Value readValue(TextCursor& cursor, std::string_view name) {
-  return readToken<T>(cursor, name);
+} catch (ModelError& error) {
+  error.in(name);
+  throw;
 }
 
-template <class ObjectType, class T, Access access, auto kGet>
-struct Scalar {
+template <class T>
+struct Optional : std::false_type {
+  using Content = T;
+};
+template <class T>
+struct Optional<std::optional<T>> : std::true_type {
+  using Content = T;
+};
+
+// A scalar.
+template <What what, class ObjectType, class T, auto kGet, auto... kSet>
+  requires(what <= What::child)
+struct Attribute<what, ObjectType, T, kGet, kSet...> {
   using Object = ObjectType;
   using Type = T;
-  static constexpr bool kIsFixed = access == Access::fixed;
-  static constexpr bool kIsStored = access != Access::readOnly;
-
-  static Value read(const void* self) { return Value(T(std::invoke(kGet, objectOf<Object>(self)))); }
-  static bool equal(const Object& left, const Object& right) {
-    return std::invoke(kGet, left) == std::invoke(kGet, right);
-  }
-  static constexpr void fill(AttributeRow& row) {
-    row.access = access;
-    row.isOptional = IsOptional<T>::value;
-    row.read = read;
-    if constexpr (kIsStored && !std::derived_from<Object, Entity>) {
-      row.fromText = readValue<typename IsOptional<T>::Content>;
-    }
-  }
-};
-
-template <class Object, class T, auto kGet>
-struct Fixed : Scalar<Object, T, Access::fixed, kGet> {};
-
-template <class Object, class T, auto kGet>
-struct View : Scalar<Object, T, Access::readOnly, kGet> {};
-
-template <class Object, class T, auto kGet, auto kSet>
-struct Settable : Scalar<Object, T, Access::settable, kGet> {
-  static void set(void* self, const Value& value) { std::invoke(kSet, objectOf<Object>(self), value.as<T>()); }
-  static constexpr void fill(AttributeRow& row) {
-    Scalar<Object, T, Access::settable, kGet>::fill(row);
-    row.set = set;
-  }
-};
-
-template <class Object, class T, auto kMember>
-struct Child : Scalar<Object, Ptr<T>, Access::readOnly, kMember> {
-  static Value insert(void* self, const Arguments& arguments) {
+  static constexpr bool kIsFixed = what == What::fixed;
+  static Value makeChild(void* self, const Arguments& arguments) {
     requireCount(arguments, 0);
-    Ptr<T>& child = objectOf<Object>(self).*kMember;
-    if (!child) child = make<T>();
-    return child;
+    T& child = objectOf<Object>(self).*kGet;
+    return child ? child : child = make<typename T::element_type>();
   }
-  static Value erase(void* self, const Value& key) {
+  static Value takeChild(void* self, const Value& key) {
     if (key.hasValue()) throw WrongTypeError("a single owned entity has no key");
-    return std::exchange(objectOf<Object>(self).*kMember, nullptr);
+    return std::exchange(objectOf<Object>(self).*kGet, nullptr);
   }
-  static constexpr void fill(AttributeRow& row) {
-    Scalar<Object, Ptr<T>, Access::readOnly, kMember>::fill(row);
-    row.insert = insert;
-    row.erase = erase;
+  static constexpr AttributeRow row(std::string_view name) {
+    AttributeRow row{.name = name, .access = kIsFixed ? Access::fixed : Access::readOnly};
+    row.isOptional = Optional<T>::value;
+    row.read = [](const void* self) { return Value(T(std::invoke(kGet, objectOf<Object>(self)))); };
+    if constexpr (what == What::settable) {
+      row.access = Access::settable;
+      row.set = [](void* self, const Value& value) { std::invoke(kSet..., objectOf<Object>(self), value.as<T>()); };
+    } else if constexpr (what == What::child) {
+      row.insert = makeChild;
+      row.erase = takeChild;
+    }
+    if constexpr (what <= What::settable && !std::derived_from<Object, Entity>) {
+      row.fromText = [](TextCursor& cursor, std::string_view called) {
+        return Value(readToken<typename Optional<T>::Content>(cursor, called));
+      };
+    }
+    return row;
   }
 };
 
-// What the collections have in common. `Members` says what a member is: its value, how one is looked up and inserted.
-template <class ObjectType, auto kMember, class Members>
-struct CollectionOf {
+// A collection.
+template <What what, class ObjectType, class T, auto kMember, auto... kInsert>
+  requires(what > What::child && what < What::operation)
+struct Attribute<what, ObjectType, T, kMember, kInsert...> {
   using Object = ObjectType;
   using Container = std::remove_reference_t<decltype(std::declval<Object&>().*kMember)>;
   using Key = typename Container::key_type;
   static constexpr bool kIsFixed = false;
-  static constexpr bool kIsStored = true;
 
   static const Container& of(const void* self) { return objectOf<Object>(self).*kMember; }
   static Container& of(void* self) { return objectOf<Object>(self).*kMember; }
   static Key keyFrom(const Value& value) { return convert<Key>(value, "key"); }
 
-  static bool equal(const Object& left, const Object& right) { return left.*kMember == right.*kMember; }
-  static Value lookUp(const void* self, const Value& key) { return Members::lookUp(of(self), keyFrom(key)); }
-  static bool contains(const void* self, const Value& key) { return of(self).contains(keyFrom(key)); }
-  static size_t count(const void* self) { return of(self).size(); }
-  static void forEach(const void* self, const MemberVisit& visit) {
-    const Container& container = of(self);
-    forEachStable(container, [&](const Key& key) { visit(key, Members::member(container, key)); });
-  }
-  static Value erase(void* self, const Value& key) { return Members::take(of(self), keyFrom(key)); }
-  static void clear(void* self) { of(self).clear(); }
-
-  static constexpr void fill(AttributeRow& row) {
-    row.kind = Kind::collection;
-    row.access = Access::settable;
-    row.lookUp = lookUp;
-    row.contains = contains;
-    row.count = count;
-    row.forEach = forEach;
-    row.insert = Members::insert;
-    row.erase = erase;
-    row.clear = clear;
-  }
-};
-
-template <class Object, class Key, auto kMember>
-struct KeySet : CollectionOf<Object, kMember, KeySet<Object, Key, kMember>> {
-  static bool lookUp(const Set<Key>& set, const Key& key) { return set.contains(key); }
-  static bool member(const Set<Key>&, const Key&) { return true; }
-  static bool take(Set<Key>& set, const Key& key) { return set.erase(key) != 0; }
-  static Value insert(void* self, const Arguments& arguments) {
-    const bool isMember = arguments.size() != 2 || convert<bool>(arguments[1], "membership");
-    requireCount(arguments, arguments.size() == 2 ? 2 : 1);
-    const Key key = convert<Key>(arguments[0], "key");
-    if (!isMember) throw SetFalseError("a member is taken out by removing it, not by setting it to false");
-    (objectOf<Object>(self).*kMember).insert(key);
-    return true;
-  }
-};
-
-// Of the maps: a member is the value.
-struct MappedMembers {
-  template <class Container, class Key>
-  static Value member(const Container& container, const Key& key) {
-    return container.at(key);
-  }
-  template <class Container, class Key>
-  static Value take(Container& container, const Key& key) {
-    return takeOut(container, key);
-  }
-};
-
-template <class Object, class T, auto kMember, class Lookup>
-struct KeyedMap : CollectionOf<Object, kMember, KeyedMap<Object, T, kMember, Lookup>>, MappedMembers {
-  template <class Container, class Key>
-  static Value lookUp(const Container& container, const Key& key) {
-    return Platform::lookUp<Lookup>(container, key);
-  }
-  static Value insert(void* self, const Arguments& arguments) {
-    requireCount(arguments, 2);
-    auto& container = objectOf<Object>(self).*kMember;
-    const auto key = KeyedMap::keyFrom(arguments[0]);
-    return store(container, key, convert<T>(arguments[1], "value"));
-  }
-};
-
-template <class Object, class T, auto kMember, auto kInsert>
-struct OwnKeyedMap : CollectionOf<Object, kMember, OwnKeyedMap<Object, T, kMember, kInsert>>, MappedMembers {
-  template <class Container, class Key>
-  static Value lookUp(const Container& container, const Key& key) {
-    return Platform::lookUp<T>(container, key);
-  }
-  static Value insert(void* self, const Arguments& arguments) {
-    requireCount(arguments, 1);
-    return std::invoke(kInsert, objectOf<Object>(self), convert<T>(arguments[0], "value"));
-  }
-  static constexpr void fill(AttributeRow& row) {
-    CollectionOf<Object, kMember, OwnKeyedMap>::fill(row);
-    row.hasOwnKeys = true;
-  }
-};
-
-template <class Object, class T, auto kMember>
-struct EntityMap : CollectionOf<Object, kMember, EntityMap<Object, T, kMember>>, MappedMembers {
-  template <class Container, class Key>
-  static Value lookUp(const Container& container, const Key& key) {
-    return Platform::lookUp<Ptr<T>>(container, key);
-  }
-  static Value insert(void* self, const Arguments& arguments) {
-    const Ptr<T> wanted = T::model().construct(arguments).template as<Ptr<T>>();
-    const auto key = EntityMap::keyFrom(arguments[0]);
-    const auto [entry, isNew] = (objectOf<Object>(self).*kMember).try_emplace(key, wanted);
-    if (!isNew) requireSameConstruction(*entry->second, *wanted);
-    return entry->second;
-  }
-};
-
-template <class ObjectType, auto kMethod>
-struct Operation {
-  using Object = ObjectType;
-  static constexpr bool kIsFixed = false;
-  static constexpr bool kIsStored = false;
-
-  // Each argument converted to the type of its parameter.
-  template <class Result, class Owner, class... Parameters, size_t... I>
-  static Value callWith(Object& object, const Arguments& arguments, Result (Owner::*)(Parameters...),
-                        std::index_sequence<I...>) {
-    requireCount(arguments, sizeof...(I));
-    std::tuple<std::remove_cvref_t<Parameters>...> converted{
-        convert<std::remove_cvref_t<Parameters>>(arguments[I], argumentName(I))...};
-    if constexpr (std::is_void_v<Result>) {
-      (object.*kMethod)(std::get<I>(converted)...);
-      return {};
+  static Value lookUp(const void* self, const Value& key) {
+    if constexpr (what == What::set) {
+      return of(self).contains(keyFrom(key));
     } else {
-      return (object.*kMethod)(std::get<I>(converted)...);
+      return Platform::lookUp<T>(of(self), keyFrom(key));
     }
   }
-  template <class Result, class Owner, class... Parameters>
-  static Value call(Object& object, const Arguments& arguments, Result (Owner::*method)(Parameters...)) {
-    return callWith(object, arguments, method, std::index_sequence_for<Parameters...>());
+  static void forEach(const void* self, const MemberVisit& visit) {
+    forEachStable(of(self), [&](const Key& key) {
+      if constexpr (what == What::set) {
+        visit(key, true);
+      } else {
+        visit(key, Value(of(self).at(key)));
+      }
+    });
   }
-  template <class Result, class Owner, class... Parameters>
-  static Value call(Object& object, const Arguments& arguments, Result (Owner::*)(Parameters...) const) {
-    return call(object, arguments, static_cast<Result (Owner::*)(Parameters...)>(nullptr));
+  static Value insert(void* self, const Arguments& arguments) {
+    if constexpr (what == What::set) {
+      const bool isMember = arguments.size() != 2 || convert<bool>(arguments[1], "membership");
+      requireCount(arguments, arguments.size() == 2 ? 2 : 1);
+      const Key key = keyFrom(arguments[0]);
+      if (!isMember) throw SetFalseError("a member is taken out by removing it, not by setting it to false");
+      of(self).insert(key);
+      return true;
+    } else if constexpr (what == What::map) {
+      requireCount(arguments, 2);
+      const Key key = keyFrom(arguments[0]);
+      return store(of(self), key, convert<typename Container::mapped_type>(arguments[1], "value"));
+    } else if constexpr (what == What::values) {
+      requireCount(arguments, 1);
+      return std::invoke(kInsert..., objectOf<Object>(self), convert<T>(arguments[0], "value"));
+    } else {
+      const T wanted = T::element_type::model().construct(arguments).template as<T>();
+      const auto [entry, isNew] = of(self).try_emplace(keyFrom(arguments[0]), wanted);
+      if (!isNew) requireSameConstruction(*entry->second, *wanted);
+      return entry->second;
+    }
   }
-  static Value callByName(void* self, const Arguments& arguments) {
-    return call(objectOf<Object>(self), arguments, kMethod);
+  static Value erase(void* self, const Value& key) {
+    if constexpr (what == What::set) {
+      return of(self).erase(keyFrom(key)) != 0;
+    } else {
+      return takeOut(of(self), keyFrom(key));
+    }
   }
-  static constexpr void fill(AttributeRow& row) {
-    row.kind = Kind::operation;
-    row.call = callByName;
+  static constexpr AttributeRow row(std::string_view name) {
+    AttributeRow row{.name = name, .kind = Kind::collection, .access = Access::settable};
+    row.hasOwnKeys = what == What::values;
+    row.lookUp = lookUp;
+    row.contains = [](const void* self, const Value& key) { return of(self).contains(keyFrom(key)); };
+    row.count = [](const void* self) { return of(self).size(); };
+    row.forEach = forEach;
+    row.insert = insert;
+    row.erase = erase;
+    row.clear = [](void* self) { of(self).clear(); };
+    return row;
+  }
+};
+
+// The types that the parameters of an operation are given as, and of its result.
+template <class Method>
+struct Signature;
+template <class Owner, class ResultType, class... Parameters>
+struct Signature<ResultType (Owner::*)(Parameters...)> {
+  using Result = ResultType;
+  using Types = std::tuple<std::remove_cvref_t<Parameters>...>;
+};
+template <class Owner, class Result, class... Parameters>
+struct Signature<Result (Owner::*)(Parameters...) const> : Signature<Result (Owner::*)(Parameters...)> {};
+
+template <class ObjectType, class T, auto kMethod>
+struct Attribute<What::operation, ObjectType, T, kMethod> {
+  using Object = ObjectType;
+  static constexpr bool kIsFixed = false;
+
+  static Value call(void* self, const Arguments& arguments) {
+    using Of = Signature<decltype(kMethod)>;
+    return std::apply(
+        [&](const auto&... each) -> Value {
+          if constexpr (std::is_void_v<typename Of::Result>) {
+            (objectOf<Object>(self).*kMethod)(each...);
+            return {};
+          } else {
+            return (objectOf<Object>(self).*kMethod)(each...);
+          }
+        },
+        convertAll<typename Of::Types>(arguments, numberName));
+  }
+  static constexpr AttributeRow row(std::string_view name) {
+    return {.name = name, .kind = Kind::operation, .call = call};
   }
 };
 
 // --- A class -------------------------------------------------------------------------------------------------------
 
-template <class T, int kLine>
-using AttributeAt = decltype(T::modelAttribute(Line<T::kModelFirstLine + kLine>()));
-
 // Whether T, and not a base that it adds nothing to, declares an attribute so many lines below its opening.
-template <class T, int kLine>
-concept DeclaresAt = requires { requires std::same_as<typename AttributeAt<T, kLine>::Object, T>; };
-
-// The positions in `chosen` that are true.
-template <auto chosen>
-constexpr auto positions() {
-  std::array<int, static_cast<size_t>(std::count(chosen.begin(), chosen.end(), true))> found{};
-  size_t next = 0;
-  for (size_t i = 0; i < chosen.size(); ++i) {
-    if (chosen[i]) found[next++] = static_cast<int>(i);
-  }
-  return found;
-}
-
-// The lines, below its opening, on which T declares attributes.
+template <class T, class Below>
+using AttributeAt = decltype(T::modelAttribute(Line<T::kModelFirstLine + Below::value>()));
 template <class T>
-inline constexpr auto kLines = []<int... kLine>(std::integer_sequence<int, kLine...>) {
-  return positions<std::array<bool, kMostLines>{DeclaresAt<T, kLine>...}>();
-}(std::make_integer_sequence<int, kMostLines>());
+struct DeclaresAt {
+  template <class Below>
+  using fn = mp11::mp_bool<requires { requires std::same_as<typename AttributeAt<T, Below>::Object, T>; }>;
+};
+// Those lines, as a list of numbers.
+template <class T>
+using Lines = mp11::mp_copy_if_q<mp11::mp_iota_c<kMostLines>, DeclaresAt<T>>;
 
-// Calls `visit` with those lines as its template arguments whose attributes `Chosen` chooses.
-template <class T, template <class> class Chosen, class Visit>
-constexpr decltype(auto) withLines(const Visit& visit) {
-  return [&]<size_t... I>(std::index_sequence<I...>) -> decltype(auto) {
-    constexpr auto kChosen =
-        positions<std::array<bool, sizeof...(I)>{Chosen<AttributeAt<T, kLines<T>[I]>>::value...}>();
-    return [&]<size_t... J>(std::index_sequence<J...>) -> decltype(auto) {
-      return visit.template operator()<kLines<T>[static_cast<size_t>(kChosen[J])]...>();
-    }(std::make_index_sequence<kChosen.size()>());
-  }(std::make_index_sequence<kLines<T>.size()>());
-}
-
-template <class>
-using Every = std::true_type;
-template <class Attribute>
-using IfFixed = std::bool_constant<Attribute::kIsFixed>;
-template <class Attribute>
-using IfStored = std::bool_constant<Attribute::kIsStored>;
-
-template <class T, int kLine>
-constexpr std::string_view nameAt() {
-  return T::modelAttributeName(Line<T::kModelFirstLine + kLine>());
+template <class T, class... Below>
+constexpr auto ownRows(mp11::mp_list<Below...>) {
+  return std::array<AttributeRow, sizeof...(Below)>{
+      AttributeAt<T, Below>::row(T::modelAttributeName(Line<T::kModelFirstLine + Below::value>()))...};
 }
 
 // The rows of T: those of its base first.
 template <class T>
-constexpr auto rowsOf() {
-  constexpr auto kOwn = withLines<T, Every>([]<int... kLine>() {
-    const auto row = []<int kAt>(std::integral_constant<int, kAt>) {
-      AttributeRow made{.name = nameAt<T, kAt>()};
-      AttributeAt<T, kAt>::fill(made);
-      return made;
-    };
-    return std::array<AttributeRow, sizeof...(kLine)>{row(std::integral_constant<int, kLine>())...};
-  });
+inline constexpr auto kRows = [] {
+  constexpr auto kOwn = ownRows<T>(Lines<T>());
   if constexpr (requires { typename T::ModelBase; }) {
-    constexpr auto kBase = rowsOf<typename T::ModelBase>();
+    constexpr auto& kBase = kRows<typename T::ModelBase>;
     std::array<AttributeRow, kBase.size() + kOwn.size()> rows;
     std::copy(kOwn.begin(), kOwn.end(), std::copy(kBase.begin(), kBase.end(), rows.begin()));
     return rows;
   } else {
     return kOwn;
   }
-}
-template <class T>
-inline constexpr auto kRows = rowsOf<T>();
+}();
 
+// The types of T's fixed attributes, which its constructor takes, as a tuple. A derived class takes what its base does.
 template <class T>
-bool equalAttributes(const T& left, const T& right) {
-  if (&left == &right) return true;
-  return withLines<T, IfStored>([&]<int... kLine>() { return (AttributeAt<T, kLine>::equal(left, right) && ...); });
-}
-
-// The arguments of T's constructor, as a tuple: its fixed attributes. A class that has none takes those of its base.
+struct FixedTypes {
+  template <class Below>
+  using IsFixed = mp11::mp_bool<AttributeAt<T, Below>::kIsFixed>;
+  template <class Below>
+  using TypeAt = typename AttributeAt<T, Below>::Type;
+  using type = mp11::mp_rename<mp11::mp_transform<TypeAt, mp11::mp_copy_if<Lines<T>, IsFixed>>, std::tuple>;
+};
 template <class T>
-auto constructorArguments(const Arguments& arguments) {
-  return withLines<T, IfFixed>([&]<int... kLine>() {
-    if constexpr (requires { typename T::ModelBase; }) {
-      static_assert(sizeof...(kLine) == 0, "a derived class has the constructor of its base");
-      return constructorArguments<typename T::ModelBase>(arguments);
-    } else {
-      requireCount(arguments, sizeof...(kLine));
-      return [&]<size_t... I>(std::index_sequence<I...>) {
-        return std::tuple<typename AttributeAt<T, kLine>::Type...>{
-            convert<typename AttributeAt<T, kLine>::Type>(arguments[I], nameAt<T, kLine>())...};
-      }(std::make_index_sequence<sizeof...(kLine)>());
-    }
-  });
-}
+  requires requires { typename T::ModelBase; }
+struct FixedTypes<T> : FixedTypes<typename T::ModelBase> {};
 
 template <class T>
 Value construct(const Arguments& arguments) {
@@ -422,7 +327,7 @@ Value construct(const Arguments& arguments) {
             return T(args...);
           }
         },
-        constructorArguments<T>(arguments));
+        convertAll<typename FixedTypes<T>::type>(arguments, fixedName, &T::model()));
   }
 }
 

@@ -1,5 +1,5 @@
-// Attribute declarations: one line per attribute is its storage, its reader and writer, and its description. Equality,
-// text forms and access by name follow from the descriptions.
+// Attribute declarations: one line per attribute is its storage, its reader and writer, and its description. Equality
+// follows from what is stored, text forms and access by name from the descriptions.
 //
 //   class AclRule {
 //     KESTRIX_VALUE(AclRule, "Kestrix::AclRule");
@@ -86,11 +86,11 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   static_assert(true, "")
 
 // A plain value: copied, compared and printed attribute by attribute.
-#define KESTRIX_PRINTED_VALUE(Type, qualifiedName)      \
-  KESTRIX_NAMED_(Type, qualifiedName);                  \
-  KESTRIX_ATTRIBUTES_OF_(Type);                         \
-  KESTRIX_PRINTED_(Type);                               \
-  KESTRIX_API bool operator==(const Type& other) const; \
+#define KESTRIX_PRINTED_VALUE(Type, qualifiedName) \
+  KESTRIX_NAMED_(Type, qualifiedName);             \
+  KESTRIX_ATTRIBUTES_OF_(Type);                    \
+  KESTRIX_PRINTED_(Type);                          \
+  bool operator==(const Type&) const = default;    \
   static_assert(true, "")
 
 // The same, and read back from its text. It has no collections.
@@ -113,10 +113,11 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   }                                            \
   static_assert(true, "")
 
-// Describes an attribute of the class; what follows its name is one of the types of detail/Attributes.h.
-#define KESTRIX_DESCRIBE_(name, ...)                                                                         \
-  static constexpr std::string_view modelAttributeName(::Platform::Detail::Line<__LINE__>) { return #name; } \
-  static ::Platform::Detail::__VA_ARGS__ modelAttribute(::Platform::Detail::Line<__LINE__>);                 \
+// Describes an attribute of the class: what it is, of which type, how it is reached (detail/Attributes.h).
+#define KESTRIX_DESCRIBE_(name, what, ...)                                                                     \
+  static constexpr std::string_view modelAttributeName(::Platform::Detail::Line<__LINE__>) { return #name; }   \
+  static ::Platform::Detail::Attribute<::Platform::Detail::What::what, ModelSelf, __VA_ARGS__> modelAttribute( \
+      ::Platform::Detail::Line<__LINE__>);                                                                     \
   static_assert(__LINE__ - kModelFirstLine < ::Platform::Detail::kMostLines, "too far from the opening: not found")
 
 // Given at construction; `Type name_` is for the constructor to initialise.
@@ -126,7 +127,7 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
                                                           \
  public:                                                  \
   ::Platform::Read<Type> name() const { return name##_; } \
-  KESTRIX_DESCRIBE_(name, Fixed<ModelSelf, Type, &ModelSelf::name>)
+  KESTRIX_DESCRIBE_(name, fixed, Type, &ModelSelf::name)
 
 // Read and written freely; the rest of the arguments is the initial value.
 #define KESTRIX_SETTABLE(Type, name, ...)                     \
@@ -136,12 +137,12 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
  public:                                                      \
   ::Platform::Read<Type> name() const { return name##_; }     \
   void name##Is(Type value) { name##_ = std::move(value); }   \
-  KESTRIX_DESCRIBE_(name, Settable<ModelSelf, Type, &ModelSelf::name, &ModelSelf::name##Is>)
+  KESTRIX_DESCRIBE_(name, settable, Type, &ModelSelf::name, &ModelSelf::name##Is)
 
 // Computed by the rest of the arguments whenever it is read.
 #define KESTRIX_VIEW(Type, name, ...)       \
   Type name() const { return __VA_ARGS__; } \
-  KESTRIX_DESCRIBE_(name, View<ModelSelf, Type, &ModelSelf::name>)
+  KESTRIX_DESCRIBE_(name, view, Type, &ModelSelf::name)
 
 #define KESTRIX_CONTAINER_(Container, name)                        \
  private:                                                          \
@@ -160,7 +161,7 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   bool name(const Key& key) const { return name##_.contains(key); }  \
   void name##Is(const Key& key) { name##_.insert(key); }             \
   bool name##Del(const Key& key) { return name##_.erase(key) != 0; } \
-  KESTRIX_DESCRIBE_(name, KeySet<ModelSelf, Key, &ModelSelf::name##_>)
+  KESTRIX_DESCRIBE_(name, set, bool, &ModelSelf::name##_)
 
 // A hash map of values: name(key) gives a Lookup (the value type, or an optional of it); nameIs inserts or overwrites
 // and returns the entry; nameDel removes and returns the value, the type's default when there was none.
@@ -170,7 +171,7 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   Lookup name(const Key& key) const { return ::Platform::lookUp<Lookup>(name##_, key); }                   \
   Type& name##Is(const Key& key, Type value) { return ::Platform::store(name##_, key, std::move(value)); } \
   Type name##Del(const Key& key) { return ::Platform::takeOut(name##_, key); }                             \
-  KESTRIX_DESCRIBE_(name, KeyedMap<ModelSelf, Type, &ModelSelf::name##_, Lookup>)
+  KESTRIX_DESCRIBE_(name, map, Lookup, &ModelSelf::name##_)
 
 // Values stored under a key of their own, `keyAttribute`, ascending: as KESTRIX_MAP, but nameIs takes the value alone.
 // The second nameDel removes at a position and returns the one after it. nameReserve makes room for so many at once.
@@ -182,7 +183,7 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   Type name##Del(Key key) { return ::Platform::takeOut(name##_, key); }                                        \
   name##Map::iterator name##Del(const name##Map::const_iterator& position) { return name##_.erase(position); } \
   void name##Reserve(size_t count) { name##_.reserve(count); }                                                 \
-  KESTRIX_DESCRIBE_(name, OwnKeyedMap<ModelSelf, Type, &ModelSelf::name##_, &ModelSelf::name##Is>)
+  KESTRIX_DESCRIBE_(name, values, Type, &ModelSelf::name##_, &ModelSelf::name##Is)
 
 // Entities owned under their key: name(key) may be null; nameIs finds one, or makes it from its construction arguments,
 // the key first (ReinstantiationError when it exists with others); nameDel removes and returns it, or null.
@@ -195,7 +196,7 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
     return ::Platform::findOrMake(name##_, key, args...);                                                              \
   }                                                                                                                    \
   ::Platform::Ptr<Type> name##Del(const Key& key) { return ::Platform::takeOut(name##_, key); }                        \
-  KESTRIX_DESCRIBE_(name, EntityMap<ModelSelf, Type, &ModelSelf::name##_>)
+  KESTRIX_DESCRIBE_(name, entities, ::Platform::Ptr<Type>, &ModelSelf::name##_)
 
 // One owned entity: nameIs returns it, made empty when there is none; nameDel detaches and returns it.
 #define KESTRIX_CHILD(Type, name)                                                                     \
@@ -206,7 +207,7 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   const ::Platform::Ptr<Type>& name() const { return name##_; }                                       \
   ::Platform::Ptr<Type> name##Is() { return name##_ ? name##_ : name##_ = ::Platform::make<Type>(); } \
   ::Platform::Ptr<Type> name##Del() { return std::exchange(name##_, nullptr); }                       \
-  KESTRIX_DESCRIBE_(name, Child<ModelSelf, Type, &ModelSelf::name##_>)
+  KESTRIX_DESCRIBE_(name, child, ::Platform::Ptr<Type>, &ModelSelf::name##_)
 
 // A member function, declared before, that is called by name, too.
-#define KESTRIX_OPERATION(name) KESTRIX_DESCRIBE_(name, Operation<ModelSelf, &ModelSelf::name>)
+#define KESTRIX_OPERATION(name) KESTRIX_DESCRIBE_(name, operation, void, &ModelSelf::name)

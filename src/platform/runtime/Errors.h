@@ -5,78 +5,70 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/runtime/Export.h"
 
 namespace Platform {
 
 // Base of all misuse of the model by its caller. Whatever raises one has changed nothing.
-struct KESTRIX_API ModelError : std::runtime_error {
-  using std::runtime_error::runtime_error;
+class KESTRIX_API ModelError : public std::exception {
+ public:
+  explicit ModelError(std::string message) : message_(std::move(message)) {}
 
-  // Raises this error again, of the same class, with `where` in front of its message: "where: message".
-  [[noreturn]] void raiseIn(std::string_view where) const { std::rethrow_exception(within(where)); }
-
- private:
-  virtual std::exception_ptr within(std::string_view where) const = 0;
-};
-
-// What the errors below are derived from; each names itself as `Self`.
-template <class Self>
-struct KESTRIX_API ModelErrorOf : ModelError {
-  using ModelError::ModelError;
+  const char* what() const noexcept override { return message_.c_str(); }
+  // Puts `where` in front of the message: "where: message". For whoever passes the error on.
+  void in(std::string_view where) { message_.insert(0, ": ").insert(0, where); }
 
  private:
-  std::exception_ptr within(std::string_view where) const final {
-    return std::make_exception_ptr(Self(std::string(where).append(": ").append(what())));
-  }
+  std::string message_;
 };
 
 // A text that does not parse, or a value outside the range of its attribute.
-struct KESTRIX_API RangeError : ModelErrorOf<RangeError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API RangeError : ModelError {
+  using ModelError::ModelError;
 };
 
 // An entity exists under the key, with other construction arguments.
-struct KESTRIX_API ReinstantiationError : ModelErrorOf<ReinstantiationError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API ReinstantiationError : ModelError {
+  using ModelError::ModelError;
 };
 
 // The alternative read is not the one that the union holds.
-struct KESTRIX_API BadUnionAccessError : ModelErrorOf<BadUnionAccessError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API BadUnionAccessError : ModelError {
+  using ModelError::ModelError;
 };
 
 // --- Of the access by name: each names the class and the attribute ---
 
 // No attribute of that name.
-struct KESTRIX_API UnknownAttributeError : ModelErrorOf<UnknownAttributeError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API UnknownAttributeError : ModelError {
+  using ModelError::ModelError;
 };
 
 // The attribute is of a kind that has no such access: a scalar has no members, a collection no single value.
-struct KESTRIX_API AttributeKindError : ModelErrorOf<AttributeKindError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API AttributeKindError : ModelError {
+  using ModelError::ModelError;
 };
 
 // The attribute is given at construction.
-struct KESTRIX_API FixedAttributeError : ModelErrorOf<FixedAttributeError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API FixedAttributeError : ModelError {
+  using ModelError::ModelError;
 };
 
 // The attribute is changed by the object itself, or computed.
-struct KESTRIX_API ReadOnlyAttributeError : ModelErrorOf<ReadOnlyAttributeError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API ReadOnlyAttributeError : ModelError {
+  using ModelError::ModelError;
 };
 
 // False was given for a membership: members are taken out of a set by removing them.
-struct KESTRIX_API SetFalseError : ModelErrorOf<SetFalseError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API SetFalseError : ModelError {
+  using ModelError::ModelError;
 };
 
 // A value given has another type, and is no text either; or the number of arguments is another.
-struct KESTRIX_API WrongTypeError : ModelErrorOf<WrongTypeError> {
-  using ModelErrorOf::ModelErrorOf;
+struct KESTRIX_API WrongTypeError : ModelError {
+  using ModelError::ModelError;
 };
 
 // ---

@@ -1,8 +1,9 @@
-// How the declarations of Model.h describe an attribute: by a function that is declared, never defined, and returns one
-// of the types below. They say what the attribute is and how it is reached; Describe.h, in the source of the class,
-// makes of them what equality, text forms and the access by name need.
+// How the declarations of Model.h describe an attribute: by a function that is declared, never defined, and returns an
+// Attribute, which says what it is and how it is reached. Describe.h, in the source of the class, makes of it what
+// equality, text forms and the access by name need.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <type_traits>
 
@@ -16,24 +17,13 @@ struct Line {};
 // The most lines from the opening of a class to its last attribute.
 inline constexpr int kMostLines = 120;
 
-template <class Object, class T, auto kGet>
-struct Fixed;
-template <class Object, class T, auto kGet, auto kSet>
-struct Settable;
-template <class Object, class T, auto kGet>
-struct View;
-template <class Object, class T, auto kMember>
-struct Child;
-template <class Object, class T, auto kMember>
-struct KeySet;
-template <class Object, class T, auto kMember, class Lookup>
-struct KeyedMap;
-template <class Object, class T, auto kMember, auto kInsert>
-struct OwnKeyedMap;
-template <class Object, class T, auto kMember>
-struct EntityMap;
-template <class Object, auto kMethod>
-struct Operation;
+// What is declared, by the macro of the same name.
+enum class What : uint8_t { fixed, settable, view, child, set, map, values, entities, operation };
+
+// `access` is the reader and, where there is one, the writer; of a child and a collection, what stores it; of an
+// operation, itself. T is the type of a scalar, and what a lookup in a collection gives.
+template <What what, class Object, class T, auto... access>
+struct Attribute;
 
 // How an attribute is stored: optional bytes in one byte, everything else as it is.
 template <class T>
