@@ -21,6 +21,12 @@ uint8_t requireRuleCount(std::string_view attribute, uint8_t rules) {
       fmt::format("{}.{}: {} is above the limit {}", AclHelper::modelName(), attribute, rules, kMaxRules));
 }
 
+Refused aclRefusal(const Platform::AclKey& key, bool isIngressSupported) {
+  if (key.direction == Acl::AclDirection::in && !isIngressSupported) return {Refusal::noIngress};
+  if (key.type == Acl::AclType::ipv4 || key.type == Acl::AclType::mac) return {};
+  return {Refusal::aclType, static_cast<uint32_t>(key.type)};
+}
+
 }  // namespace
 
 AclHelper::AclHelper(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap,
@@ -72,16 +78,14 @@ AclHelper::String AclHelper::intfLinecardName(IntfId intf) {
   return "FixedSystem";
 }
 
-bool AclHelper::aclSupported(const Platform::AclKey& key) const {
+bool AclHelper::aclSupported(const Platform::AclKey& key) const { return !checkAcl(key); }
+
+Refused AclHelper::checkAcl(const Platform::AclKey& key) const {
   const AclTrace trace("AclHelper", "aclSupported");
   trace.level6("ACL direction: {} type: {}", key.direction, key.type);
-  if (key.direction == Acl::AclDirection::in && !ingressAclsSupported()) {
-    trace.level6("Profile does not support ingress ACLs");
-    return false;
-  }
-  if (key.type == Acl::AclType::ipv4 || key.type == Acl::AclType::mac) return true;
-  trace.level6("Unsupported ACL type {}", key.type);
-  return false;
+  const Refused refused = aclRefusal(key, ingressAclsSupported());
+  if (refused) trace.level6("{}", refused);
+  return refused;
 }
 
 void AclHelper::blockIntf(IntfId intf, bool block, uint32_t /*reason*/) {

@@ -105,7 +105,7 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
     shadowAcl.errorIntfDel(intf);
   } else {
     trace.level6("Clearing {}'s ACL failed", intf);
-    shadowAcl.errorIntfIs(intf, error);
+    shadowAcl.failIntf(intf, error);
   }
   return done(error);
 }

@@ -81,9 +81,9 @@ const DetachRow& detachRow(Type leaving, const BaseAcl* staying) {
 
 }  // namespace
 
-AttachRefusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules) {
-  if (acl.base()->rule().size() > maxRules) return AttachRefusal::tooManyRules;
-  return attachRow(filter, acl).conflict ? AttachRefusal::typeConflict : AttachRefusal::none;
+Refusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules) {
+  if (acl.base()->rule().size() > maxRules) return Refusal::tooManyRules;
+  return attachRow(filter, acl).conflict ? Refusal::typeConflict : Refusal::none;
 }
 
 FilterContent contentAfterAttach(const ShadowFilter& filter, const ShadowAcl::Acl& acl) {
