@@ -2,8 +2,6 @@
 
 #include "helper/Callers.h"
 #include "hw/FilterRegisters.h"
-#include "hw/FilterWriter.h"
-#include "hw/LinkMonitor.h"
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
 
@@ -86,42 +84,6 @@ Refused AclHelper::checkAcl(const Platform::AclKey& key) const {
   const Refused refused = aclRefusal(key, ingressAclsSupported());
   if (refused) trace.level6("{}", refused);
   return refused;
-}
-
-void AclHelper::blockIntf(IntfId intf, bool block, uint32_t /*reason*/) {
-  const Ptr<AclHelper> self(this);  // The callback may drop the last other reference.
-  AclTrace("AclHelper", "blockIntf").level5("intf: {} block: {}", intf, block);
-  const std::string path = linkMonitorPath(filterAddress(intf, intfMap()));
-  transport()->regWrite(path, linkMonitorValue(transport()->regRead(path), block));
-  // A failed access stays in the transport's error flag, for the next write of a filter to report.
-  if (block) {
-    aclIntfBlockedStatusIs(intf, true);
-  } else {
-    aclIntfBlockedStatusDel(intf);
-  }
-}
-
-AclHelper::AclCreateError AclHelper::regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf,
-                                                    Acl::AclDirection direction, bool enableRegOnly) {
-  const Ptr<AclHelper> self(this);  // The transport may drop the last other reference.
-  const AclTrace trace("AclHelper", "regWriteHelper");
-  trace.level6("writing to intf: {}", intf);
-  trace.level6("only writing to enable register: {}", enableRegOnly);
-
-  FilterPath path(filterAddress(intf, intfMap()), direction);
-  if (enableRegOnly) {
-    writeEnable(*transport(), path, filterRegisters);
-  } else {
-    writeFilter(*transport(), path, filterRegisters, ruleLimit(direction));
-  }
-
-  if (transport()->error().error()) {
-    trace.level6("I2C transaction error occured!! Has the FPGA been cleared?");
-    transport()->error().errorIs(false);
-    return AclCreateError::hardwareFailure;
-  }
-  trace.level6("success!");
-  return AclCreateError::noError;
 }
 
 }  // namespace Kestrix
