@@ -77,13 +77,9 @@ AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const 
     trace.level6("Filter type {} with no ACL rules. Use existing filter rules", old->ruleType());
   }
   trace.level6("Replacing existing filter for {}", intf);
-  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, maxRules, content);
   trace.level6("Do rules: {}", content.rules.size());
-  filter->ruleReserve(content.rules.size());
-  for (const AclRule& rule : content.rules) {
-    trace.level6("Rule {}", rule);
-    filter->ruleIs(rule);
-  }
+  for (const AclRule& rule : content.rules) trace.level6("Rule {}", rule);
+  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, maxRules, content);
 
   const AclCreateError error = regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/false);
   if (error == AclCreateError::noError) {
