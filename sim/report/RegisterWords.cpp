@@ -78,8 +78,8 @@ FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface
   const int core = interface.core - 1;
   const int group = interface.portGroup - 1;
   FilterDump dump{.intf = interface.id, .direction = direction};
-  dump.path = direction == Acl::AclDirection::in ? fmt::format(Layout::kInputFilter, core, group)
-                                                 : fmt::format(Layout::kOutputFilter, core, group);
+  dump.path = direction == Acl::AclDirection::in ? fmt::format(Layout::kIngressFilter, core, group)
+                                                 : fmt::format(Layout::kEgressFilter, core, group);
   std::string path = dump.path;
   // Fills `values` with the registers of `rows` at the first `prefix` characters of the path.
   const auto read = [&](size_t prefix, const auto& rows, auto& values) {

@@ -1,22 +1,20 @@
 #include "helper/AclHelper.h"
 
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "hw/FilterRegisters.h"
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
 
 namespace Kestrix {
 
-static_assert(kMaxRules == Layout::kMaxSlots);
-
 KESTRIX_DEFINE_ENTITY(AclHelper)
 
 namespace {
 
-uint8_t requireRuleCount(std::string_view attribute, uint8_t rules) {
-  if (rules <= kMaxRules) return rules;
+uint8_t requireSlotCount(std::string_view attribute, uint8_t slots) {
+  if (slots <= Layout::kMaxSlots) return slots;
   throw Platform::RangeError(
-      fmt::format("{}.{}: {} is above the limit {}", AclHelper::modelName(), attribute, rules, kMaxRules));
+      fmt::format("{}.{}: {} is above the limit {}", AclHelper::modelName(), attribute, slots, Layout::kMaxSlots));
 }
 
 Refused aclRefusal(const Platform::AclKey& key, bool isIngressSupported) {
@@ -29,11 +27,11 @@ Refused aclRefusal(const Platform::AclKey& key, bool isIngressSupported) {
 
 AclHelper::AclHelper(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap,
                      uint8_t inRules, uint8_t outRules, const Ptr<const Platform::VelCommonSmData>& vcsd)
-    : transport_(requireSet<AclHelper>("transport", transport)),
+    : transport_(requireNotNull<AclHelper>("transport", transport)),
       intfMap_(intfMap),
-      inRules_(requireRuleCount("inRules", inRules)),
-      outRules_(requireRuleCount("outRules", outRules)),
-      vcsd_(requireSet<AclHelper>("vcsd", vcsd)) {
+      inRules_(requireSlotCount("inRules", inRules)),
+      outRules_(requireSlotCount("outRules", outRules)),
+      vcsd_(requireNotNull<AclHelper>("vcsd", vcsd)) {
   inShadowFilterIs();
   outShadowFilterIs();
 }

@@ -19,7 +19,7 @@ AclHelper::AclCreateError AclHelper::regWriteHelper(const FilterRegisters& filte
   if (enableRegOnly) {
     writeEnable(*transport(), path, filterRegisters);
   } else {
-    writeFilter(*transport(), path, filterRegisters, ruleLimit(direction));
+    writeFilter(*transport(), path, filterRegisters, slotCount(direction));
   }
 
   if (transport()->error().error()) {

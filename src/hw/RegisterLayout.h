@@ -110,8 +110,8 @@ inline constexpr uint16_t kAnyPort = 0xFFFF;
 inline constexpr uint32_t kAnyAddress = 0xFFFF'FFFF;
 
 // Paths. The arguments are the core index and the port-group index, both 0-based and 16 bits wide.
-inline constexpr char kInputFilter[] = "msp_send[{}]/i_filter[{}]/";
-inline constexpr char kOutputFilter[] = "msp_return[{}]/filter[{}]/";
+inline constexpr char kIngressFilter[] = "msp_send[{}]/i_filter[{}]/";
+inline constexpr char kEgressFilter[] = "msp_return[{}]/filter[{}]/";
 // Appended to the path of a filter, with the slot number.
 inline constexpr char kRuleSlot[] = "rule[{}]/";
 // A register of the receive port, whose number is the port-group index.

@@ -1,7 +1,7 @@
 // A rule of an ACL cannot be put into the hardware: setCreationError.
 
 #include "helper/AclHelper.h"
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "model/AclTrace.h"
 
 namespace Kestrix {
@@ -10,7 +10,7 @@ AclHelper::AclCreateError AclHelper::setCreationError(const Ptr<ShadowAcl>& shad
   const Ptr<AclHelper> self(this);  // The callbacks may drop the last other reference.
   const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
   const AclTrace trace("AclHelper", "setCreationError");
-  requireShadowAcl(shadowAcl != nullptr, trace);
+  requireShadowAcl(shadowAcl, trace);
 
   trace.level6("acl: {}, err: {}", shadowAcl->key().name, error);
   Platform::forEachStable(shadowAcl->applyingIntf(), [&](IntfId intf) {

@@ -21,8 +21,8 @@ bool conflicts(const ShadowFilter& filter, const ShadowAcl::Acl& acl) {
 
 }  // namespace
 
-Refusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules) {
-  if (acl.base()->rule().size() > maxRules) return Refusal::tooManyRules;
+Refusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t slots) {
+  if (acl.base()->rule().size() > slots) return Refusal::tooManyRules;
   return conflicts(filter, acl) ? Refusal::typeConflict : Refusal::none;
 }
 
@@ -47,7 +47,7 @@ FilterContent contentAfterAttach(const ShadowFilter& filter, const ShadowAcl::Ac
 }
 
 bool holdsAnother(const ShadowFilter& filter, const ShadowAcl& shadowAcl) {
-  const BaseAcl* holder = filter.recorded(shadowAcl.acl().containsIp());
+  const BaseAcl* holder = filter.aclOf(shadowAcl.acl().type());
   return holder != nullptr && holder->key() != shadowAcl.key();
 }
 
@@ -63,7 +63,7 @@ FilterContent contentAfterDetach(const ShadowFilter& filter, const ShadowAcl::Ac
     content.ruleType = filter.ruleType();
     content.ipAcl = filter.ipAcl();
   }
-  const BaseAcl* staying = filter.recorded(!isIpAcl);
+  const BaseAcl* staying = filter.aclOf(isIpAcl ? Acl::AclType::mac : Acl::AclType::ipv4);
   if (staying == nullptr) return content;
   content.permitAny = staying->permitAny().value_or(false);
   content.rules = inKeyOrder(staying->rule());
@@ -75,10 +75,10 @@ FilterContent contentAfterDetach(const ShadowFilter& filter, const ShadowAcl::Ac
   return content;
 }
 
-Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::IntfId intf, uint8_t maxRules,
+Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::IntfId intf, uint8_t slots,
                                           const FilterContent& content) {
   filters.shadowFilterDel(intf);
-  const auto filter = filters.shadowFilterIs(intf, content.ruleType, maxRules);
+  const auto filter = filters.shadowFilterIs(intf, content.ruleType, slots);
   filter->ipAclIs(content.ipAcl);
   filter->macAclIs(content.macAcl);
   filter->delayIs(content.delay);

@@ -62,7 +62,7 @@ inline constexpr std::array kRefusals{
     RefusalRow{Refusal::destinationInSourceAcl, "destinationInSourceAcl",
                "can't filter on destination, already filtering on source"},
     RefusalRow{Refusal::noSlot, "noSlot", "no available rule registers", Platform::AclCreateError::hardwareFailure},
-    RefusalRow{Refusal::tooManyRules, "tooManyRules", "more rules than the filter has rule registers",
+    RefusalRow{Refusal::tooManyRules, "tooManyRules", "more rules than the filter has slots",
                Platform::AclCreateError::hardwareFailure},
     RefusalRow{Refusal::typeConflict, "typeConflict",
                "Cannot set registers as other ACL type already existed in filter"},

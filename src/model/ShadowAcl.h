@@ -31,6 +31,8 @@ class ShadowAcl final : public Platform::Entity {
     // anywhere.
     explicit Acl(Platform::TextCursor& text) : Acl(readUnion(text)) {}
 
+    // IPv4 or MAC.
+    ::Acl::AclType type() const { return containsIp() ? ::Acl::AclType::ipv4 : ::Acl::AclType::mac; }
     // The held shadow ACL, whatever its type; null when there is none yet.
     Platform::Ptr<BaseAcl> base() const {
       return containsIp() ? Platform::Ptr<BaseAcl>(ip()) : Platform::Ptr<BaseAcl>(mac());

@@ -1,7 +1,7 @@
 // Translation of IPv4 rules: createIpAclSubrule, createIpFragRule, and createFinalAclRule for every ACL.
 
 #include "helper/AclHelper.h"
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "model/AclTrace.h"
 #include "translate/IpSubrule.h"
 #include "translate/RuleSlot.h"
@@ -66,10 +66,10 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
     return AclCreateError::noError;
   }
 
-  const auto ruleKey = freeSlot(*ipAcl, ruleLimit(key.direction));
-  if (!ruleKey) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
+  const auto slot = freeSlot(*ipAcl, slotCount(key.direction));
+  if (!slot) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
   if (match.port != 0) ipAcl->l4Is(true);
-  storeRule(*ipAcl, ipRule(*ruleKey, match, subrule), side, trace);
+  storeRule(*ipAcl, ipRule(*slot, match, subrule), side, trace);
   return AclCreateError::noError;
 }
 
@@ -96,7 +96,7 @@ AclHelper::AclCreateError AclHelper::createFinalAclRule(Acl::AclType /*aclType*/
 
   if (!aclSupported(key)) return AclCreateError::noError;
   const Ptr<ShadowAcl> shadowAcl = attachedAcl(*this, key, trace);
-  requireShadowAcl(shadowAcl->acl().base() != nullptr, trace);  // Attached, but never pre-created.
+  requireShadowAcl(shadowAcl->acl().base(), trace);  // Attached, but never pre-created.
   shadowAcl->aclRulesFinalizedIs(true);
   return writeAclToIntfs(shadowAcl);
 }

@@ -1,7 +1,7 @@
 // Translation of MAC rules: createMacAclRule.
 
 #include "helper/AclHelper.h"
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "model/AclTrace.h"
 #include "translate/MacRule.h"
 #include "translate/RuleSlot.h"
@@ -74,9 +74,9 @@ AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig& 
   }
   if (kind != MacRuleKind::everyEtherType) return refuseRule(shadowAcl, traced({Refusal::protocolAddress}, trace));
 
-  const auto ruleKey = freeSlot(*macAcl, ruleLimit(key.direction));
-  if (!ruleKey) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
-  storeRule(*macAcl, macRule(*ruleKey, side, ruleConfig), side, trace);
+  const auto slot = freeSlot(*macAcl, slotCount(key.direction));
+  if (!slot) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
+  storeRule(*macAcl, macRule(*slot, side, ruleConfig), side, trace);
   return AclCreateError::noError;
 }
 

@@ -34,8 +34,8 @@ bool matchesEverything(RuleSide side, const IpSubrule& subrule) {
   return side == RuleSide::neither && subrule.proto == Platform::kAnyProto;
 }
 
-AclRule ipRule(uint8_t ruleKey, const IpMatch& match, const IpSubrule& subrule) {
-  AclRule rule(ruleKey);
+AclRule ipRule(uint8_t slot, const IpMatch& match, const IpSubrule& subrule) {
+  AclRule rule(slot);
   rule.addrWithMaskIs(AclAddrWithMask(match.addr));
   rule.portIs(match.port);
   rule.actionIs(subrule.action);

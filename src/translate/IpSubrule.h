@@ -53,6 +53,6 @@ IpMatch matchOn(RuleSide side, const IpSubrule& subrule);
 // Whether the rule matches every packet, so that it is the ACL's verdict and no rule.
 bool matchesEverything(RuleSide side, const IpSubrule& subrule);
 
-AclRule ipRule(uint8_t ruleKey, const IpMatch& match, const IpSubrule& subrule);
+AclRule ipRule(uint8_t slot, const IpMatch& match, const IpSubrule& subrule);
 
 }  // namespace Kestrix

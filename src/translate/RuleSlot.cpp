@@ -2,9 +2,9 @@
 
 namespace Kestrix {
 
-std::optional<uint8_t> freeSlot(const BaseAcl& acl, uint8_t limit) {
-  const uint8_t ruleKey = acl.getNextAclRuleKey();
-  if (ruleKey < limit) return ruleKey;
+std::optional<uint8_t> freeSlot(const BaseAcl& acl, uint8_t slots) {
+  const uint8_t slot = acl.getNextAclRuleKey();
+  if (slot < slots) return slot;
   return {};
 }
 
