@@ -13,7 +13,7 @@ namespace {
 
 using Platform::Ptr, Platform::make;
 
-constexpr char kLibrary[] = "libkestrix_acl.so.0.1";
+constexpr char kLibrary[] = "libkestrix_acl.so.0.2";
 // The factories' symbols, as the C++ ABI spells their parameters.
 constexpr char kHelperFactory[] =
     "_ZN7Kestrix16aclHelperFactoryERKN5boost13intrusive_ptrIN8Platform15TransportMethodEEE"

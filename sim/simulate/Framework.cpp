@@ -400,7 +400,7 @@ bool Framework::isInError(const Platform::AclKey& key, Platform::IntfId intf) co
 
 bool Framework::isInFilter(const Platform::AclKey& key, Platform::IntfId intf) const {
   const auto filter = helper_->shadowFilters(key.direction)->shadowFilter(intf);
-  const auto* recorded = filter ? filter->recorded(key.type == Acl::AclType::ipv4) : nullptr;
+  const auto* recorded = filter ? filter->aclOf(key.type) : nullptr;
   return recorded != nullptr && recorded->key() == key;
 }
 

@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "model/IntfIdToPortGroupId.h"
+#include "model/Refusal.h"
 #include "model/ShadowAcl.h"
 #include "model/ShadowFilter.h"
 #include "platform/acl/AclData.h"
@@ -26,9 +27,6 @@ class FilterRegisters;
 // The name under which errors of the hardware unit are raised.
 inline constexpr char kUnitName[] = "Kestrix";
 
-// The most rule registers that one filter can have.
-inline constexpr uint8_t kMaxRules = 24;
-
 // The helper of this platform. Its operations raise RangeError for a null ACL, and ConsistencyError when the framework
 // broke the order of calls.
 // Not final, as an agent calls the operations through the virtual table: they are not exported.
@@ -38,14 +36,14 @@ class AclHelper : public VelHelper::AclHelper {
   KESTRIX_FIXED(Platform::Ptr<Platform::TransportMethod>, transport);
   // The port groups of the interfaces.
   KESTRIX_FIXED(IntfIdToPortGroupId, intfMap);
-  // Rule registers of one ingress and of one egress filter, 0 to 24.
+  // Slots for rules of one ingress and of one egress filter, 0 to Layout::kMaxSlots.
   KESTRIX_FIXED(uint8_t, inRules);
   KESTRIX_FIXED(uint8_t, outRules);
   // Shared with the framework; `intf` lists the interfaces that the agent manages.
   KESTRIX_FIXED(Platform::Ptr<const Platform::VelCommonSmData>, vcsd);
   // The instance is being torn down: detaching and cleaning up leave everything as it is.
   KESTRIX_SETTABLE(bool, destroying, false);
-  // Whether the hardware holds ingress ACLs; initially, whether there are ingress rule registers.
+  // Whether the hardware holds ingress ACLs; initially, whether there are ingress slots.
   KESTRIX_SETTABLE(bool, ingressAclsSupported, inRules_ != 0);
   // The ACLs that were attached to an interface and not yet cleaned up.
   KESTRIX_ENTITIES(Platform::AclKey, ShadowAcl, allShadowAcl);
@@ -55,7 +53,7 @@ class AclHelper : public VelHelper::AclHelper {
   KESTRIX_MADE_BY(AclHelperIs);
 
  public:
-  // A new helper. Raises RangeError when `transport` or `vcsd` is null, or a number of rules is above kMaxRules.
+  // A new helper. Raises RangeError when `transport` or `vcsd` is null, or a number of slots is above the limit.
   static Ptr<AclHelper> AclHelperIs(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap,
                                     uint8_t inRules, uint8_t outRules,
                                     const Ptr<const Platform::VelCommonSmData>& vcsd);
@@ -89,6 +87,10 @@ class AclHelper : public VelHelper::AclHelper {
                                    bool belongsToAnother) override;
   void updateAclPorts(const Ptr<AclData>& aclData, bool add) override;
 
+  // Why the rule or ACL given last was refused, by one of createIpAclSubrule, createIpFragRule, createMacAclRule and
+  // precreateAcl; no refusal when it was accepted. Known before the framework is told of the error.
+  const Refused& lastRefused() const { return lastRefused_; }
+
   // --- Operations of the model ---
 
   // Whether the hardware can hold ACLs of the key's type and direction.
@@ -118,12 +120,12 @@ class AclHelper : public VelHelper::AclHelper {
   AclCreateError setCreationError(const Ptr<ShadowAcl>& shadowAcl, AclCreateError error);
   KESTRIX_OPERATION(setCreationError);
 
-  // The filters, and the rule registers of one filter, of a direction. The filters are null after they were deleted by
+  // The filters of a direction, and the number of slots of one of them. The filters are null after they were deleted by
   // name.
   const Ptr<ShadowFilters>& shadowFilters(Acl::AclDirection direction) const {
     return direction == Acl::AclDirection::in ? inShadowFilter() : outShadowFilter();
   }
-  uint8_t ruleLimit(Acl::AclDirection direction) const {
+  uint8_t slotCount(Acl::AclDirection direction) const {
     return direction == Acl::AclDirection::in ? inRules() : outRules();
   }
 
@@ -131,12 +133,18 @@ class AclHelper : public VelHelper::AclHelper {
   AclHelper(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap, uint8_t inRules,
             uint8_t outRules, const Ptr<const Platform::VelCommonSmData>& vcsd);
 
+  // The answer of aclSupported, with the reason.
+  Refused checkAcl(const Platform::AclKey& key) const;
+  // Notes why a rule of the ACL is refused, and fails the interfaces that wait for it. Returns the reason's error.
+  AclCreateError refuseRule(const Ptr<ShadowAcl>& shadowAcl, const Refused& refused);
   // One interface of a writeAclToIntfs pass.
   AclCreateError writeAclToIntf(ShadowAcl& shadowAcl, const ShadowAcl::Acl& acl, IntfId intf);
   // One interface of a clearAclFromIntfs pass.
   AclCreateError clearAclFromIntf(ShadowAcl& shadowAcl, IntfId intf);
-  // The interface is in error, the hardware unit too.
-  AclCreateError refuseIntf(ShadowAcl& shadowAcl, IntfId intf, AclCreateError error);
+  // The interface is in error, the hardware unit too. Returns the reason's error.
+  AclCreateError refuseIntf(ShadowAcl& shadowAcl, IntfId intf, Refusal reason);
+
+  Refused lastRefused_;
 };
 
 // The library's entry point for the agent: the same as AclHelper::AclHelperIs.

@@ -33,8 +33,8 @@ FilterAddress filterAddress(Platform::IntfId intf, const IntfIdToPortGroupId& in
 FilterPath::FilterPath(const FilterAddress& address, Acl::AclDirection direction) {
   const auto [core, portGroup] = address;
   const auto end = direction == Acl::AclDirection::in
-                       ? fmt::format_to(text_.begin(), FMT_COMPILE(Layout::kInputFilter), core, portGroup)
-                       : fmt::format_to(text_.begin(), FMT_COMPILE(Layout::kOutputFilter), core, portGroup);
+                       ? fmt::format_to(text_.begin(), FMT_COMPILE(Layout::kIngressFilter), core, portGroup)
+                       : fmt::format_to(text_.begin(), FMT_COMPILE(Layout::kEgressFilter), core, portGroup);
   baseSize_ = slotSize_ = static_cast<size_t>(end - text_.begin());
 }
 

@@ -1,6 +1,6 @@
 #include "instance/AclHelperInstanceConfigSm.h"
 
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "hw/FilterRegisters.h"
 #include "model/AclTrace.h"
 #include "platform/object/Describe.h"
@@ -17,7 +17,7 @@ constexpr std::string_view kClass = "AclHelperInstanceConfigSm";
 bool applyDelay(AclHelper& helper, ShadowFilters& filters, Platform::IntfId intf, Acl::AclDirection direction,
                 bool delay) {
   Platform::Ptr<ShadowFilter> filter = filters.shadowFilter(intf);
-  if (!filter) filter = filters.shadowFilterIs(intf, Acl::AclType::mac, helper.ruleLimit(direction));
+  if (!filter) filter = filters.shadowFilterIs(intf, Acl::AclType::mac, helper.slotCount(direction));
   filter->delayIs(delay);
   return helper.regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/true) ==
          Platform::AclCreateError::noError;
@@ -29,10 +29,10 @@ AclHelperInstanceConfigSm::AclHelperInstanceConfigSm(
     const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
     const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
     const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper)
-    : instanceConfig_(requireSet<AclHelperInstanceConfigSm>("instanceConfig", instanceConfig)),
-      instanceStatus_(requireSet<AclHelperInstanceConfigSm>("instanceStatus", instanceStatus)),
-      vcsd_(requireSet<AclHelperInstanceConfigSm>("vcsd", vcsd)),
-      aclHelper_(requireSet<AclHelperInstanceConfigSm>("aclHelper", aclHelper)) {
+    : instanceConfig_(requireNotNull<AclHelperInstanceConfigSm>("instanceConfig", instanceConfig)),
+      instanceStatus_(requireNotNull<AclHelperInstanceConfigSm>("instanceStatus", instanceStatus)),
+      vcsd_(requireNotNull<AclHelperInstanceConfigSm>("vcsd", vcsd)),
+      aclHelper_(requireNotNull<AclHelperInstanceConfigSm>("aclHelper", aclHelper)) {
   hasNotificationActiveIs(true);
   handleAclDropDelay();
 }

@@ -1,7 +1,7 @@
 // Bringing an ACL onto interfaces: addIntfToAcl and writeAclToIntfs, the one place where its rules reach a filter.
 
 #include "helper/AclHelper.h"
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "hw/FilterRegisters.h"
 #include "lifecycle/FilterContent.h"
 #include "model/AclTrace.h"
@@ -35,7 +35,7 @@ AclHelper::AclCreateError AclHelper::writeAclToIntfs(const Ptr<ShadowAcl>& shado
   const Ptr<AclHelper> self(this);
   const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
   const AclTrace trace("AclHelper", "writeAclToIntfs");
-  requireShadowAcl(shadowAcl != nullptr, trace);
+  requireShadowAcl(shadowAcl, trace);
 
   trace.level5("acl key: {}, direction: {}", shadowAcl->key(), shadowAcl->key().direction);
   if (!shadowAcl->aclRulesFinalized()) {
@@ -43,7 +43,7 @@ AclHelper::AclCreateError AclHelper::writeAclToIntfs(const Ptr<ShadowAcl>& shado
     return AclCreateError::noError;
   }
   const ShadowAcl::Acl acl = shadowAcl->acl();
-  requireShadowAcl(acl.base() != nullptr, trace);
+  requireShadowAcl(acl.base(), trace);
 
   AclCreateError result = AclCreateError::noError;
   Platform::forEachStable(shadowAcl->applyingIntf(), [&](IntfId intf) {
@@ -59,22 +59,16 @@ AclHelper::AclCreateError AclHelper::writeAclToIntfs(const Ptr<ShadowAcl>& shado
 AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const ShadowAcl::Acl& acl, IntfId intf) {
   const AclTrace trace("AclHelper", "writeAclToIntfs");
   const Acl::AclDirection direction = shadowAcl.key().direction;
-  const uint8_t maxRules = ruleLimit(direction);
+  const uint8_t slots = slotCount(direction);
   trace.level6("Setting ACL registers for {}", intf);
 
   const Ptr<ShadowFilters> filters = shadowFilters(direction);
   const Ptr<ShadowFilter> old = filters ? filters->shadowFilter(intf) : nullptr;
   if (!old) Platform::consistencyFailure(trace, "The shadow filter should always exist");
 
-  switch (attachRefusal(*old, acl, maxRules)) {
-    case AttachRefusal::none:
-      break;
-    case AttachRefusal::tooManyRules:
-      return refuseIntf(shadowAcl, intf, AclCreateError::hardwareFailure);
-    case AttachRefusal::typeConflict:
-      trace.level6("Cannot set registers as other ACL type already existed in filter");
-      return refuseIntf(shadowAcl, intf, AclCreateError::notSupported);
-  }
+  const Refusal refusal = attachRefusal(*old, acl, slots);
+  if (refusal == Refusal::typeConflict) trace.level6("{}", Refused{refusal});
+  if (refusal != Refusal::none) return refuseIntf(shadowAcl, intf, refusal);
 
   const FilterContent content = contentAfterAttach(*old, acl);
   if (content.rulesOfAcl) {
@@ -83,27 +77,24 @@ AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const 
     trace.level6("Filter type {} with no ACL rules. Use existing filter rules", old->ruleType());
   }
   trace.level6("Replacing existing filter for {}", intf);
-  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, maxRules, content);
   trace.level6("Do rules: {}", content.rules.size());
-  filter->ruleReserve(content.rules.size());
-  for (const AclRule& rule : content.rules) {
-    trace.level6("Rule {}", rule);
-    filter->ruleIs(rule);
-  }
+  for (const AclRule& rule : content.rules) trace.level6("Rule {}", rule);
+  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, slots, content);
 
   const AclCreateError error = regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/false);
   if (error == AclCreateError::noError) {
     shadowAcl.activeIntfIs(intf);
   } else {
-    shadowAcl.errorIntfIs(intf, error);
+    shadowAcl.failIntf(intf, error);
   }
   shadowAcl.applyingIntfDel(intf);
   return error;
 }
 
-AclHelper::AclCreateError AclHelper::refuseIntf(ShadowAcl& shadowAcl, IntfId intf, AclCreateError error) {
+AclHelper::AclCreateError AclHelper::refuseIntf(ShadowAcl& shadowAcl, IntfId intf, Refusal reason) {
+  const AclCreateError error = rowOf(reason).error;
   shadowAcl.applyingIntfDel(intf);
-  shadowAcl.errorIntfIs(intf, error);
+  shadowAcl.failIntf(intf, error, reason);
   publishUnitErrorIs(kUnitName, true);
   unitErrorIs(kUnitName, error);
   return error;

@@ -1,7 +1,7 @@
-// setCreationError: a rule of an ACL cannot be put into the hardware.
+// A rule of an ACL cannot be put into the hardware: setCreationError.
 
 #include "helper/AclHelper.h"
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "model/AclTrace.h"
 
 namespace Kestrix {
@@ -10,17 +10,22 @@ AclHelper::AclCreateError AclHelper::setCreationError(const Ptr<ShadowAcl>& shad
   const Ptr<AclHelper> self(this);  // The callbacks may drop the last other reference.
   const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
   const AclTrace trace("AclHelper", "setCreationError");
-  requireShadowAcl(shadowAcl != nullptr, trace);
+  requireShadowAcl(shadowAcl, trace);
 
   trace.level6("acl: {}, err: {}", shadowAcl->key().name, error);
   Platform::forEachStable(shadowAcl->applyingIntf(), [&](IntfId intf) {
-    shadowAcl->errorIntfIs(intf, error);
+    shadowAcl->failIntf(intf, error);
     shadowAcl->applyingIntfDel(intf);
   });
   dirtyIs(true);
   publishUnitErrorIs(kUnitName, true);
   unitErrorIs(kUnitName, error);
   return error;
+}
+
+AclHelper::AclCreateError AclHelper::refuseRule(const Ptr<ShadowAcl>& shadowAcl, const Refused& refused) {
+  lastRefused_ = refused;
+  return setCreationError(shadowAcl, rowOf(refused.reason).error);
 }
 
 }  // namespace Kestrix

@@ -1,7 +1,7 @@
 // Taking an ACL off interfaces: removeIntfFromAcl, clearAclFromIntfs, and the end of an ACL, destroyAcl and cleanupAcl.
 
 #include "helper/AclHelper.h"
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "hw/FilterRegisters.h"
 #include "lifecycle/FilterContent.h"
 #include "model/AclTrace.h"
@@ -54,7 +54,7 @@ void AclHelper::clearAclFromIntfs(const Ptr<ShadowAcl>& shadowAclArgument) {
   const Ptr<AclHelper> self(this);
   const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
   const AclTrace trace("AclHelper", "clearAclFromIntfs");
-  requireShadowAcl(shadowAcl != nullptr, trace);
+  requireShadowAcl(shadowAcl, trace);
 
   trace.level5("acl key: {}", shadowAcl->key());
   AclCreateError result = AclCreateError::noError;
@@ -94,9 +94,7 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
 
   const FilterContent content = contentAfterDetach(*old, shadowAcl.acl());
   trace.level6("macAcl: {}, ipAcl: {}, ruleType: {}", content.macAcl, content.ipAcl, content.ruleType);
-  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, ruleLimit(direction), content);
-  filter->ruleReserve(content.rules.size());
-  for (const AclRule& rule : content.rules) filter->ruleIs(rule);
+  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, slotCount(direction), content);
 
   const AclCreateError error = regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/false);
   if (error == AclCreateError::noError) {
@@ -105,7 +103,7 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
     shadowAcl.errorIntfDel(intf);
   } else {
     trace.level6("Clearing {}'s ACL failed", intf);
-    shadowAcl.errorIntfIs(intf, error);
+    shadowAcl.failIntf(intf, error);
   }
   return done(error);
 }

@@ -8,15 +8,14 @@
 #include <vector>
 
 #include "model/BaseAcl.h"
+#include "model/Refusal.h"
 #include "model/ShadowAcl.h"
 #include "model/ShadowFilter.h"
 
 namespace Kestrix {
 
-// Why an ACL cannot be written to a filter.
-enum class AttachRefusal : uint8_t { none, tooManyRules, typeConflict };
-
-AttachRefusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules);
+// Why `acl` cannot be written to `filter`: tooManyRules, typeConflict, or none when it can.
+Refusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t slots);
 
 // Everything that distinguishes a filter from an empty one of its interface.
 struct FilterContent {
@@ -40,7 +39,7 @@ bool holdsAnother(const ShadowFilter& filter, const ShadowAcl& shadowAcl);
 FilterContent contentAfterDetach(const ShadowFilter& filter, const ShadowAcl::Acl& acl);
 
 // Replaces the shadow filter of `intf` in `filters` by one with `content`.
-Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::IntfId intf, uint8_t maxRules,
+Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::IntfId intf, uint8_t slots,
                                           const FilterContent& content);
 
 }  // namespace Kestrix

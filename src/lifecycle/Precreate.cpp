@@ -6,7 +6,7 @@
 #include <boost/sort/pdqsort/pdqsort.hpp>
 
 #include "helper/AclHelper.h"
-#include "helper/Callers.h"
+#include "helper/Steps.h"
 #include "model/AclTrace.h"
 
 namespace Kestrix {
@@ -15,7 +15,7 @@ namespace {
 // Whether another ACL of the type that `key` has is recorded in the filter. Only names are compared.
 bool heldByAnother(const ShadowFilter* filter, const Platform::AclKey& key) {
   if (filter == nullptr) return false;
-  const BaseAcl* holder = filter->recorded(key.type == Acl::AclType::ipv4);
+  const BaseAcl* holder = filter->aclOf(key.type);
   return holder != nullptr && holder->key().name != key.name;
 }
 
@@ -58,7 +58,8 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
   const Platform::AclKey& key = keyOf(aclData);
   const AclTrace trace("AclHelper", "precreateAcl");
   traceAcl(trace, key);
-  if (!aclSupported(key)) return AclCreateError::notSupported;
+  lastRefused_ = checkAcl(key);
+  if (lastRefused_) return rowOf(lastRefused_.reason).error;
 
   const Ptr<ShadowAcl> shadowAcl = allShadowAcl(key);
   if (!shadowAcl) {

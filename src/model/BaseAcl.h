@@ -24,7 +24,7 @@ class BaseAcl : public Platform::Entity {
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
   // The verdict of the first rule that matches everything; absent until there is one. Rules after it are dropped.
   KESTRIX_SETTABLE(std::optional<bool>, permitAny, {});
-  // The rules. Keys are dense from 0 and below the number of the filter's rule registers.
+  // The rules. Keys are dense from 0 and below the number of the filter's slots.
   KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
 
  public:
@@ -32,7 +32,7 @@ class BaseAcl : public Platform::Entity {
   explicit BaseAcl(Platform::AclKey key) : key_(std::move(key)) {}
 
   // The key for the next rule: 0 for an empty ACL, otherwise one after the run of keys that begins at 0 or 1 (key 0 is
-  // not filled again while there are rules). The caller checks it against the rule registers that there are.
+  // not filled again while there are rules). The caller checks it against the slots that there are.
   uint8_t getNextAclRuleKey() const;
   KESTRIX_OPERATION(getNextAclRuleKey);
 };

@@ -7,4 +7,13 @@ namespace Kestrix {
 KESTRIX_DEFINE_ENTITY(ShadowAcl)
 KESTRIX_DEFINE_UNION(ShadowAcl::Acl)
 
+void ShadowAcl::failIntf(Platform::IntfId intf, Platform::AclCreateError error, Refusal reason) {
+  errorIntfIs(intf, error);
+  if (reason == Refusal::none) {
+    intfRefusal_.erase(intf);
+  } else {
+    intfRefusal_.insert_or_assign(intf, reason);
+  }
+}
+
 }  // namespace Kestrix

@@ -24,7 +24,7 @@ class ShadowFilter final : public Platform::Entity {
   KESTRIX_SETTABLE(Platform::Ptr<MacAcl>, macAcl, {});
   // What the filter is programmed for: IPv4 or MAC.
   KESTRIX_FIXED(Acl::AclType, ruleType);
-  // The number of rule registers.
+  // The number of slots.
   KESTRIX_FIXED(uint8_t, maxRules);
   // The ACL drop delay.
   KESTRIX_SETTABLE(bool, delay, false);
@@ -46,7 +46,7 @@ class ShadowFilter final : public Platform::Entity {
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
   // The verdict for traffic that no rule matches.
   KESTRIX_SETTABLE(bool, permitAny, false);
-  // What the rule registers hold: the rule with key n is in register n.
+  // What the slots hold: the rule with key n is in slot n.
   KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
 
  public:
@@ -54,9 +54,9 @@ class ShadowFilter final : public Platform::Entity {
   ShadowFilter(Platform::IntfId intfId, Acl::AclType ruleType, uint8_t maxRules)
       : intfId_(intfId), ruleType_(ruleType), maxRules_(maxRules) {}
 
-  // The ACL of one type that is written to the filter: the IPv4 ACL, or else the MAC ACL; null when there is none.
-  const BaseAcl* recorded(bool isIp) const {
-    if (isIp) return ipAcl_.get();
+  // The ACL of a type that is written to the filter: the IPv4 ACL, or the MAC ACL for every other type. May be null.
+  const BaseAcl* aclOf(Acl::AclType type) const {
+    if (type == Acl::AclType::ipv4) return ipAcl_.get();
     return macAcl_.get();
   }
 

@@ -24,10 +24,10 @@ MacRuleKind macRuleKind(uint32_t ethType) {
   return MacRuleKind::unsupported;
 }
 
-AclRule macRule(uint8_t ruleKey, RuleSide side, const Acl::MacRuleConfig& config) {
+AclRule macRule(uint8_t slot, RuleSide side, const Acl::MacRuleConfig& config) {
   const Acl::MacFilter& filter = config.filter;
   const bool isSource = side == RuleSide::source;
-  AclRule rule(ruleKey);
+  AclRule rule(slot);
   rule.addrWithMaskIs(AclAddrWithMask(Platform::EthAddrWithMask{
       isSource ? filter.srcAddr : filter.dstAddr, (isSource ? filter.srcMask : filter.dstMask).complement()}));
   rule.actionIs(config.action);

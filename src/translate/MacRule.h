@@ -19,6 +19,6 @@ MacRuleKind macRuleKind(uint32_t ethType);
 constexpr bool isAnyAddress(const Platform::EthAddr& addr) { return addr.isEq(Platform::EthAddr()); }
 
 // The rule on `side`, which is source or destination.
-AclRule macRule(uint8_t ruleKey, RuleSide side, const Acl::MacRuleConfig& config);
+AclRule macRule(uint8_t slot, RuleSide side, const Acl::MacRuleConfig& config);
 
 }  // namespace Kestrix

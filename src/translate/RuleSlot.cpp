@@ -2,10 +2,9 @@
 
 namespace Kestrix {
 
-std::optional<uint8_t> freeSlot(const BaseAcl& acl, uint8_t limit, const Platform::TraceScope& trace) {
-  const uint8_t ruleKey = acl.getNextAclRuleKey();
-  if (ruleKey < limit) return ruleKey;
-  trace.level5("no available rule registers");
+std::optional<uint8_t> freeSlot(const BaseAcl& acl, uint8_t slots) {
+  const uint8_t slot = acl.getNextAclRuleKey();
+  if (slot < slots) return slot;
   return {};
 }
 

@@ -127,7 +127,7 @@ struct Bench {
     helper = aclHelperFactory(transport, intfMap, inRules, outRules, vcsd);
     helper->listenerIs(listener);
     for (const IntfId intf : {e1, e2, e3})
-      for (const auto d : {kIn, kOut}) helper->shadowFilters(d)->shadowFilterIs(intf, kMac, helper->ruleLimit(d));
+      for (const auto d : {kIn, kOut}) helper->shadowFilters(d)->shadowFilterIs(intf, kMac, helper->slotCount(d));
   }
 
   // What left the library since the last call, of it the lines that contain `what`.

@@ -1,4 +1,4 @@
-// What the operations of the helper check of their callers.
+// Steps that the helper's operations have in common: what they check of their callers, and what they trace.
 #pragma once
 
 #include <string_view>
@@ -6,13 +6,14 @@
 #include <fmt/format.h>
 
 #include "helper/AclHelper.h"
+#include "model/Refusal.h"
 #include "platform/runtime/Trace.h"
 
 namespace Kestrix {
 
 // A construction argument of `Owner`. Raises RangeError when it is null.
 template <class Owner, class T>
-Platform::Ptr<T> requireSet(std::string_view attribute, const Platform::Ptr<T>& object) {
+Platform::Ptr<T> requireNotNull(std::string_view attribute, const Platform::Ptr<T>& object) {
   if (object) return object;
   throw Platform::RangeError(fmt::format("{}.{}: must not be null", Owner::modelName(), attribute));
 }
@@ -35,9 +36,16 @@ inline Platform::Ptr<ShadowAcl> attachedAcl(const AclHelper& helper, const Platf
   Platform::consistencyFailure(trace, "ACL config should always exist");
 }
 
-// Raises ConsistencyError for no shadow ACL.
-inline void requireShadowAcl(bool exists, const Platform::TraceScope& trace) {
-  if (!exists) Platform::consistencyFailure(trace, "The shadow ACL should always exist");
+// Traces why a rule is refused, and gives it on.
+inline Refused traced(const Refused& refused, const Platform::TraceScope& trace) {
+  trace.level5("{}", refused);
+  return refused;
+}
+
+// Raises ConsistencyError when `shadowAcl`, a ShadowAcl or what one holds, is null.
+template <class T>
+void requireShadowAcl(const Platform::Ptr<T>& shadowAcl, const Platform::TraceScope& trace) {
+  if (!shadowAcl) Platform::consistencyFailure(trace, "The shadow ACL should always exist");
 }
 
 }  // namespace Kestrix
