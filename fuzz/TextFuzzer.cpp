@@ -1,4 +1,4 @@
-// Feeds any bytes to the parser of one type, KESTRIX_FUZZED. A text is refused by the model's error, or gives a value
+// Feeds arbitrary bytes to the parser of one type, KESTRIX_FUZZED: it refuses them with a ModelError, or gives a value
 // that prints and reads back as itself.
 #include <cstddef>
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Objects that references in the corpus stand for: Kestrix::IpAcl#1(i(ipv4,in)) and Kestrix::MacAcl#2(m(mac,in)).
+// The objects that the references in the corpus mean: Kestrix::IpAcl#1(i(ipv4,in)) and Kestrix::MacAcl#2(m(mac,in)).
 const auto ipAcl = Platform::make<Kestrix::IpAcl>(Platform::AclKey{"i", Acl::AclType::ipv4, Acl::AclDirection::in});
 const auto macAcl = Platform::make<Kestrix::MacAcl>(Platform::AclKey{"m", Acl::AclType::mac, Acl::AclDirection::in});
 

@@ -12,7 +12,6 @@
 #include <nlohmann/json.hpp>
 
 #include "command/ExitStatus.h"
-#include "report/RegisterWords.h"
 #include "support/Docs.h"
 
 namespace Sim {
@@ -107,7 +106,7 @@ std::set<std::string> whereDifferent(const json& left, const json& right) {
   return places;
 }
 
-// However the device came to its last desired state, it holds what a fresh device would, or the report says where not.
+// Whatever way led to its last desired state, the device holds what a fresh one would, or the report says where not.
 TEST(Run, TheWayToAStateLeavesNoTraceThatIsNotReported) {
   const std::string device = example("edge-switch.json");
   size_t reported = 0;
@@ -142,7 +141,7 @@ TEST(Run, ColourOnlyWhereAskedFor) {
   EXPECT_NE(run({.configFiles = {"c"}}, device, {config}, true).output.find("\033[32mactive"), std::string::npos);
 }
 
-// The lines shown on the way when the clock advances so much each time that it is looked at.
+// The lines of progress when the clock advances by `step` whenever it is read.
 std::vector<std::string> progressOf(std::chrono::milliseconds step) {
   std::vector<std::string> lines;
   auto now = Progress::Time();
@@ -163,17 +162,6 @@ TEST(Run, ProgressIsShownOnceItTakesLongAndTakenAwayInTheEnd) {
   EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("reading"))));
   EXPECT_EQ(lines.back(), "\r\033[K");
   EXPECT_LT(progressOf(std::chrono::milliseconds(60)).size(), lines.size());
-}
-
-TEST(RegisterWords, SayWhatEachBitDoes) {
-  FilterDump filter{.intf = Platform::IntfId("e1"), .path = {}, .slots = {}};
-  filter.enable = 0x80000b0f;
-  filter.action = 0x00000909;
-  EXPECT_THAT(filter.enableWords(), testing::EndsWith("ACL drop delay; unknown bits 0x8; slots 0-1, 3 and 23 in use"));
-  EXPECT_EQ(filter.actionWords(), "rules match the source; permit what no rule matches; permit in slots 0 and 3");
-  EXPECT_EQ(filter.slotWords({1, 0, 0x00ff00ff, 0, 0x0aff01ff}),
-            "deny any protocol, source 10.0.1.0 wildcard 0.255.0.255");
-  EXPECT_EQ(filter.slotWords({2, 0, 0, 0, 0}), "not in use");
 }
 
 TEST(CommandLine, RefusesWhatItDoesNotKnow) {
