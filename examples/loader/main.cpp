@@ -13,7 +13,7 @@ namespace {
 
 using Platform::Ptr, Platform::make;
 
-constexpr char kLibrary[] = "libkestrix_acl.so.0.1";
+constexpr char kLibrary[] = "libkestrix_acl.so.0.2";
 // The factories' symbols, as the C++ ABI spells their parameters.
 constexpr char kHelperFactory[] =
     "_ZN7Kestrix16aclHelperFactoryERKN5boost13intrusive_ptrIN8Platform15TransportMethodEEE"
@@ -27,7 +27,7 @@ struct NoRegisters final : Platform::TransportMethod {
   void regWrite(std::string_view, uint32_t) noexcept override {}
 };
 
-// Null, and said so, when the library has no such function.
+// Null, with a message, when the library has no such function.
 template <class Function>
 Function* find(void* library, const char* symbol) {
   auto* const function = reinterpret_cast<Function*>(dlsym(library, symbol));
