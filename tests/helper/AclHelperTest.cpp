@@ -4,13 +4,24 @@ namespace Kestrix::Test {
 
 struct AclHelperTest : HelperTest {};
 
-TEST_F(AclHelperTest, SupportsIngressWhereThereAreRuleRegistersForIt) {
-  for (const uint8_t inRules : {uint8_t{0}, uint8_t{24}}) {
+TEST_F(AclHelperTest, SupportFollowsTypeAndIngressRegisters) {
+  trace.levelIs(6);
+  const char *const kProfile = "Profile does not support ingress ACLs", *const kType = "Unsupported ACL type ipv6";
+  const std::tuple<uint8_t, AclKey, std::string> rows[] = {
+      {0, {"a", kIpv4, kIn}, kProfile}, {0, {"a", kIpv6, kIn}, kProfile}, {0, {"a", kMac, kOut}, ""},
+      {24, {"a", kMac, kIn}, ""},       {24, {"a", kIpv6, kIn}, kType},   {24, {"a", kIpv6, kOut}, kType}};
+  for (const auto& [inRules, key, refusal] : rows) {
     build(inRules, 0);
     helper->hwInit();
     EXPECT_EQ(helper->ingressIpAclSupported() && helper->ingressMacAclSupported(), inRules != 0);
-    EXPECT_EQ(helper->aclSupported({"a", kMac, kIn}), inRules != 0);
     EXPECT_TRUE(helper->egressIpAclSupported() && helper->egressMacAclSupported() && helper->intfAclSupported());
+    EXPECT_EQ(helper->aclSupported(key), refusal.empty());
+    Lines traces{"5 hwInit: ", fmt::format("6 aclSupported: ACL direction: {} type: {}", key.direction, key.type)};
+    if (!refusal.empty()) traces.push_back("6 aclSupported: " + refusal);
+    EXPECT_EQ(taken(), traces);
+    EXPECT_EQ(helper->precreateAcl(make<AclData>(key), nullptr), refusal.empty() ? kNoError : kNotSupported);
+    EXPECT_EQ(helper->lastRefused().toText(), refusal);
+    taken();
   }
 }
 
