@@ -22,14 +22,6 @@ using testing::HasSubstr;
 
 std::string example(const std::string& name) { return Kestrix::Test::textOfFile(KESTRIX_ROOT "examples/" + name); }
 
-RunResult runExamples(const std::string& device, const std::vector<std::string>& configs, CommandLine line = {}) {
-  line.deviceFile = device;
-  line.configFiles = configs;
-  std::vector<std::string> texts;
-  for (const std::string& config : configs) texts.push_back(example(config));
-  return run(line, example(device), texts, /*colour=*/false);
-}
-
 json jsonOf(const RunResult& result) { return json::parse(result.output); }
 
 TEST(Run, DeviceThatTheLibraryRefusesIsBadInput) {
@@ -41,8 +33,9 @@ TEST(Run, DeviceThatTheLibraryRefusesIsBadInput) {
 }
 
 TEST(Run, AFailedWriteIsToldUntilALaterStepMendsIt) {
-  const json report = jsonOf(
-      runExamples("edge-switch.json", {"access-edge.json", "access-edge.json"}, {.json = true, .failWrites = {120}}));
+  const std::string config = example("access-edge.json");
+  const json report = jsonOf(run({.configFiles = {"v1", "v2"}, .json = true, .failWrites = {120}},
+                                 example("edge-switch.json"), {config, config}, /*colour=*/false));
   const json &first = report["steps"][0]["acls"][0], &second = report["steps"][1];
   EXPECT_EQ(first["state"].dump() + first["code"].dump(), R"("failed""write-failed")");
   EXPECT_EQ(report["failedWrites"][0]["number"], 120);
