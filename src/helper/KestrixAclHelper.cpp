@@ -4,6 +4,7 @@
 #include "hw/FilterRegisters.h"
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
+#include "platform/object/Describe.h"
 
 namespace Kestrix {
 

@@ -5,12 +5,11 @@
 #include "hw/FilterRegisters.h"
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
+#include "platform/object/Describe.h"
 #include "model/ShadowFilter.h"
 
 namespace Kestrix {
 
-KESTRIX_DEFINE_VALUE(FilterRuleRegisters)
-KESTRIX_DEFINE_VALUE(FilterRegisters)
 KESTRIX_DEFINE_ENTITY(ShadowFilter)  // Here, where the result of its operation is known.
 
 namespace {

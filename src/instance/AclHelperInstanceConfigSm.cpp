@@ -3,6 +3,7 @@
 #include "helper/Callers.h"
 #include "hw/FilterRegisters.h"
 #include "model/AclTrace.h"
+#include "platform/object/Describe.h"
 
 namespace Kestrix {
 

@@ -26,19 +26,16 @@ namespace Kestrix {
 
 using Platform::operator<<;  // Where the enumeration is found.
 // Its name: "source" or "destination".
-inline std::string stringValue(SrcOrDst side) { return fmt::format("{}", side); }
+inline std::string stringValue(SrcOrDst side) { return Platform::textOf(side); }
 
 // The address that a rule matches, with its wildcard mask: a set bit marks an address bit that is not compared.
 class AclAddrWithMask : public IpMacUnion<AclAddrWithMask, Platform::IpAddrWithFullMask, Platform::EthAddrWithMask> {
- public:
-  static constexpr std::string_view modelName() { return "Kestrix::AclAddrWithMask"; }
+  KESTRIX_UNION(AclAddrWithMask, "Kestrix::AclAddrWithMask");
 
   AclAddrWithMask() = default;
   // Holds `ip`, or `mac`.
   explicit AclAddrWithMask(Platform::IpAddrWithFullMask ip) : IpMacUnion(ip) {}
   explicit AclAddrWithMask(const Platform::EthAddrWithMask& mac) : IpMacUnion(mac) {}
-  // Reads what toText gives. Raises RangeError; `text` is then anywhere.
-  explicit AclAddrWithMask(Platform::TextCursor& text) : AclAddrWithMask(readUnion(text)) {}
 
   // Whether it differs from the default, `ip` 0/0.
   explicit operator bool() const { return *this != AclAddrWithMask(); }

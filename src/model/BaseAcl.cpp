@@ -1,6 +1,7 @@
 #include "model/BaseAcl.h"
 
 #include "model/AclTrace.h"
+#include "platform/object/Describe.h"
 
 namespace Kestrix {
 

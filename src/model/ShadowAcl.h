@@ -20,16 +20,12 @@ class ShadowAcl final : public Platform::Entity {
  public:
   // The shadow ACL of an IPv4 or a MAC ACL; by default `ip`, null. Compared by identity.
   class Acl : public IpMacUnion<Acl, Platform::Ptr<IpAcl>, Platform::Ptr<MacAcl>> {
-   public:
-    static constexpr std::string_view modelName() { return "Kestrix::ShadowAcl::Acl"; }
+    KESTRIX_UNION(Acl, "Kestrix::ShadowAcl::Acl");
 
     Acl() = default;
     // Holds `ip`, or `mac`; either may be null.
     explicit Acl(Platform::Ptr<IpAcl> ip) : IpMacUnion(std::move(ip)) {}
     explicit Acl(Platform::Ptr<MacAcl> mac) : IpMacUnion(std::move(mac)) {}
-    // Reads what toText gives: the reference is to a shadow ACL that lives, or null. Raises RangeError; `text` is then
-    // anywhere.
-    explicit Acl(Platform::TextCursor& text) : Acl(readUnion(text)) {}
 
     // The held shadow ACL, whatever its type; null when there is none yet.
     Platform::Ptr<BaseAcl> base() const {

@@ -8,8 +8,11 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
+
 #include "helper/AclHelper.h"
 #include "model/AclTrace.h"
+#include "platform/object/ByName.h"
 
 namespace Kestrix::Test {
 

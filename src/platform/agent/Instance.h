@@ -3,13 +3,11 @@
 
 #include <cstdint>
 #include <functional>
-
-#include <boost/signals2/connection.hpp>
-#include <boost/signals2/dummy_mutex.hpp>
-#include <boost/signals2/signal_type.hpp>
+#include <memory>
 
 #include "platform/network/IntfId.h"
 #include "platform/object/Collections.h"
+#include "platform/runtime/Export.h"
 #include "platform/runtime/Ptr.h"
 
 namespace Platform {
@@ -18,25 +16,48 @@ namespace Platform {
 using AttributeId = uint32_t;
 
 // A subscription: empty, or registered until it is destroyed or disconnected.
-using Subscription = boost::signals2::scoped_connection;
+class KESTRIX_API Subscription {
+ public:
+  Subscription();
+  Subscription(Subscription&& other) noexcept;
+  // What was held before is disconnected.
+  Subscription& operator=(Subscription&& other) noexcept;
+  ~Subscription();
+
+  // Whether what was subscribed is still told.
+  bool connected() const;
+  // Ends the subscription; nothing happens when it is empty or ended.
+  void disconnect();
+
+ private:
+  friend class Publisher;
+  struct Connection;
+  std::unique_ptr<Connection> connection_;
+};
 
 // Tells its subscribers, synchronously, of the attributes that changed. A subscriber may leave, or end others'
 // subscriptions, while it is being told.
-class Publisher {
+class KESTRIX_API Publisher {
  public:
   // Takes the attribute that changed.
   using Callback = std::function<void(AttributeId)>;
 
+  // Without subscribers.
+  Publisher();
+  ~Publisher();
+  Publisher(const Publisher&) = delete;
+  Publisher& operator=(const Publisher&) = delete;
+
   // Calls `callback` from now on, for as long as the subscription lives.
-  [[nodiscard]] Subscription subscribe(const Callback& callback) const { return signal_.connect(callback); }
+  [[nodiscard]] Subscription subscribe(const Callback& callback) const;
   // How many there are.
-  size_t subscribers() const { return signal_.num_slots(); }
+  size_t subscribers() const;
   // Tells all subscribers that `attribute` has changed.
-  void notify(AttributeId attribute) const { signal_(attribute); }
+  void notify(AttributeId attribute) const;
 
  private:
-  using Mutex = boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>;  // One event thread.
-  mutable boost::signals2::signal_type<void(AttributeId), Mutex>::type signal_;
+  struct Signal;
+  std::unique_ptr<Signal> signal_;
 };
 
 // The configuration of one agent instance. Owned by the agent.

@@ -1,90 +1,19 @@
 #include "platform/object/ByName.h"
 
 #include <map>
-#include <unordered_map>
 
-#include "platform/object/Erased.h"
+#include "platform/object/Describe.h"
 
 namespace Platform {
 namespace {
 
-// Neither is ever freed: entities and model types may outlive any static object.
-std::unordered_map<uint64_t, const Entity*>& referred() {
-  static auto& entities = *new std::unordered_map<uint64_t, const Entity*>;
-  return entities;
-}
+// Never freed: model types may outlive any static object.
 std::map<std::string_view, const ModelType*>& registered() {
   static auto& types = *new std::map<std::string_view, const ModelType*>;
   return types;
 }
 
-// The text of an entity's key in parentheses; nothing when it has none.
-std::string keyText(const Entity& entity) {
-  const auto attributes = entity.modelType().attributes;
-  if (attributes.empty() || attributes.front().access != Access::fixed) return {};
-  const Value key = byName(entity).read(attributes.front().name);
-  return key.isReference() ? std::string() : fmt::format("({})", key);
-}
-
 }  // namespace
-
-// --- References ----------------------------------------------------------------------------------------------------
-
-Entity::~Entity() {
-  if (referenceNumber_ != 0) referred().erase(referenceNumber_);
-}
-
-std::string Entity::reference() const {
-  static uint64_t last = 0;
-  if (referenceNumber_ == 0) {
-    referenceNumber_ = ++last;
-    referred().emplace(referenceNumber_, this);
-  }
-  return fmt::format("{}#{}{}", modelType().name, referenceNumber_, keyText(*this));
-}
-
-Ptr<Entity> Entity::fromReference(TextCursor& cursor) {
-  const std::string_view name = cursor.takeUntil("#,)");
-  if (!cursor.skip("#")) throw RangeError(fmt::format("{} is not a reference to an object", quoted(name)));
-  const auto number = fromText<uint64_t>(cursor.takeUntil("(,)"));
-  const auto found = referred().find(number);
-  // Without references it is being constructed or destroyed: one more would destroy it again.
-  if (found == referred().end() || found->second->use_count() == 0 || found->second->modelType().name != name) {
-    throw RangeError(fmt::format("there is no object {}", quoted(fmt::format("{}#{}", name, number))));
-  }
-  if (cursor.rest().starts_with('(')) cursor.require(keyText(*found->second));
-  return Ptr<Entity>(const_cast<Entity*>(found->second));
-}
-
-// --- Values --------------------------------------------------------------------------------------------------------
-
-std::string Value::toText() const {
-  if (const auto* text = std::any_cast<std::string>(&held_)) return *text;
-  if (const auto* integer = std::any_cast<Integer>(&held_)) {
-    return integer->isNegative ? fmt::format("-{}", ~integer->number + 1) : fmt::format("{}", integer->number);
-  }
-  if (const auto* reference = std::any_cast<Reference>(&held_)) {
-    return reference->entity ? valueText(reference->entity) : valueText(reference->node);
-  }
-  return hasValue() ? type_->text(held_) : std::string(kAbsentText);
-}
-
-bool Value::isReference() const { return std::any_cast<Reference>(&held_) != nullptr; }
-
-Ptr<Entity> Value::entity() const {
-  const auto* reference = std::any_cast<Reference>(&held_);
-  return reference == nullptr || !reference->isMutable ? nullptr
-                                                       : Ptr<Entity>(const_cast<Entity*>(reference->entity.get()));
-}
-
-std::optional<ByName> Value::attributes() & {
-  if (!hasValue() || type_ == nullptr || type_->modelType == nullptr) return {};
-  return ByName(*type_->modelType, type_->self(held_));
-}
-
-WrongTypeError Value::wrongType() const {
-  return WrongTypeError(hasValue() ? fmt::format("{} has another type", quoted(toText())) : "a value is needed");
-}
 
 // --- Descriptions --------------------------------------------------------------------------------------------------
 
@@ -93,15 +22,21 @@ void Detail::requireCount(const Arguments& arguments, size_t count) {
   throw WrongTypeError(fmt::format("number of arguments: {}, not {}", count, arguments.size()));
 }
 
+std::string Detail::argumentName(size_t position) { return fmt::format("argument {}", position + 1); }
+
+void requireSameConstruction(const Entity& existing, const Entity& wanted) {
+  const ModelType& type = existing.modelType();
+  for (const AttributeRow& row : type.attributes) {
+    if (row.access != Access::fixed || row.read(&existing).toText() == row.read(&wanted).toText()) continue;
+    throw ReinstantiationError(fmt::format("{} exists with another value of its attribute {}", type.name, row.name));
+  }
+}
+
 Detail::Registration::Registration(const ModelType& type) : type_(type) { registered().emplace(type.name, &type); }
 
 Detail::Registration::~Registration() {
   const auto found = registered().find(type_.name);
   if (found != registered().end() && found->second == &type_) registered().erase(found);
-}
-
-bool Detail::isA(const Entity* entity, std::string_view modelName) {
-  return entity != nullptr && entity->modelType().isA(modelName);
 }
 
 const ModelType* ModelType::find(std::string_view name) {
@@ -121,7 +56,7 @@ Value ModelType::make(const Arguments& arguments) const try {
   error.raiseIn(name);
 }
 
-bool ModelType::isA(std::string_view other) const { return name == other || (base != nullptr && base->isA(other)); }
+bool ModelType::isA(std::string_view other) const { return name == other || (base != nullptr && base().isA(other)); }
 
 const AttributeRow& ModelType::attribute(std::string_view attribute) const {
   for (const auto& row : attributes) {
@@ -159,10 +94,10 @@ Result perform(const ModelType& type, std::string_view attribute, Result (*Attri
 
 // An entity without references is being made or destroyed: a reference to it would destroy it again.
 ByName byName(Entity& entity) {
-  return {entity.modelType(), entity.modelSelf(), Ptr<const Entity>(entity.use_count() == 0 ? nullptr : &entity)};
+  return {entity.modelType(), &entity, Ptr<const Entity>(entity.use_count() == 0 ? nullptr : &entity)};
 }
 ConstByName byName(const Entity& entity) {
-  return {entity.modelType(), entity.modelSelf(), Ptr<const Entity>(entity.use_count() == 0 ? nullptr : &entity)};
+  return {entity.modelType(), &entity, Ptr<const Entity>(entity.use_count() == 0 ? nullptr : &entity)};
 }
 
 Value ConstByName::read(std::string_view attribute) const {

@@ -15,8 +15,6 @@
 #include <boost/container/small_vector.hpp>
 #include <boost/container/vector.hpp>
 
-#include "platform/runtime/Ptr.h"
-
 namespace Platform {
 
 template <class Key>
@@ -65,13 +63,14 @@ typename Collection::mapped_type& store(Collection& collection, const Key& key,
   return collection.insert_or_assign(key, std::move(value)).first->second;
 }
 
-template <class Collection>
-const auto& keyOf(const Collection&, const typename Collection::value_type& member) {
-  if constexpr (requires { typename Collection::mapped_type; }) {
-    return member.first;
-  } else {
-    return member;
-  }
+// The key of a member: of a set, the member itself.
+template <class Key>
+const Key& keyOf(const Key& member) {
+  return member;
+}
+template <class Key, class V>
+const std::remove_const_t<Key>& keyOf(const std::pair<Key, V>& member) {
+  return member.first;
 }
 
 // Calls `visit` once for each key that is there at the start and still there when its turn comes. `visit` may remove
@@ -81,7 +80,7 @@ template <class Collection, class Visit>
 void forEachStable(const Collection& collection, Visit&& visit) {
   boost::container::small_vector<typename Collection::key_type, 16> keys;
   keys.reserve(collection.size());
-  for (const auto& member : collection) keys.push_back(keyOf(collection, member));
+  for (const auto& member : collection) keys.push_back(keyOf(member));
   for (const auto& key : keys) {
     if (collection.contains(key)) visit(key);
   }

@@ -5,18 +5,19 @@
 //   fromText<uint8_t>("300")                  -> RangeError: "300" is not a number from 0 to 255
 #pragma once
 
-#include <charconv>
+#include <algorithm>
 #include <concepts>
 #include <cstdint>
+#include <iosfwd>
 #include <iterator>
 #include <limits>
 #include <optional>
-#include <ostream>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/TextCursor.h"
@@ -78,35 +79,32 @@ template <class T>
 T fromText(std::string_view text);
 
 namespace Detail {
+// The decimal number that `text` is, whole, unless it is none or above `most`.
+KESTRIX_API std::optional<uint64_t> wholeNumber(std::string_view text, uint64_t most);
+[[noreturn]] KESTRIX_API void raiseNoNumber(std::string_view text, uint64_t most);
+[[noreturn]] KESTRIX_API void raiseNoneOf(std::string_view text, std::span<const std::string_view> names);
+[[noreturn]] KESTRIX_API void raiseNoBoolean(std::string_view text);
 
 template <std::unsigned_integral T>
-T numberFromText(std::string_view text) {
-  T value{};
-  const char* const start = text.data();
-  const char* const end = start + text.size();
-  if (const auto read = std::from_chars(start, end, value); read.ec == std::errc{} && read.ptr == end) return value;
-  throw RangeError(fmt::format("{} is not a number from 0 to {}", quoted(text), std::numeric_limits<T>::max()));
-}
+inline constexpr uint64_t most = std::numeric_limits<T>::max();
 
 template <NamedEnum E>
 E enumFromText(std::string_view text) {
-  std::string names;
+  std::string_view names[std::size(enumNames<E>)];
+  size_t count = 0;
   for (const auto& row : enumNames<E>) {
     if (row.name == text) return row.value;
-    fmt::format_to(std::back_inserter(names), "{}{}", names.empty() ? "" : ", ", row.name);
+    names[count++] = row.name;
   }
   if constexpr (isOpenEnum<E>) {
-    std::underlying_type_t<E> number{};
-    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool isNumber = !text.empty() && read.ec == std::errc{} && read.ptr == text.data() + text.size();
-    if (isNumber && nameOf(E{number}).empty()) return E{number};
+    const auto number = wholeNumber(text, most<std::underlying_type_t<E>>);
+    if (number && nameOf(static_cast<E>(*number)).empty()) return static_cast<E>(*number);
   }
-  throw RangeError(fmt::format("{} is none of {}", quoted(text), names));
+  raiseNoneOf(text, names);
 }
-
 }  // namespace Detail
 
-// The value at the cursor. Raises RangeError, and leaves the cursor anywhere, when there is none.
+// The value at the cursor. Raises RangeError when there is none; the position of the cursor is then unspecified.
 template <FromCursor T>
 T readText(TextCursor& cursor) {
   if constexpr (std::constructible_from<T, TextCursor&>) {
@@ -130,9 +128,11 @@ T fromText(std::string_view text) {
   } else if constexpr (std::same_as<T, bool>) {
     if (text == "true") return true;
     if (text == "false") return false;
-    throw RangeError(fmt::format("{} is neither true nor false", quoted(text)));
+    Detail::raiseNoBoolean(text);
   } else if constexpr (std::unsigned_integral<T>) {
-    return Detail::numberFromText<T>(text);
+    const auto number = Detail::wholeNumber(text, Detail::most<T>);
+    if (!number) Detail::raiseNoNumber(text, Detail::most<T>);
+    return static_cast<T>(*number);
   } else {
     return Detail::enumFromText<T>(text);
   }
@@ -142,28 +142,48 @@ T fromText(std::string_view text) {
 template <class T>
 concept TextToken = std::unsigned_integral<T> || NamedEnum<T> || requires { requires T::kTextIsToken; };
 
+// The text form of a value.
+template <class T>
+std::string textOf(const T& value) {
+  if constexpr (TextValue<T>) {
+    return value.toText();
+  } else if constexpr (NamedEnum<T>) {
+    const std::string_view name = nameOf(value);
+    return name.empty() ? std::to_string(static_cast<uint64_t>(value)) : std::string(name);
+  } else if constexpr (std::same_as<T, std::string>) {
+    return value;
+  } else {
+    return fmt::format("{}", value);
+  }
+}
+
+// Writes `text` to `out`, which it returns.
+KESTRIX_API std::ostream& writeText(std::ostream& out, std::string_view text);
+
+// The value, unless it is none of its closed enumeration's: that raises RangeError.
+template <class T>
+T requireNamed(T value) {
+  if constexpr (NamedEnum<T> && !isOpenEnum<T>) {
+    if (nameOf(value).empty()) throw RangeError(Platform::quoted(textOf(value)) + " has no name");
+  }
+  return value;
+}
+
 template <class T>
   requires TextValue<T> || NamedEnum<T>
 std::ostream& operator<<(std::ostream& out, const T& value) {
-  return out << fmt::format("{}", value);
+  return writeText(out, textOf(value));
 }
 
 }  // namespace Platform
 
-template <Platform::TextValue T>
-struct fmt::formatter<T, char> : fmt::formatter<std::string> {
-  template <class Context>
-  auto format(const T& value, Context& context) const {
-    return fmt::formatter<std::string>::format(value.toText(), context);
-  }
-};
-
-template <Platform::NamedEnum E>
-struct fmt::formatter<E, char> : fmt::formatter<std::string> {
-  template <class Context>
-  auto format(E value, Context& context) const {
-    const auto name = Platform::nameOf(value);
-    return fmt::formatter<std::string>::format(
-        name.empty() ? fmt::format("{}", static_cast<unsigned long long>(value)) : std::string(name), context);
+// As their text; there are no format specifications.
+template <class T>
+  requires Platform::TextValue<T> || Platform::NamedEnum<T>
+struct fmt::formatter<T, char> {
+  constexpr auto parse(fmt::format_parse_context& context) const { return context.begin(); }
+  auto format(const T& value, fmt::format_context& context) const {
+    const std::string text = Platform::textOf(value);
+    return std::copy(text.begin(), text.end(), context.out());
   }
 };

@@ -3,6 +3,8 @@
 #include <iterator>
 #include <string>
 
+#include <fmt/format.h>
+
 #include "platform/runtime/Errors.h"
 
 namespace Platform {

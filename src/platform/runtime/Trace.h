@@ -11,7 +11,7 @@
 #include <type_traits>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "platform/runtime/Export.h"
 

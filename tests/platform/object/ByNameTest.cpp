@@ -2,6 +2,7 @@
 
 #include "hw/FilterRegisters.h"
 #include "instance/AclHelperInstanceConfigSm.h"
+#include "platform/object/ByName.h"
 #include "support/HelperTest.h"
 
 namespace Kestrix::Test {
@@ -126,7 +127,8 @@ struct ByNameTest : HelperTest {
       {"Kestrix::ShadowAcl::Acl", {}},
       {"Kestrix::AclHelper", {transport, IntfIdToPortGroupId(), 4, 5, vcsd}},
       {"Kestrix::AclHelperInstanceConfigSm",
-       {make<Platform::InstanceConfig>(), make<Platform::InstanceStatus>(), vcsd, helper}}};
+       {make<Platform::InstanceConfig>(), make<Platform::InstanceStatus>(), vcsd, helper}},
+      {"Test::Sample", {AclAddrWithMask()}}};
   // and every collection given.
   const std::map<std::string_view, Arguments> insertions = {{"rule", {kRule7}},
                                                             {"ruleRegisters", {FilterRuleRegisters(7)}},

@@ -69,7 +69,8 @@ TEST_F(ModelDoc, TextsReadBackAndAttributesAreListedAsShown) {
   for (const auto& row : filter(e1)->modelType().attributes)
     listed.push_back(fmt::format("{}: {}, {}", row.name, row.kind, row.access));
   const auto readBack = []<class T>(const T&, const std::string& text) {
-    return text.starts_with(Platform::valueOpening<T>()) ? fmt::format("{}", Platform::fromText<T>(text)) : "";
+    return text.starts_with(Platform::valueOpening(T::modelName())) ? fmt::format("{}", Platform::fromText<T>(text))
+                                                                    : "";
   };
   Lines attributes;
   for (const std::string& line : withoutIndentation(linesOf(KESTRIX_DOCS "model.md", "text"))) {

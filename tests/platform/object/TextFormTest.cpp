@@ -1,17 +1,8 @@
 #include "hw/FilterRegisters.h"
+#include "platform/object/Describe.h"
 #include "support/HelperTest.h"
 
 namespace Kestrix::Test {
-namespace {
-
-using Platform::fromText, Platform::RangeError;
-
-const std::string kAddr = "Value('Kestrix::AclAddrWithMask', ip=10.0.0.0/0.255.255.255)";
-const std::string kMacAddr = "Value('Kestrix::AclAddrWithMask', mac=00:11:aa:ff:00:01/00:00:00:00:00:ff)";
-const std::string kRule =
-    "Value('Kestrix::AclRule', ruleKey=7, addrWithMask=" + kAddr + ", action=permit, port=53, tcp=false, udp=true)";
-const std::string kSlot =
-    "Value('Kestrix::FilterRuleRegisters', ruleKey=255, mask_high=65535, mask_low=4294967295, addr_high=1, addr_low=0)";
 
 // A value type that nothing but these lines knows.
 class Sample {
@@ -25,6 +16,18 @@ class Sample {
  public:
   explicit Sample(AclAddrWithMask address) : address_(address) {}
 };
+KESTRIX_DEFINE_VALUE(Sample)
+
+namespace {
+
+using Platform::fromText, Platform::RangeError;
+
+const std::string kAddr = "Value('Kestrix::AclAddrWithMask', ip=10.0.0.0/0.255.255.255)";
+const std::string kMacAddr = "Value('Kestrix::AclAddrWithMask', mac=00:11:aa:ff:00:01/00:00:00:00:00:ff)";
+const std::string kRule =
+    "Value('Kestrix::AclRule', ruleKey=7, addrWithMask=" + kAddr + ", action=permit, port=53, tcp=false, udp=true)";
+const std::string kSlot =
+    "Value('Kestrix::FilterRuleRegisters', ruleKey=255, mask_high=65535, mask_low=4294967295, addr_high=1, addr_low=0)";
 
 template <class T>
 void expectReadsBack(const std::string& text) {
