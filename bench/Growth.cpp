@@ -1,9 +1,9 @@
-// What does not get slower as interfaces and ACLs grow in number: time for one interface, or one ACL.
+// What must not get slower as interfaces and ACLs grow in number: the time for one interface, or one ACL.
 #include <memory>
 
 #include <benchmark/benchmark.h>
 
-#include "bench/Device.h"
+#include "bench/Agent.h"
 
 namespace Kestrix::Bench {
 namespace {
@@ -13,63 +13,63 @@ void perItem(benchmark::State& state, size_t items) {
       static_cast<double>(items), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
-// So many interfaces, on so many devices that are worked on in turn. Two arrangements with as many interfaces in all
-// touch as much memory, and so wait as long for it; what differs between them is what a pass costs for being longer.
+// Some agents with some interfaces each, worked on in turn. Two fleets with the same number of interfaces in all touch
+// the same amount of memory, and so wait equally long for it: they differ only in what a longer pass costs.
 struct Fleet {
   explicit Fleet(const benchmark::State& state) : intfs(static_cast<size_t>(state.range(0))) {
     const auto count = static_cast<size_t>(state.range(1));
-    for (size_t k = 0; k < count; ++k) devices.push_back(std::make_unique<Device>(intfs, k * intfs));
+    for (size_t k = 0; k < count; ++k) agents.push_back(std::make_unique<Agent>(intfs, k * intfs));
   }
   size_t intfs;
-  std::vector<std::unique_ptr<Device>> devices;
+  std::vector<std::unique_ptr<Agent>> agents;
 };
 void sizes(benchmark::internal::Benchmark* benchmark) {
-  benchmark->ArgNames({"intfs", "devices"});
-  for (const auto& [intfs, devices] : {std::pair(1, 1), {16, 1}, {256, 1}, {4096, 1}, {16, 16}, {16, 256}}) {
-    benchmark->Args({intfs, devices});
+  benchmark->ArgNames({"intfs", "agents"});
+  for (const auto& [intfs, agents] : {std::pair(1, 1), {16, 1}, {256, 1}, {4096, 1}, {16, 16}, {16, 256}}) {
+    benchmark->Args({intfs, agents});
   }
 }
 
-// An ACL on all interfaces is given anew.
+// An ACL on all interfaces is configured again.
 void pass(benchmark::State& state) {
   const Fleet fleet(state);
-  const auto web = fleet.devices[0]->acl("web");
-  for (const auto& device : fleet.devices) {
-    for (const IntfId intf : device->intfs) device->attach(web, intf);
+  const auto web = fleet.agents[0]->acl("web");
+  for (const auto& agent : fleet.agents) {
+    for (const IntfId intf : agent->intfs) agent->attach(web, intf);
   }
   for (auto _ : state) {
-    for (const auto& device : fleet.devices) device->configure(web, 4);
+    for (const auto& agent : fleet.agents) agent->configure(web, 4);
   }
-  perItem(state, fleet.intfs * fleet.devices.size());
+  perItem(state, fleet.intfs * fleet.agents.size());
 }
 BENCHMARK(pass)->Apply(sizes);
 
-// The last interface is taken off an ACL that all have, and put on again.
+// The last interface is detached from an ACL that all have, and attached again.
 void attachOneMore(benchmark::State& state) {
   const auto count = static_cast<size_t>(state.range(0));
-  Device device(count);
-  const auto web = device.acl("web");
-  for (const IntfId intf : device.intfs) device.attach(web, intf);
-  device.configure(web, 4);
+  Agent agent(count);
+  const auto web = agent.acl("web");
+  for (const IntfId intf : agent.intfs) agent.attach(web, intf);
+  agent.configure(web, 4);
   for (auto _ : state) {
-    device.helper->removeIntfFromAcl({.intf = device.intfs.back()}, web, false);
-    device.attach(web, device.intfs.back());
+    agent.helper->removeIntfFromAcl({.intf = agent.intfs.back()}, web, false);
+    agent.attach(web, agent.intfs.back());
   }
   perItem(state, 1);
 }
 BENCHMARK(attachOneMore)->Arg(1)->Arg(16)->Arg(256)->Arg(4096);
 
-// One of many ACLs, each on an interface of its own, is given anew.
+// One of many ACLs, each on an interface of its own, is configured again.
 void oneAclAmong(benchmark::State& state) {
   const auto count = static_cast<size_t>(state.range(0));
-  Device device(count);
+  Agent agent(count);
   std::vector<Ptr<AclData>> acls;
   for (size_t k = 0; k < count; ++k) {
-    acls.push_back(device.acl(fmt::format("acl-{}", k)));
-    device.attach(acls.back(), device.intfs[k]);
-    device.configure(acls.back(), 4);
+    acls.push_back(agent.acl(fmt::format("acl-{}", k)));
+    agent.attach(acls.back(), agent.intfs[k]);
+    agent.configure(acls.back(), 4);
   }
-  for (auto _ : state) device.configure(acls[count / 2], 4);
+  for (auto _ : state) agent.configure(acls[count / 2], 4);
   perItem(state, 1);
 }
 BENCHMARK(oneAclAmong)->Arg(1)->Arg(64)->Arg(4096);
@@ -79,9 +79,9 @@ void dropDelay(benchmark::State& state) {
   bool on = false;
   for (auto _ : state) {
     on = !on;
-    for (const auto& device : fleet.devices) device->config->aclDropDelayIs(on);
+    for (const auto& agent : fleet.agents) agent->config->aclDropDelayIs(on);
   }
-  perItem(state, fleet.intfs * fleet.devices.size());
+  perItem(state, fleet.intfs * fleet.agents.size());
 }
 BENCHMARK(dropDelay)->Apply(sizes);
 

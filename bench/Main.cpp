@@ -1,15 +1,15 @@
-// Runs the benchmarks and prints what they come to, as ratios to a baseline of the same run, beside the limits.
+// Runs the benchmarks and prints what they amount to, as ratios to a baseline of the same run, beside the limits.
 #include <map>
 
 #include <benchmark/benchmark.h>
 
+#include "bench/Agent.h"
 #include "bench/Allocations.h"
-#include "bench/Device.h"
 
 namespace Kestrix::Bench {
 namespace {
 
-// What a benchmark came to: its time and its counters, by name.
+// The times and counters of the benchmarks, by name.
 class Collector final : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -47,7 +47,7 @@ void printRatios(const Collector& figures) {
     print("allocations for a full filter", figures["regWriteHelper.allocations"], "0",
           figures["regWriteHelper.allocations"] == 0);
   }
-  // What two cost for each interface or ACL. The first of a pair is the longer pass, the second the shorter one.
+  // What a longer pass costs per interface or ACL, in proportion to a shorter one.
   const auto printGrowth = [&](const char* what, const std::string& larger, const std::string& smaller, double limit) {
     const double many = figures[larger + ".each"], few = figures[smaller + ".each"];
     if (many == 0 || few == 0) return;
@@ -56,8 +56,8 @@ void printRatios(const Collector& figures) {
   };
   for (const char* pass : {"pass", "dropDelay"}) {
     for (const int factor : {16, 256}) {
-      const auto name = [&](int intfs, int devices) {
-        return fmt::format("{}/intfs:{}/devices:{}", pass, intfs, devices);
+      const auto name = [&](int intfs, int agents) {
+        return fmt::format("{}/intfs:{}/agents:{}", pass, intfs, agents);
       };
       // The longest passes go through all their memory several times, the many short ones once: their limit is in
       // instructions, in tools/instructions.
@@ -70,25 +70,25 @@ void printRatios(const Collector& figures) {
   printGrowth("", "oneAclAmong/4096", "oneAclAmong/64", 1.15);
 }
 
-// Bytes held for one of many, beside those of the attributes themselves.
+// The bytes held for one of many, in proportion to those of the attributes themselves.
 void printMemory() {
   constexpr size_t kMany = 1000;
-  Device device(kMany);
+  Agent agent(kMany);
   std::vector<Ptr<AclData>> acls;
-  for (size_t k = 0; k < kMany; ++k) acls.push_back(device.acl(fmt::format("acl-{}", k)));
+  for (size_t k = 0; k < kMany; ++k) acls.push_back(agent.acl(fmt::format("acl-{}", k)));
   const auto held = [&](const auto& step) {
     const size_t before = allocations().bytes;
     for (size_t k = 0; k < kMany; ++k) step(k);
     return static_cast<double>(allocations().bytes - before) / kMany;
   };
   const double acl = held([&](size_t k) {
-    device.attach(acls[k], device.intfs[k]);
-    device.helper->precreateAcl(acls[k], nullptr);
+    agent.attach(acls[k], agent.intfs[k]);
+    agent.helper->precreateAcl(acls[k], nullptr);
   });
   const double rules = held([&](size_t k) {
-    for (uint16_t port = 1; port <= kSlots; ++port) device.rule(acls[k], port);
+    for (uint16_t port = 1; port <= kSlots; ++port) agent.rule(acls[k], port);
   });
-  const double filter = held([&](size_t k) { device.helper->createFinalAclRule(Acl::AclType::ipv4, acls[k], 99); });
+  const double filter = held([&](size_t k) { agent.helper->createFinalAclRule(Acl::AclType::ipv4, acls[k], 99); });
   const auto printBytes = [](const char* what, double bytes, size_t attributes) {
     print(fmt::format("{}: {:.0f} bytes / {} of the attributes", what, bytes, attributes),
           bytes / static_cast<double>(attributes), "at most 2", bytes <= 2 * static_cast<double>(attributes));

@@ -1,9 +1,9 @@
 // One of the library's passes, for counting its instructions: tools/instructions. Usage:
-// kestrix_passes acl|pass|delay [INTERFACES] [points]. With `points` it prints how many trace points the pass comes by.
+// kestrix_passes acl|pass|delay [INTERFACES] [points]. With `points` it prints how many trace points the pass meets.
 #include <cstdlib>
 #include <cstring>
 
-#include "bench/Device.h"
+#include "bench/Agent.h"
 #include "model/AclTrace.h"
 
 namespace Kestrix::Bench {
@@ -29,20 +29,20 @@ template <class Pass>
 
 int runPass(const char* name, size_t intfs) {
   if (std::strcmp(name, "acl") == 0) {  // 24 rules, from the pre-creation to the written filter of one interface.
-    Device device(1);
-    const auto web = device.acl("web");
-    device.attach(web, device.intfs[0]);
-    device.configure(web);
-    counted([&] { device.configure(web); });
-  } else if (std::strcmp(name, "pass") == 0) {  // An ACL of 4 rules, given anew to all interfaces.
-    Device device(intfs);
-    const auto web = device.acl("web");
-    for (const IntfId intf : device.intfs) device.attach(web, intf);
-    device.configure(web, 4);
-    counted([&] { device.configure(web, 4); });
+    Agent agent(1);
+    const auto web = agent.acl("web");
+    agent.attach(web, agent.intfs[0]);
+    agent.configure(web);
+    counted([&] { agent.configure(web); });
+  } else if (std::strcmp(name, "pass") == 0) {  // An ACL of 4 rules, configured again on all interfaces.
+    Agent agent(intfs);
+    const auto web = agent.acl("web");
+    for (const IntfId intf : agent.intfs) agent.attach(web, intf);
+    agent.configure(web, 4);
+    counted([&] { agent.configure(web, 4); });
   } else if (std::strcmp(name, "delay") == 0) {  // The drop delay of all interfaces.
-    Device device(intfs);
-    counted([&] { device.config->aclDropDelayIs(true); });
+    Agent agent(intfs);
+    counted([&] { agent.config->aclDropDelayIs(true); });
   } else {
     return 2;
   }

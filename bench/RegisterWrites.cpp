@@ -4,8 +4,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "bench/Agent.h"
 #include "bench/Allocations.h"
-#include "bench/Device.h"
 #include "hw/FilterRegisters.h"
 
 namespace Kestrix::Bench {
@@ -20,8 +20,8 @@ struct Recorder final : Platform::TransportMethod {
   Paths paths;
 };
 
-struct FullFilter : Device {
-  FullFilter() : Device(1) {
+struct FullFilter : Agent {
+  FullFilter() : Agent(1) {
     const auto web = acl("web");
     attach(web, intfs[0]);
     configure(web);
@@ -36,27 +36,27 @@ struct FullFilter : Device {
 };
 
 void preparedPaths(benchmark::State& state) {
-  FullFilter device;
-  Platform::TransportMethod* transport = device.transport.get();
-  benchmark::DoNotOptimize(transport);  // What it is is not known to the compiler.
+  FullFilter agent;
+  Platform::TransportMethod* transport = agent.transport.get();
+  benchmark::DoNotOptimize(transport);  // The compiler must not know its class.
   for (auto _ : state) {
-    for (const auto& [path, value] : device.paths) transport->regWrite(path, value);
+    for (const auto& [path, value] : agent.paths) transport->regWrite(path, value);
   }
 }
 BENCHMARK(preparedPaths);
 
 void regWriteHelper(benchmark::State& state) {
-  FullFilter device;
+  FullFilter agent;
   const size_t before = allocations().count;
-  for (auto _ : state) device.helper->regWriteHelper(device.image, device.intfs[0], kOut, false);
+  for (auto _ : state) agent.helper->regWriteHelper(agent.image, agent.intfs[0], kOut, false);
   state.counters["allocations"] =
       benchmark::Counter(static_cast<double>(allocations().count - before), benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(regWriteHelper);
 
 void formattedPaths(benchmark::State& state) {
-  FullFilter device;
-  Platform::TransportMethod* transport = device.transport.get();
+  FullFilter agent;
+  Platform::TransportMethod* transport = agent.transport.get();
   benchmark::DoNotOptimize(transport);
   std::array<char, 64> path{};
   const auto write = [&](int size, uint32_t value) {

@@ -26,14 +26,20 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libboost-dev (>= 1.74), libfmt-dev (>= 9)"
 set(CPACK_DEBIAN_SIM_PACKAGE_NAME kestrix-sim)
 set(CPACK_DEBIAN_SIM_PACKAGE_SECTION net)
 
-# What every Debian package has: its licence terms and what changed.
-file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog
-"kestrix-acl (${PROJECT_VERSION}) unstable; urgency=medium
-
-  * See the history of the repository.
-
- -- ${CPACK_PACKAGE_CONTACT}  Sun, 22 Nov 2026 00:00:00 +0000
-")
+# What every Debian package has: its licence terms and what changed, CHANGELOG.md in Debian's notation.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS CHANGELOG.md)
+file(READ CHANGELOG.md changelog)
+string(REGEX REPLACE "^# [^#]*" "" changelog "${changelog}")
+string(REGEX REPLACE "\n  " "\n    " changelog "${changelog}")
+string(REGEX REPLACE "\n- " "\n  * " changelog "${changelog}")
+string(REGEX REPLACE "## ([0-9.]+), ([^\n]*)\n([^#]*[^#\n])\n+"
+       "kestrix-acl (\\1) unstable; urgency=medium\n\\3\n\n -- ${CPACK_PACKAGE_CONTACT}  \\2 00:00:00 +0000\n\n"
+       changelog "${changelog}")
+string(FIND "${changelog}" "kestrix-acl (${PROJECT_VERSION}) " newest)
+if(NOT newest EQUAL 0)
+  message(FATAL_ERROR "CHANGELOG.md does not begin with version ${PROJECT_VERSION}")
+endif()
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/changelog "${changelog}")
 execute_process(COMMAND ${GZIP_PROGRAM} -9nkf changelog WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
 foreach(component IN ITEMS RUNTIME DEV SIM)
   string(TOLOWER ${component} component_name)

@@ -1,4 +1,4 @@
-// Makes the calls that any bytes stand for, in any order, and compares the library with the reference machine.
+// Makes the calls that arbitrary bytes encode, and compares the library with the reference machine.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -1,4 +1,5 @@
-// Feeds any bytes to a reader of kestrix-sim, of configurations or of devices, and what it accepts to the library.
+// Feeds arbitrary bytes to a reader of kestrix-sim, of configurations or of devices, and what it accepts to the
+// library.
 #include <cstddef>
 #include <cstdint>
 

@@ -15,7 +15,7 @@ namespace {
 
 using Platform::AclCreateError, Platform::AclData, Platform::AclKey, Platform::IntfId, Platform::Ptr, Platform::make;
 
-// The registers: here in memory, on a device behind I2C. A failed transaction is told by error().errorIs(true).
+// The registers: here in memory, on a device behind I2C. error().errorIs(true) reports a failed transaction.
 class Registers final : public Platform::TransportMethod {
  public:
   uint32_t regRead(std::string_view path) noexcept override {
@@ -64,7 +64,7 @@ AclCreateError denyTheRest(VelHelper::AclHelper& helper, const Ptr<AclData>& acl
 }
 
 int runAgent() {
-  // Why something was refused is in the traces; level 6 would tell every detail.
+  // Why something was refused is in the traces; level 6 has every detail.
   Kestrix::aclTraceHandle().levelIs(Platform::kTraceFailure);
   Kestrix::aclTraceHandle().sinkIs([](const Platform::TraceRecord& record) {
     fmt::print(stderr, "{} {}: {}\n", record.level, record.operation, record.message);

@@ -27,7 +27,7 @@ struct NoRegisters final : Platform::TransportMethod {
   void regWrite(std::string_view, uint32_t) noexcept override {}
 };
 
-// Null, and said so, when the library has no such function.
+// Null, with a message, when the library has no such function.
 template <class Function>
 Function* find(void* library, const char* symbol) {
   auto* const function = reinterpret_cast<Function*>(dlsym(library, symbol));

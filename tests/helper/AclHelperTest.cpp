@@ -44,31 +44,13 @@ TEST_F(AclHelperTest, BlockingKeepsTheLowBitsAndIsAlwaysRecorded) {
   }
 }
 
-TEST_F(AclHelperTest, TracesWhatItHasNothingToDoFor) {
-  trace.levelIs(5);
-  EXPECT_EQ(helper->precreateAcl(acl, nullptr), kNoError);
-  EXPECT_TRUE(helper->allShadowAcl().empty());
-  helper->commitAcl(acl), helper->updateAclPorts(acl, true);
-  const std::string of = "acl: edge type: ipv4 direction: out";
-  EXPECT_THAT(taken(),
-              ElementsAre("5 precreateAcl: " + of, "5 precreateAcl: ACL not attached to any interfaces. Ignoring",
-                          "5 commitAcl: " + of, "5 updateAclPorts: " + of));
-}
-
-TEST_F(AclHelperTest, KeepsItsStatusForWhoDoesNotListen) {
+TEST_F(AclHelperTest, KeepsItsStatusWithoutAListener) {
   for (const auto& listening : {make<VelHelper::AclStatusListener>(), Ptr<VelHelper::AclStatusListener>()}) {
     helper->listenerIs(listening);
     helper->setCreationError(attached(acl, {e1}), kNotSupported), finish(acl), helper->blockIntf(e1, true, 0);
     EXPECT_TRUE(helper->dirty() && helper->publishUnitError("Kestrix") && helper->aclIntfBlockedStatus().at(e1));
     EXPECT_EQ(helper->unitError("Kestrix"), kNotSupported);
   }
-}
-
-TEST_F(AclHelperTest, AReplacedFilterKeepsTheDelayAndLosesWhatWasSetByName) {
-  filter(e1)->delayIs(true), filter(e1)->multicastIs(1), filter(e1)->permitMulticastIs(true);
-  attached(acl, {e1});
-  EXPECT_EQ(helper->createFinalAclRuleWithId(kMac, {}, acl, 9), kNoError);
-  EXPECT_TRUE(filter(e1)->delay() && !filter(e1)->multicast() && !filter(e1)->permitMulticast());
 }
 
 TEST_F(AclHelperTest, RefusesNullAndMoreRulesThanTheRegistersHold) {

@@ -10,7 +10,7 @@ struct Arbitrary<Kestrix::Test::Call> {
   static Gen<Kestrix::Test::Call> arbitrary() {
     using Kestrix::Test::Call;
     const auto below = [](uint8_t end) { return gen::inRange<uint8_t>(0, end); };
-    // Most of the calls are about few ACLs on one interface, so that they meet.
+    // Most calls are about a few ACLs on one interface, so that they meet.
     return gen::build<Call>(
         gen::set(&Call::operation, below(Kestrix::Test::kOperationCount)),
         gen::set(&Call::acl, gen::weightedOneOf<uint8_t>({{3, below(3)}, {1, below(Kestrix::Test::kAcls)}})),
@@ -34,8 +34,8 @@ RC_GTEST_PROP(CallSequence, OfAnyOrderStopsWhereTheReferenceStops, (const std::v
   RC_ASSERT(faultsOf(calls, /*hostile=*/true) == "");
 }
 
-// A failure at every access, and at every two in a row, of a call that reaches the bus: all accesses are made all the
-// same, the reference says what it comes to, and the calls after it mend it.
+// Fails every access, and every two in a row, of a call that reaches the bus: all accesses are still made, the outcome
+// is the reference's, and the calls after it mend the device.
 TEST(CallSequence, KeepsItsWordAtEveryFailureOfTheBus) {
   const uint8_t a = 0, m = 1, in = 4;
   const auto joined = [](std::vector<Call> calls, const std::vector<Call>& more) {

@@ -10,7 +10,7 @@ namespace Kestrix::Test {
 namespace {
 
 // ACLs of one type that meet, and of the other; in the other direction; of a type that is not supported; and one whose
-// key differs from another's not in its name.
+// key differs from another's, but not in the name.
 const AclKey kKeys[kAcls] = {{"a", kIpv4, kOut}, {"m", kMac, kOut},  {"b", kIpv4, kOut},   {"n", kMac, kOut},
                              {"a", kIpv4, kIn},  {"s", kIpv6, kOut}, {"a", kIpv4, kOut, 1}};
 constexpr uint8_t limitOf(bool isIn) { return isIn ? 3 : 2; }  // Rules of a filter.
@@ -104,7 +104,7 @@ std::shared_ptr<Content> seen(const Ptr<BaseAcl>& acl) {
 
 // --- The machine ---
 
-struct Machine : Bench {
+struct Machine : Rig {
   Machine() {
     build(limitOf(true), limitOf(false));
     for (const IntfId intf : intfs) vcsd->intfIs(intf, true);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "support/Bench.h"
+#include "support/Rig.h"
 
 namespace Kestrix::Test {
 
@@ -24,11 +24,11 @@ struct Call {
   uint8_t operation = kAttach, acl = 0, intf = 0;  // Below the counts above.
   uint8_t argument = 0;                            // What else the operation takes.
   bool busFails = false;                           // For every access that concerns the interface.
-  bool isOrderly = false;                          // In its place, the next call that a framework would make now.
+  bool isOrderly = false;                          // Replaced by the next call that a framework would make now.
 };
 std::string textOf(const Call& call);
 
-// What is done to one call of a sequence, and what shows.
+// Interferes with one call of a sequence, and records what shows.
 struct Probe {
   size_t call = 0;
   std::set<size_t> failAt = {};  // Those of its accesses fail.
@@ -38,8 +38,8 @@ struct Probe {
   bool isMended = false;  // The device holds what it must at the end of the sequence.
 };
 
-// Makes the calls on a new helper, all of them as if they were orderly unless `hostile`. What differs from the
-// reference machine, or breaks an invariant; empty when nothing does.
+// Makes the calls on a new helper, all of them as if orderly unless `hostile`. Returns what differs from the reference
+// machine or breaks an invariant; empty when nothing does.
 std::string faultsOf(const std::vector<Call>& calls, bool hostile, Probe* probe = nullptr);
 
 }  // namespace Kestrix::Test

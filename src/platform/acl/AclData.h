@@ -1,4 +1,4 @@
-// The framework's objects that a helper is given.
+// The objects that the framework passes to a helper.
 #pragma once
 
 #include <utility>
@@ -14,15 +14,15 @@ namespace Platform {
 // operations.
 class AclData : public Node {
  public:
-  // An ACL that is active nowhere.
+  // Makes an ACL that is active on no interface.
   explicit AclData(AclKey key) : key_(std::move(key)) {}
 
-  // Given at construction.
+  // Fixed at construction.
   const AclKey& key() const { return key_; }
 
-  // The interfaces on which the framework holds the ACL to be active.
+  // The interfaces on which the framework considers the ACL active.
   const Set<IntfId>& activeIntf() const { return activeIntf_; }
-  // Says that the ACL is active on `intf`, or is not any more.
+  // Adds `intf` to them, or removes it.
   void activeIntfIs(IntfId intf) { activeIntf_.insert(intf); }
   void activeIntfDel(IntfId intf) { activeIntf_.erase(intf); }
 
@@ -31,13 +31,13 @@ class AclData : public Node {
   Set<IntfId> activeIntf_;
 };
 
-// The status that the framework publishes for an ACL. Helpers pass it on and do not read it.
+// The status that the framework publishes for an ACL. Helpers never read it.
 class AclDataStatus : public Node {};
 
 // The key of one attachment: an ACL on an interface.
 struct IntfPairKey {
-  IntfId intf;                                          // The interface.
-  Acl::AclDirection direction = Acl::AclDirection::in;  // The packets that the ACL filters there.
+  IntfId intf;                                          // Where the ACL is attached.
+  Acl::AclDirection direction = Acl::AclDirection::in;  // Which packets it filters there.
 };
 
 // What the framework shares with its helpers.
@@ -45,7 +45,7 @@ class VelCommonSmData : public Node {
  public:
   // The interfaces that the agent manages; the value is the framework's own.
   const Map<IntfId, bool>& intf() const { return intf_; }
-  // Manages `intf` from now on.
+  // Adds `intf`, or replaces its value.
   void intfIs(IntfId intf, bool value) { store(intf_, intf, value); }
 
  private:

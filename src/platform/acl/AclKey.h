@@ -10,20 +10,19 @@
 
 namespace Platform {
 
-// An ACL's name, type and direction, and two members of the framework's own that only take part in the comparison.
-// Text: "edge-in(ipv4,in)", the two further members added where they are not 0 and false: "edge-in(ipv4,in,7,dynamic)".
-// The name may be any.
+// An ACL's name, type and direction, and two members of the framework's own that a helper only compares. Text:
+// "edge-in(ipv4,in)", followed by the two further members where one is set: "edge-in(ipv4,in,7,dynamic)".
 struct KESTRIX_API AclKey {
-  String name;                                          // As configured.
+  String name;                                          // As configured; any text.
   Acl::AclType type = Acl::AclType::ipv4;               // What its rules match.
-  Acl::AclDirection direction = Acl::AclDirection::in;  // The packets that it filters.
-  uint32_t instance = 0;                                // Which of the framework's ACL instances the ACL belongs to.
-  bool dynamic = false;                                 // The ACL was made by a protocol, not configured.
+  Acl::AclDirection direction = Acl::AclDirection::in;  // Which packets it filters.
+  uint32_t instance = 0;                                // The framework's ACL instance that the ACL belongs to.
+  bool dynamic = false;                                 // A protocol made the ACL; nobody configured it.
 
   bool operator==(const AclKey&) const = default;
-  // Reads what toText gives. Raises RangeError.
+  // Reads what toText gives. Raises RangeError for any other text.
   static AclKey fromText(std::string_view text);
-  // Name, type and direction; instance and dynamic where they are set.
+  // The form shown above.
   std::string toText() const;
 };
 

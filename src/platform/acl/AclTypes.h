@@ -14,14 +14,13 @@
 // The framework's kinds of ACLs and rules.
 namespace Acl {
 
-// What the rules of an ACL match. Values beyond these occur: a type that this framework has and a helper does not know.
+// What the rules of an ACL match. Other values occur: types that the framework has and a helper does not know.
 enum class AclType : uint8_t { ipv4 = 0, ipv6 = 1, mac = 2 };
 
-// The packets that an ACL filters: those that its interface receives, or sends. Everything that is not `in` counts as
-// out.
+// The packets that an ACL filters: those that its interface receives, or sends. Every value but `in` counts as out.
 enum class AclDirection : uint8_t { in = 0, out = 1 };
 
-// The verdict of a rule. Everything that is not `permit` denies.
+// The verdict of a rule. Every value but `permit` denies.
 enum class Action : uint8_t { permit = 0, deny = 1 };
 
 // What an IPv4 rule matches. Mask bits that are set are compared.
@@ -34,10 +33,10 @@ struct IpFilter {
   bool operator==(const IpFilter&) const = default;
 };
 
-// One configured IPv4 rule, as the subrules made of it carry it.
+// One configured IPv4 rule, as each of its subrules carries it.
 struct RuleConfig {
   Action action = Action::deny;  // What happens to the packets that match.
-  IpFilter filter;               // Which packets those are, but for their ports.
+  IpFilter filter;               // Which packets these are, apart from their ports.
 
   bool operator==(const RuleConfig&) const = default;
 };
@@ -45,7 +44,7 @@ struct RuleConfig {
 // One configured IPv4 rule that matches fragments.
 struct IpRuleConfig {
   Action action = Action::deny;  // What happens to the fragments that match.
-  IpFilter filter;               // Which fragments those are.
+  IpFilter filter;               // Which fragments these are.
 
   bool operator==(const IpRuleConfig&) const = default;
 };
@@ -60,14 +59,14 @@ struct KESTRIX_API MacFilter {
   Platform::EthAddr dstMask;
 
   bool operator==(const MacFilter&) const = default;
-  // For traces: "ethType 0x0800 src 00:11:22:33:44:55/ff:ff:ff:ff:ff:ff dst ...". It is not read back.
+  // For traces: "ethType 0x0800 src 00:11:22:33:44:55/ff:ff:ff:ff:ff:ff dst ...". Cannot be read back.
   std::string toText() const;
 };
 
 // One configured MAC rule.
 struct MacRuleConfig {
   Action action = Action::deny;  // What happens to the frames that match.
-  MacFilter filter;              // Which frames those are.
+  MacFilter filter;              // Which frames these are.
 
   bool operator==(const MacRuleConfig&) const = default;
 };
@@ -94,9 +93,9 @@ template <>
 inline constexpr EnumName<Acl::Action> enumNames<Acl::Action>[] = {{Acl::Action::permit, "permit"},
                                                                    {Acl::Action::deny, "deny"}};
 
-// The framework's errors of creating an ACL, as far as this platform knows them.
+// The framework's errors when it creates an ACL, as far as this platform uses them.
 enum class AclCreateError : uint32_t {
-  noError = 0,           // It was created.
+  noError = 0,           // Created.
   notSupported = 13,     // Not expressible on this hardware.
   hardwareFailure = 15,  // No rule register left, or a register write failed.
 };
@@ -116,7 +115,7 @@ class KESTRIX_API UniqueId {
   constexpr UniqueId() = default;
   constexpr explicit UniqueId(uint64_t number) : number_(number) {}
 
-  // Reads a decimal number. Raises RangeError.
+  // Reads a decimal number. Raises RangeError for any other text.
   static UniqueId fromText(std::string_view text);
   // The number in decimal.
   std::string toText() const;

@@ -8,7 +8,7 @@
 #include "platform/object/Model.h"
 #include "platform/runtime/Export.h"
 
-// The framework's side of a helper.
+// The ACL framework's interface to its helpers.
 namespace VelHelper {
 
 // Where a helper's status reaches the framework. Implemented by the framework; every operation has a default that does
@@ -17,13 +17,13 @@ class AclStatusListener : public Platform::Node {
  public:
   // The outcome of one pass that applied or cleared an ACL.
   virtual void aclStatusUpdate(const Platform::AclKey&, Platform::AclCreateError) {}
-  // Errors of the hardware unit are to be published, or not any more.
+  // Publishing the errors of the hardware unit was switched on or off.
   virtual void unitErrorPublished(const Platform::String& /*unit*/, bool) {}
-  // The error of the hardware unit was set, to the same or another one.
+  // The error of the hardware unit was set, possibly to the value that it had.
   virtual void unitErrorChanged(const Platform::String& /*unit*/, Platform::AclCreateError) {}
   // The flag `dirty` of the helper was set or cleared.
   virtual void dirtyChanged(bool) {}
-  // All traffic of the interface was blocked, or let pass again.
+  // All traffic of the interface was blocked or unblocked.
   virtual void aclIntfBlocked(Platform::IntfId, bool) {}
 };
 
@@ -48,11 +48,11 @@ class KESTRIX_API AclHelper : public Platform::Entity {
   virtual void hwInit() = 0;
   // Whether ACLs can be attached to `intf`.
   virtual bool intfSupportsAcl(IntfId intf) = 0;
-  // The line card that holds `intf`.
+  // The name of the line card that has `intf`.
   virtual String intfLinecardName(IntfId intf) = 0;
 
-  // One subrule of a configured IPv4 rule, in the order of the rules. Ports: 0 is none. `*PortLow`, `*PortHigh` are
-  // ranges, `ipLen*` the match on the IP length. The unnamed numbers are for other platforms.
+  // One subrule of a configured IPv4 rule, in the order of the rules. Port 0 is none; `*PortLow` and `*PortHigh` are a
+  // range, and `ipLen*` match the IP length. The masks and the arguments after `ipLenHigh` are for other platforms.
   virtual AclCreateError createIpAclSubrule(Acl::AclType aclType, const Acl::RuleConfig& ruleConfig,
                                             const UniqueId& ruleId, const Ptr<AclData>& aclData, uint32_t ruleNum,
                                             uint32_t subruleNum, uint16_t srcPort, uint16_t srcPortMask,
@@ -68,15 +68,15 @@ class KESTRIX_API AclHelper : public Platform::Entity {
                                           const Ptr<AclData>& aclData, uint32_t ruleNum) = 0;
   // All rules of the ACL have been given.
   virtual AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum) = 0;
-  // The rules of the ACL are about to be given, from the first.
+  // All rules of the ACL are about to be given, from the first one on.
   virtual AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status) = 0;
   // The ACL is about to be cleaned up.
   virtual void destroyAcl(const Ptr<AclData>& aclData) = 0;
   // Takes the ACL off all interfaces and forgets it.
   virtual void cleanupAcl(const Ptr<AclData>& aclData) = 0;
-  // The change of the ACL is to take effect: for platforms that have written nothing before.
+  // The ACL's changes are to take effect now: for platforms that write nothing earlier.
   virtual void commitAcl(const Ptr<AclData>& aclData) = 0;
-  // Stops, or lets pass, all traffic of the interface.
+  // Blocks or unblocks all traffic of the interface.
   virtual void blockIntf(IntfId intf, bool block, uint32_t reason) = 0;
   // Attaches the ACL to the interface. Its rules are written there once all of them have been given.
   virtual AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
@@ -85,9 +85,9 @@ class KESTRIX_API AclHelper : public Platform::Entity {
   // to another ACL.
   virtual AclCreateError removeIntfFromAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                                            bool belongsToAnother) = 0;
-  // Ports were added to the ACL, or taken away: for platforms that keep them together.
+  // Ports were added to the ACL or removed from it: for platforms that manage them together.
   virtual void updateAclPorts(const Ptr<AclData>& aclData, bool add) = 0;
-  // As createFinalAclRule, with the identifier of the last rule; by default the same as without it.
+  // createFinalAclRule with the identifier of the last rule. Ignores it unless overridden.
   virtual AclCreateError createFinalAclRuleWithId(Acl::AclType aclType, const UniqueId& ruleId,
                                                   const Ptr<AclData>& aclData, uint32_t ruleNum);
 
@@ -113,27 +113,27 @@ class KESTRIX_API AclHelper : public Platform::Entity {
   // Sets or clears `dirty`, and tells the listener.
   void dirtyIs(bool dirty);
 
-  // The interfaces whose traffic is blocked, with true.
+  // The interfaces whose traffic is blocked, each with true.
   const Platform::Map<IntfId, bool>& aclIntfBlockedStatus() const { return aclIntfBlockedStatus_; }
-  // Sets, or takes out, the entry of `intf`, and tells the listener.
+  // Sets or removes the entry of `intf`, and tells the listener.
   void aclIntfBlockedStatusIs(IntfId intf, bool blocked);
   void aclIntfBlockedStatusDel(IntfId intf);
 
   // --- Capabilities, set by hwInit ---
 
-  // Whether ACLs of the direction and type can be held. False before hwInit.
+  // Whether the hardware can hold ACLs of the direction and type. False before hwInit.
   bool ingressIpAclSupported() const { return ingressIpAclSupported_; }
   bool ingressMacAclSupported() const { return ingressMacAclSupported_; }
   bool egressIpAclSupported() const { return egressIpAclSupported_; }
   bool egressMacAclSupported() const { return egressMacAclSupported_; }
-  // Whether ACLs are applied to interfaces. False before hwInit.
+  // Whether ACLs can be applied to interfaces. False before hwInit.
   bool intfAclSupported() const { return intfAclSupported_; }
 
  protected:
   // Without a listener, and without capabilities.
   AclHelper();
 
-  // What the operations of the same name give; for hwInit to set.
+  // Behind the operations of the same name; hwInit sets them.
   bool ingressIpAclSupported_ = false;
   bool ingressMacAclSupported_ = false;
   bool egressIpAclSupported_ = false;

@@ -8,7 +8,7 @@
 
 namespace Platform {
 
-// What a transport tells of failed transactions: a flag, set by a failed read or write, that stays set until it is
+// How a transport reports failed transactions: a flag that a failed read or write sets, and that stays set until it is
 // cleared.
 class TransportMethodError {
  public:
@@ -22,15 +22,15 @@ class TransportMethodError {
 };
 
 // Implemented by the agent. Neither operation throws: a block of writes is issued to its end whatever fails in it, and
-// the flag alone tells of a failure.
+// only the flag reports a failure.
 class TransportMethod : public Node {
  public:
-  // The register's value; anything when the transaction failed. The path is valid during the call only.
+  // The register's value; unspecified when the transaction failed. The path is valid during the call only.
   virtual uint32_t regRead(std::string_view path) noexcept = 0;
   // Writes the register. The path is valid during the call only.
   virtual void regWrite(std::string_view path, uint32_t value) noexcept = 0;
 
-  // The flag of this transport: set by its implementation, cleared by who reads it.
+  // The flag of this transport: set by its implementation, cleared by whoever reads it.
   TransportMethodError& error() { return error_; }
 
  private:

@@ -12,31 +12,31 @@
 
 namespace Platform {
 
-// A 48-bit address; octets in transmission order. Text: "00:11:22:33:44:55", two hexadecimal digits an octet.
+// A 48-bit address. Text: "00:11:22:33:44:55", two hexadecimal digits per octet.
 class KESTRIX_API EthAddr {
  public:
   static constexpr bool kTextIsToken = true;
-  // In transmission order.
+  // The first one is transmitted first.
   using Octets = std::array<uint8_t, 6>;
 
   // All zero, or the octets given.
   constexpr EthAddr() = default;
   constexpr explicit EthAddr(const Octets& octets) : octets_(octets) {}
 
-  // Reads what toText gives; upper-case digits, too. Raises RangeError.
+  // Reads what toText gives, also with upper-case digits. Raises RangeError for any other text.
   static EthAddr fromText(std::string_view text);
-  // In lower case.
+  // With lower-case digits.
   std::string toText() const;
 
-  // In transmission order.
+  // All six, the first one transmitted first.
   constexpr const Octets& octets() const { return octets_; }
-  // All bits the other way round: a mask as a wildcard, and back.
+  // Every bit inverted: turns a mask into a wildcard, and back.
   constexpr EthAddr complement() const {
     Octets flipped{};
     for (size_t i = 0; i < flipped.size(); ++i) flipped[i] = static_cast<uint8_t>(~octets_[i]);
     return EthAddr(flipped);
   }
-  // Whether all octets are the same.
+  // Whether `other` is the same address.
   constexpr bool isEq(const EthAddr& other) const { return *this == other; }
 
   constexpr auto operator<=>(const EthAddr&) const = default;
@@ -49,12 +49,12 @@ class KESTRIX_API EthAddr {
 struct KESTRIX_API EthAddrWithMask {
   static constexpr bool kTextIsToken = true;
 
-  EthAddr addr;  // Any; bits that the mask leaves out are kept.
-  EthAddr mask;  // What a set bit says is up to its user.
+  EthAddr addr;  // Any address; the mask clears none of its bits.
+  EthAddr mask;  // Whoever uses it decides what a set bit means.
 
-  // Reads what toText gives. Raises RangeError.
+  // Reads what toText gives. Raises RangeError for any other text.
   static EthAddrWithMask fromText(std::string_view text);
-  // Address and mask.
+  // The form shown above.
   std::string toText() const;
 
   constexpr auto operator<=>(const EthAddrWithMask&) const = default;

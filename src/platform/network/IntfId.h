@@ -13,16 +13,16 @@
 namespace Platform {
 
 // An interface identifier: its name, 1 to 255 characters. Names are interned, so an id is as cheap as a pointer to
-// copy, compare and hash; an interned name is kept for the life of the process. Ordered by name, digit runs by their
-// number (port-2 before port-10).
+// copy, compare and hash; an interned name is kept for the life of the process. Ordered by name, with runs of
+// digits compared as numbers (port-2 before port-10).
 class KESTRIX_API IntfId {
  public:
   // Raises RangeError when the name is empty or too long.
   explicit IntfId(std::string_view name);
 
-  // Reads a name. Raises RangeError, as the constructor does.
+  // The same as the constructor.
   static IntfId fromText(std::string_view text) { return IntfId(text); }
-  // The name.
+  // The name itself.
   const std::string& toText() const;
 
   // The hash of the name, so that hash order is the same in every run.
@@ -40,9 +40,9 @@ class KESTRIX_API IntfId {
 
 // What the agent knows of the interfaces that the FPGAs serve.
 struct KESTRIX_API DownstreamIntfId {
-  // The 1-based number of the core that serves `intf`; 0 until the agent has said it.
+  // The 1-based number of the core that serves `intf`; 0 until the agent has set it.
   static uint32_t coreId(IntfId intf);
-  // The agent's inventory: said before the first filter of the interface is written.
+  // Set by the agent, before the first filter of the interface is written.
   static void coreIdIs(IntfId intf, uint32_t coreId);
 };
 

@@ -10,16 +10,16 @@
 
 namespace Platform {
 
-// An IPv4 address. Its number has the first octet in the most significant byte.
+// An IPv4 address. Its number has the first octet in the most significant byte. Text: "192.0.2.1".
 class KESTRIX_API IpAddr {
  public:
   // 0.0.0.0, or the number given, in host order.
   constexpr IpAddr() = default;
   constexpr explicit IpAddr(uint32_t number) : number_(number) {}
 
-  // Reads what toText gives. Raises RangeError.
+  // Reads what toText gives. Raises RangeError for any other text.
   static IpAddr fromText(std::string_view text);
-  // Dotted decimal, four octets.
+  // Four octets in dotted decimal.
   std::string toText() const;
 
   // In host order.
@@ -37,10 +37,10 @@ class KESTRIX_API IpAddr {
 struct KESTRIX_API IpAddrWithFullMask {
   static constexpr bool kTextIsToken = true;
 
-  IpAddr addr;        // Any; bits that the mask leaves out are kept.
-  uint32_t mask = 0;  // In host order. What a set bit says is up to its user.
+  IpAddr addr;        // Any address; the mask clears none of its bits.
+  uint32_t mask = 0;  // In host order. Whoever uses it decides what a set bit means.
 
-  // Reads what toText gives. Raises RangeError.
+  // Reads what toText gives. Raises RangeError for any other text.
   static IpAddrWithFullMask fromText(std::string_view text);
   // Address and mask, both in dotted decimal.
   std::string toText() const;
@@ -48,7 +48,7 @@ struct KESTRIX_API IpAddrWithFullMask {
   constexpr auto operator<=>(const IpAddrWithFullMask&) const = default;
 };
 
-// The mask whose first `length` bits are set; `length` is 0 to 32.
+// The mask of a prefix of `length` bits, 0 to 32: the first ones are set.
 constexpr uint32_t prefixMask(uint8_t length) { return length == 0 ? 0 : ~uint32_t{0} << (32 - length); }
 
 // An IP protocol number (IANA). The framework uses 0 for any protocol. Text: the number.
@@ -63,7 +63,7 @@ class KESTRIX_API IpProto {
   // The number in decimal.
   std::string toText() const;
 
-  // 0 to 255.
+  // As assigned by IANA; 0 for any protocol.
   constexpr uint8_t number() const { return number_; }
   constexpr auto operator<=>(const IpProto&) const = default;
 

@@ -35,7 +35,7 @@ void collectSettable(const json& node, const std::string& path, std::vector<std:
   for (const json& member : node.value("members", json::array())) {
     const std::string name = member["name"], value = member["value"];
     const std::string at = path + (path.empty() || name.starts_with("[") ? "" : ".") + name;
-    // References are other ones in another run.
+    // References differ from run to run.
     if (member["settable"] && value.find('#') == value.npos) settings.push_back(at + "=" + value);
     collectSettable(member, at, settings);
   }
@@ -52,21 +52,6 @@ TEST(ModelTree, WhatItShowsAsSettableCanBeSetToWhatItShows) {
   EXPECT_EQ(after["steps"][1]["writes"], 0);
 }
 
-TEST(Settings, ReachTheDeviceAtOnce) {
-  const std::string filter = "outShadowFilter.shadowFilter[port-3].";
-  const json report =
-      json::parse(runWith({filter + "multicast=7", filter + "permitMulticast=true"}, {.json = true}).output);
-  const json& step = report["steps"][1];
-  EXPECT_EQ(step["changes"], json::parse(R"([{"kind": "rewritten", "interface": "port-3", "direction": "egress"}])"));
-  EXPECT_EQ(step["writes"], 100);
-  EXPECT_EQ(step["deviations"][0]["why"], "attributes were set with --set");
-  for (const json& each : report["filters"]) {
-    if (each["interface"] != "port-3") continue;
-    EXPECT_THAT(each["enable"]["words"], HasSubstr("multicast verdict in use"));
-    EXPECT_THAT(each["action"]["words"], HasSubstr("permit multicast"));
-  }
-}
-
 TEST(Settings, RefusedOnesSayWhereAndWhy) {
   for (const auto& [setting, message] :
        Kestrix::Test::rowsBelow(KESTRIX_ROOT "docs/model.md", "Settings that are refused")) {
@@ -76,7 +61,7 @@ TEST(Settings, RefusedOnesSayWhereAndWhy) {
     EXPECT_EQ(refusal["code"], "setting-refused");
     EXPECT_EQ(refusal["message"], message);
   }
-  // What breaks the library's own order is told as such.
+  // A setting that breaks the library's invariants is reported as such.
   const RunResult broken = runWith({"allShadowAcl[guest-in(ipv4,in)].applyingIntf[port-99]=true"}, {},
                                    {"shared-filter.json", "shared-filter-2.json"});
   EXPECT_EQ(broken.exitStatus, kBadInput);

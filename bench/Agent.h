@@ -1,4 +1,4 @@
-// A helper on a device whose transport only counts.
+// An agent with a helper, whose transport only counts.
 #pragma once
 
 #include <string>
@@ -25,9 +25,9 @@ struct CountingTransport final : Platform::TransportMethod {
   uint64_t writes = 0, sum = 0;
 };
 
-// With so many interfaces, each with its filters, numbered from `first`.
-struct Device {
-  explicit Device(size_t intfCount, size_t first = 0) {
+// Has `intfCount` interfaces, numbered from `first`, each with its filters.
+struct Agent {
+  explicit Agent(size_t intfCount, size_t first = 0) {
     IntfIdToPortGroupId intfMap;
     for (size_t k = first; k < first + intfCount; ++k) {
       intfs.emplace_back(fmt::format("port-{}", k + 1));
@@ -45,7 +45,7 @@ struct Device {
     helper->createIpAclSubrule(Acl::AclType::ipv4, {Acl::Action::permit, match}, {}, acl, 1, 1, 0, 0, port, 0xFFFF, 0,
                                0, 0, 0, 0, 0, 0, 0, 0, false, 0, 0);
   }
-  // Pre-created, with so many rules, and written to its interfaces.
+  // Pre-creates the ACL, gives it `rules` rules, and writes it to its interfaces.
   void configure(const Ptr<AclData>& acl, int rules = kSlots) {
     helper->precreateAcl(acl, nullptr);
     for (int k = 0; k < rules; ++k) rule(acl, static_cast<uint16_t>(k + 1));

@@ -1,12 +1,10 @@
-#include <random>
-
 #include "hw/FilterRegisters.h"
 #include "platform/object/Describe.h"
 #include "support/HelperTest.h"
 
 namespace Kestrix::Test {
 
-// A value type of which no line but these knows: the last attribute was added later.
+// A value type that nothing but these lines knows.
 class Sample {
   KESTRIX_VALUE(Sample, "Test::Sample");
   KESTRIX_SETTABLE(std::optional<uint32_t>, first, {});
@@ -31,25 +29,10 @@ const std::string kRule =
 const std::string kSlot =
     "Value('Kestrix::FilterRuleRegisters', ruleKey=255, mask_high=65535, mask_low=4294967295, addr_high=1, addr_low=0)";
 
-// `text` prints as it was read. Damage anywhere in it raises RangeError, or gives another value of which the same
-// holds.
 template <class T>
 void expectReadsBack(const std::string& text) {
   EXPECT_EQ(fmt::format("{}", fromText<T>(text)), text);
   EXPECT_THROW(fromText<T>(text + ")"), RangeError);
-  const auto expectSound = [](const std::string& damaged) {
-    try {
-      const T value = fromText<T>(damaged);
-      EXPECT_EQ(fromText<T>(fmt::format("{}", value)), value) << damaged;
-    } catch (const RangeError&) {
-    }
-  };
-  for (size_t i = 0; i < text.size(); ++i) {
-    expectSound(text.substr(0, i));
-    for (const char c : {'\0', ')', ',', '=', '0', '\xff'}) {
-      expectSound(text.substr(0, i) + c + text.substr(i + 1));
-    }
-  }
 }
 
 TEST(TextForm, ReadsBackWhatItPrints) {
@@ -73,25 +56,6 @@ TEST(TextForm, ReadsBackWhatItPrints) {
   EXPECT_EQ(fromText<Sample>(sample.toText()), sample);
   sample.firstIs(3), sample.sideIs(SrcOrDst::source), sample.aclIs(make<MacAcl>(AclKey{}));
   EXPECT_EQ(fromText<Sample>(sample.toText()), sample);
-}
-
-TEST(TextForm, OfAnyRuleReadsBackAsTheRule) {
-  std::mt19937 random(4);  // NOLINT(bugprone-random-generator-seed): the same rules in every run.
-  const auto number = [&]<class T>(T) { return static_cast<T>(random() >> (random() % 32)); };
-  for (int i = 0; i < 5000; ++i) {
-    AclRule rule(number(uint8_t{}));
-    if (i % 2 == 0) {
-      rule.addrWithMaskIs(AclAddrWithMask(Platform::IpAddrWithFullMask{Platform::IpAddr(number(0u)), number(0u)}));
-    } else {
-      Platform::EthAddr::Octets addr{}, mask{};
-      for (uint8_t& octet : addr) octet = number(octet);
-      for (uint8_t& octet : mask) octet = number(octet);
-      rule.addrWithMaskIs(AclAddrWithMask(Platform::EthAddrWithMask{Platform::EthAddr(addr), Platform::EthAddr(mask)}));
-    }
-    rule.actionIs(Acl::Action{number(uint8_t{})});
-    rule.portIs(number(uint16_t{})), rule.tcpIs(number(0u) % 2 == 0), rule.udpIs(number(0u) % 2 == 0);
-    EXPECT_EQ(fromText<AclRule>(fmt::format("{}", rule)), rule) << rule;
-  }
 }
 
 TEST(TextForm, OfWhatIsPrintedOnly) {

@@ -12,7 +12,6 @@
 #include <nlohmann/json.hpp>
 
 #include "command/ExitStatus.h"
-#include "report/RegisterWords.h"
 #include "support/Docs.h"
 
 namespace Sim {
@@ -22,14 +21,6 @@ using nlohmann::json;
 using testing::HasSubstr;
 
 std::string example(const std::string& name) { return Kestrix::Test::textOfFile(KESTRIX_ROOT "examples/" + name); }
-
-RunResult runExamples(const std::string& device, const std::vector<std::string>& configs, CommandLine line = {}) {
-  line.deviceFile = device;
-  line.configFiles = configs;
-  std::vector<std::string> texts;
-  for (const std::string& config : configs) texts.push_back(example(config));
-  return run(line, example(device), texts, /*colour=*/false);
-}
 
 json jsonOf(const RunResult& result) { return json::parse(result.output); }
 
@@ -42,8 +33,9 @@ TEST(Run, DeviceThatTheLibraryRefusesIsBadInput) {
 }
 
 TEST(Run, AFailedWriteIsToldUntilALaterStepMendsIt) {
-  const json report = jsonOf(
-      runExamples("edge-switch.json", {"access-edge.json", "access-edge.json"}, {.json = true, .failWrites = {120}}));
+  const std::string config = example("access-edge.json");
+  const json report = jsonOf(run({.configFiles = {"v1", "v2"}, .json = true, .failWrites = {120}},
+                                 example("edge-switch.json"), {config, config}, /*colour=*/false));
   const json &first = report["steps"][0]["acls"][0], &second = report["steps"][1];
   EXPECT_EQ(first["state"].dump() + first["code"].dump(), R"("failed""write-failed")");
   EXPECT_EQ(report["failedWrites"][0]["number"], 120);
@@ -107,7 +99,7 @@ std::set<std::string> whereDifferent(const json& left, const json& right) {
   return places;
 }
 
-// However the device came to its last desired state, it holds what a fresh device would, or the report says where not.
+// Whatever way led to its last desired state, the device holds what a fresh one would, or the report says where not.
 TEST(Run, TheWayToAStateLeavesNoTraceThatIsNotReported) {
   const std::string device = example("edge-switch.json");
   size_t reported = 0;
@@ -142,7 +134,7 @@ TEST(Run, ColourOnlyWhereAskedFor) {
   EXPECT_NE(run({.configFiles = {"c"}}, device, {config}, true).output.find("\033[32mactive"), std::string::npos);
 }
 
-// The lines shown on the way when the clock advances so much each time that it is looked at.
+// The lines of progress when the clock advances by `step` whenever it is read.
 std::vector<std::string> progressOf(std::chrono::milliseconds step) {
   std::vector<std::string> lines;
   auto now = Progress::Time();
@@ -163,17 +155,6 @@ TEST(Run, ProgressIsShownOnceItTakesLongAndTakenAwayInTheEnd) {
   EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("reading"))));
   EXPECT_EQ(lines.back(), "\r\033[K");
   EXPECT_LT(progressOf(std::chrono::milliseconds(60)).size(), lines.size());
-}
-
-TEST(RegisterWords, SayWhatEachBitDoes) {
-  const FilterDump filter{.intf = Platform::IntfId("e1"), .values = {0x80000b0f, 0x00000909, 0, 0}};
-  EXPECT_THAT(filter.words(Kestrix::Layout::kEnable),
-              testing::EndsWith("ACL drop delay; unknown bits 0x8; slots 0-1, 3 and 23 in use"));
-  EXPECT_EQ(filter.words(Kestrix::Layout::kAction),
-            "rules match the source; permit what no rule matches; permit in slots 0 and 3");
-  EXPECT_EQ(filter.slotWords({1, {0, 0x00ff00ff, 0, 0x0aff01ff}}),
-            "deny any protocol, source 10.0.1.0 wildcard 0.255.0.255");
-  EXPECT_EQ(filter.slotWords({2, {}}), "not in use");
 }
 
 TEST(CommandLine, RefusesWhatItDoesNotKnow) {

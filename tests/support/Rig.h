@@ -1,4 +1,4 @@
-// A helper on a bench: a record of everything that leaves the library, and short ways to drive it.
+// A helper on a test rig: a record of everything that leaves the library, and short ways to drive it.
 #pragma once
 
 #include <array>
@@ -27,8 +27,8 @@ inline constexpr auto kPermit = Acl::Action::permit, kDeny = Acl::Action::deny, 
 
 using Lines = std::vector<std::string>;
 
-// Remembers every access: a write as "<path> <value>". One to a path that contains `fails`, and each of `failAt`,
-// counted from 0, sets the error flag, and such a write leaves its register as it was.
+// Remembers every access: a write as "<path> <value>". An access to a path that contains `fails`, or
+// whose number from 0 is in `failAt`, sets the error flag; such a write leaves its register as it was.
 struct FakeTransport : Platform::TransportMethod {
   explicit FakeTransport(Lines& record) : log(record) {}
   uint32_t regRead(std::string_view path) noexcept override {
@@ -109,8 +109,8 @@ struct MacFields {
 };
 
 // A helper with interfaces e1, e2, e3: core 1, 1, 2; port groups 4, 5, 6; empty MAC-type filters in both directions.
-struct Bench {
-  Bench() {
+struct Rig {
+  Rig() {
     trace.sinkIs([this](const Platform::TraceRecord& r) {
       log.push_back(fmt::format("{} {}: {}", r.level, r.operation, r.message));
       if (r.className != "AclHelper") log.back().insert(2, fmt::format("{}::", r.className));
@@ -120,7 +120,7 @@ struct Bench {
     for (const IntfId intf : {e1, e2, e3}) Platform::DownstreamIntfId::coreIdIs(intf, intf == e3 ? 2 : 1);
     build(2, 2);
   }
-  ~Bench() { trace.sinkIs({}), trace.levelIs(0); }
+  ~Rig() { trace.sinkIs({}), trace.levelIs(0); }
   void build(uint8_t inRules, uint8_t outRules) {
     IntfIdToPortGroupId intfMap;
     intfMap.portGroupMapIs(e1, 4), intfMap.portGroupMapIs(e2, 5), intfMap.portGroupMapIs(e3, 6);
@@ -130,7 +130,7 @@ struct Bench {
       for (const auto d : {kIn, kOut}) helper->shadowFilters(d)->shadowFilterIs(intf, kMac, helper->slotCount(d));
   }
 
-  // What left the library since the last call, of it the lines that contain `what`.
+  // The lines with `what` of everything that left the library since the last call.
   Lines taken(std::string_view what = "") {
     std::erase_if(log, [&](const std::string& line) { return line.find(what) == line.npos; });
     return std::exchange(log, {});

@@ -2,13 +2,11 @@
 
 #include "platform/acl/AclKey.h"
 #include "platform/network/EthAddr.h"
-#include "platform/network/IntfId.h"
 #include "platform/runtime/Trace.h"
 
 namespace Platform {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
 
@@ -40,24 +38,6 @@ TEST(Text, ReadsBackWhatItPrintsAndQuotesWhatItRefuses) {
             "9 a(mac,out,2,dynamic)");
 }
 
-TEST(IntfId, OrdersNumbersByValueAndIsTheSameForTheSameName) {
-  std::vector<std::string> ordered;
-  for (int k = 1; k <= 100; ++k) ordered.push_back(fmt::format("order-{}", k));
-  ordered.insert(ordered.end(), {"order-100a", std::string("order-100a\0", 11)});
-  // Each of them new between the same two names.
-  for (size_t i = ordered.size(); i-- > 0;) EXPECT_EQ(IntfId(ordered[i]).toText(), ordered[i]);
-  for (size_t i = 0; i < ordered.size(); ++i) {
-    for (size_t j = 0; j < ordered.size(); ++j) {
-      EXPECT_EQ(IntfId(ordered[i]) <=> IntfId(ordered[j]), i <=> j) << i << " " << j;
-      EXPECT_EQ(IntfId(ordered[i]) == IntfId(ordered[j]), i == j);
-    }
-  }
-  EXPECT_THROW(IntfId(""), RangeError);
-  EXPECT_EQ(IntfId(std::string(255, 'x')).toText().size(), 255u);
-  EXPECT_THROW(IntfId(std::string(256, 'x')), RangeError);
-  EXPECT_EQ(DownstreamIntfId::coreId(IntfId("never told")), 0u);
-}
-
 struct Costly {
   std::string toText() const { return ++*formatted, "text"; }
   int* formatted;
@@ -79,7 +59,7 @@ TEST(Trace, FormatsOnlyEnabledLevelsAndCarriesEveryField) {
   const int line = __LINE__ + 1;
   trace.level5("a {}", Costly{&formatted});
   trace.failure("dropped");
-  EXPECT_THAT(lines, ElementsAre(fmt::format("Handle 5 File {} Class operation a text", line)));
+  EXPECT_THAT(lines, testing::ElementsAre(fmt::format("Handle 5 File {} Class operation a text", line)));
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ TEST_F(ModelDoc, CodeRunsAsShown) {
   // clang-format on
 
   const Lines shown = withoutIndentation(linesOf(KESTRIX_DOCS "model.md", "cpp"));
-  const Lines here = withoutIndentation(linesOf(__FILE__));
+  const Lines here = withoutIndentation(linesOf(KESTRIX_DOCS "../tests/platform/object/ModelDocTest.cpp"));
   ASSERT_FALSE(shown.empty());
   const auto start = std::find(here.begin(), here.end(), shown.front());
   Lines run(start, here.end());
