@@ -89,22 +89,16 @@ Json changeJson(const Change& change) {
 Json registerJson(uint32_t value, const std::string& words) { return {{"value", value}, {"words", words}}; }
 
 Json filterJson(const FilterDump& filter) {
-  Json json{{"interface", filter.intf.toText()},
-            {"direction", directionName(filter.direction)},
-            {"path", filter.path},
-            {"enable", registerJson(filter.enable, filter.enableWords())},
-            {"action", registerJson(filter.action, filter.actionWords())},
-            {"tcp", registerJson(filter.tcp, filter.tcpWords())},
-            {"udp", registerJson(filter.udp, filter.udpWords())},
-            {"rules", Json::array()}};
-  for (const SlotRegisters& slot : filter.slots) {
+  Json json{{"interface", filter.intf.toText()}, {"direction", directionName(filter.direction)}, {"path", filter.path}};
+  for (const auto& row : Kestrix::Layout::kFilterRegisters)
+    json[row.name] = registerJson(filter.value(row), filter.words(row));
+  json["rules"] = Json::array();
+  for (const SlotDump& slot : filter.slots) {
     if (slot.isZero() && !filter.slotEnabled(slot.slot)) continue;
-    json["rules"].push_back({{"slot", slot.slot},
-                             {"mask_high", slot.maskHigh},
-                             {"mask_low", slot.maskLow},
-                             {"addr_high", slot.addrHigh},
-                             {"addr_low", slot.addrLow},
-                             {"words", filter.slotWords(slot)}});
+    Json rule{{"slot", slot.slot}};
+    for (const auto& row : Kestrix::Layout::kSlotRegisters) rule[row.name] = slot.value(row);
+    rule["words"] = filter.slotWords(slot);
+    json["rules"].push_back(std::move(rule));
   }
   return json;
 }

@@ -8,7 +8,6 @@
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
-#include "hw/RegisterLayout.h"
 #include "platform/network/EthAddr.h"
 #include "platform/network/IpAddr.h"
 
@@ -40,67 +39,63 @@ std::string slots(uint32_t slotBits) {
   return (std::popcount(slotBits) == 1 ? "slot " : "slots ") + slotList(slotBits);
 }
 
-std::string flagWords(uint32_t word, std::span<const Layout::FlagBit> bits) {
+std::string flagWords(const Layout::FilterRegister& row, uint32_t word) {
   std::string words;
   uint32_t named = 0;
-  for (const Layout::FlagBit& bit : bits) {
+  for (const Layout::FlagBit& bit : row.flags) {
     named |= bit.mask;
     if ((word & bit.mask) != 0) addPhrase(words, std::string(bit.meaning));
   }
-  const uint32_t unknown = word & ~named & (Layout::slotBit(0) - 1);
+  const uint32_t unknown = word & ~named & (row.slotBit(0) - 1);
   if (unknown != 0) addPhrase(words, fmt::format("unknown bits {:#x}", unknown));
   return words;
 }
 
-uint32_t slotBits(uint32_t word) { return word >> Layout::kFirstSlotBit; }
-
-std::string ipWords(const SlotRegisters& registers) {
-  if (registers.maskLow == ~uint32_t{0}) return "any address";
-  const Platform::IpAddr addr(registers.addrLow & ~registers.maskLow);
-  const int prefix = std::countl_zero(registers.maskLow);
-  if (registers.maskLow == static_cast<uint32_t>((uint64_t{1} << (32 - prefix)) - 1)) {
-    return fmt::format("{}/{}", addr, prefix);
-  }
-  return fmt::format("{} wildcard {}", addr, Platform::IpAddr(registers.maskLow));
+std::string ipWords(const SlotDump& slot) {
+  const uint32_t mask = slot.value(Layout::kMaskLow);
+  if (mask == ~uint32_t{0}) return "any address";
+  const Platform::IpAddr addr(slot.value(Layout::kAddrLow) & ~mask);
+  const int prefix = std::countl_zero(mask);
+  if (mask == static_cast<uint32_t>((uint64_t{1} << (32 - prefix)) - 1)) return fmt::format("{}/{}", addr, prefix);
+  return fmt::format("{} wildcard {}", addr, Platform::IpAddr(mask));
 }
 
-std::string macWords(const SlotRegisters& registers) {
+std::string macWords(const SlotDump& slot) {
   auto octets = [](uint32_t high, uint32_t low) {
     return Platform::EthAddr({static_cast<uint8_t>(high >> 8), static_cast<uint8_t>(high),
                               static_cast<uint8_t>(low >> 24), static_cast<uint8_t>(low >> 16),
                               static_cast<uint8_t>(low >> 8), static_cast<uint8_t>(low)});
   };
-  const uint32_t high = registers.addrHigh & ~registers.maskHigh;
-  const uint32_t low = registers.addrLow & ~registers.maskLow;
-  if (registers.maskHigh == 0 && registers.maskLow == 0) return fmt::format("{}", octets(high, low));
-  return fmt::format("{} wildcard {}", octets(high, low), octets(registers.maskHigh, registers.maskLow));
+  const uint32_t maskHigh = slot.value(Layout::kMaskHigh);
+  const uint32_t maskLow = slot.value(Layout::kMaskLow);
+  const auto addr = octets(slot.value(Layout::kAddrHigh) & ~maskHigh, slot.value(Layout::kAddrLow) & ~maskLow);
+  if (maskHigh == 0 && maskLow == 0) return fmt::format("{}", addr);
+  return fmt::format("{} wildcard {}", addr, octets(maskHigh, maskLow));
 }
 
 FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface& interface,
                       Acl::AclDirection direction) {
   const int core = interface.core - 1;
   const int group = interface.portGroup - 1;
-  FilterDump dump{.intf = interface.id, .direction = direction, .path = {}, .slots = {}};
+  FilterDump dump{.intf = interface.id, .direction = direction};
   dump.path = direction == Acl::AclDirection::in ? fmt::format(Layout::kInputFilter, core, group)
                                                  : fmt::format(Layout::kOutputFilter, core, group);
   std::string path = dump.path;
-  // The register `name` of what the first `prefix` characters of the path are.
-  const auto value = [&](size_t prefix, std::string_view name) {
-    path.resize(prefix);
-    return fpga.value(path += name);
+  // Fills `values` with the registers of `rows` at the first `prefix` characters of the path.
+  const auto read = [&](size_t prefix, const auto& rows, auto& values) {
+    std::ranges::transform(rows, values.begin(), [&](const auto& row) {
+      path.resize(prefix);
+      return fpga.value(path += row.name);
+    });
   };
   const size_t filter = path.size();
-  dump.enable = value(filter, "enable");
-  dump.action = value(filter, "action");
-  dump.tcp = value(filter, "tcp");
-  dump.udp = value(filter, "udp");
-  dump.slots.reserve(device.slots(direction));
-  for (uint8_t slot = 0; slot < device.slots(direction); ++slot) {
+  read(filter, Layout::kFilterRegisters, dump.values);
+  dump.slots.resize(device.slots(direction));
+  for (uint8_t number = 0; SlotDump & slot : dump.slots) {
+    slot.slot = number++;
     path.resize(filter);
-    fmt::format_to(std::back_inserter(path), FMT_COMPILE(Layout::kRuleSlot), slot);
-    const size_t rule = path.size();
-    dump.slots.push_back(
-        {slot, value(rule, "mask_high"), value(rule, "mask_low"), value(rule, "addr_high"), value(rule, "addr_low")});
+    fmt::format_to(std::back_inserter(path), FMT_COMPILE(Layout::kRuleSlot), slot.slot);
+    read(path.size(), Layout::kSlotRegisters, slot.values);
   }
   return dump;
 }
@@ -108,42 +103,36 @@ FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface
 }  // namespace
 
 bool FilterDump::isZero() const {
-  return enable == 0 && action == 0 && tcp == 0 && udp == 0 &&
-         std::all_of(slots.begin(), slots.end(), [](const auto& each) { return each.isZero(); });
+  return values == decltype(values){} && std::ranges::all_of(slots, &SlotDump::isZero);
 }
 
-bool FilterDump::slotEnabled(uint8_t slot) const { return (enable & Layout::slotBit(slot)) != 0; }
+bool FilterDump::slotEnabled(uint8_t slot) const { return isSet(Layout::kEnable, slot); }
 
-unsigned FilterDump::slotsInUse() const { return static_cast<unsigned>(std::popcount(slotBits(enable))); }
+unsigned FilterDump::slotsInUse() const {
+  return static_cast<unsigned>(std::popcount(Layout::kEnable.slotBits(value(Layout::kEnable))));
+}
 
-bool FilterDump::permitsUnmatched() const { return (action & Layout::kPermitAny.mask) != 0; }
+bool FilterDump::permitsUnmatched() const { return isSet(Layout::kAction, Layout::kPermitAny); }
 
-std::string FilterDump::enableWords() const {
-  std::string words = flagWords(enable, Layout::kEnableBits);
-  if (slotBits(enable) != 0) addPhrase(words, Sim::slots(slotBits(enable)) + " in use");
+std::string FilterDump::words(const Layout::FilterRegister& row) const {
+  std::string words = flagWords(row, value(row));
+  const uint32_t slotBits = row.slotBits(value(row));
+  if (slotBits != 0) addPhrase(words, fmt::format(fmt::runtime(row.slotsMeaning), Sim::slots(slotBits)));
   return words;
 }
 
-std::string FilterDump::actionWords() const {
-  std::string words = flagWords(action, Layout::kActionBits);
-  if (slotBits(action) != 0) addPhrase(words, "permit in " + Sim::slots(slotBits(action)));
-  return words;
-}
+std::string FilterDump::slotWords(const SlotDump& slot) const {
+  if (!slotEnabled(slot.slot)) return "not in use";
+  const char* const verdict = isSet(Layout::kAction, slot.slot) ? "permit" : "deny";
+  const char* const side = isSet(Layout::kAction, Layout::kSource) ? "source" : "destination";
+  if (!isSet(Layout::kEnable, Layout::kIpv4)) return fmt::format("{} {} {}", verdict, side, macWords(slot));
 
-std::string FilterDump::tcpWords() const { return tcp == 0 ? "" : Sim::slots(tcp); }
-std::string FilterDump::udpWords() const { return udp == 0 ? "" : Sim::slots(udp); }
-
-std::string FilterDump::slotWords(const SlotRegisters& registers) const {
-  if (!slotEnabled(registers.slot)) return "not in use";
-  const char* const verdict = (action & Layout::slotBit(registers.slot)) != 0 ? "permit" : "deny";
-  const char* const side = (action & Layout::kSource.mask) != 0 ? "source" : "destination";
-  if ((enable & Layout::kIpv4.mask) == 0) return fmt::format("{} {} {}", verdict, side, macWords(registers));
-
-  const bool matchesTcp = (tcp & Layout::protocolBit(registers.slot)) != 0;
-  const bool matchesUdp = (udp & Layout::protocolBit(registers.slot)) != 0;
+  const bool matchesTcp = isSet(Layout::kTcp, slot.slot);
+  const bool matchesUdp = isSet(Layout::kUdp, slot.slot);
   const char* const proto = matchesTcp == matchesUdp ? "any protocol" : matchesTcp ? "TCP" : "UDP";
-  std::string words = fmt::format("{} {}, {} {}", verdict, proto, side, ipWords(registers));
-  if (registers.addrHigh != 0 && registers.maskHigh == 0) words += fmt::format(", port {}", registers.addrHigh);
+  std::string words = fmt::format("{} {}, {} {}", verdict, proto, side, ipWords(slot));
+  const uint32_t port = slot.value(Layout::kAddrHigh);
+  if (port != 0 && slot.value(Layout::kMaskHigh) == 0) words += fmt::format(", port {}", port);
   return words;
 }
 

@@ -1,52 +1,54 @@
 // The filters of the simulated FPGA, read back from its registers and put into words.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "hw/RegisterLayout.h"
 #include "platform/acl/AclTypes.h"
 #include "read/Device.h"
 #include "simulate/SimFpga.h"
 
 namespace Sim {
 
-struct SlotRegisters {
+// One slot, as its registers are.
+struct SlotDump {
   uint8_t slot = 0;
-  uint32_t maskHigh = 0;
-  uint32_t maskLow = 0;
-  uint32_t addrHigh = 0;
-  uint32_t addrLow = 0;
+  std::array<uint32_t, Kestrix::Layout::kSlotRegisters.size()> values{};  // In the order of the layout.
 
-  bool operator==(const SlotRegisters&) const = default;
-  bool isZero() const { return maskHigh == 0 && maskLow == 0 && addrHigh == 0 && addrLow == 0; }
+  bool operator==(const SlotDump&) const = default;
+  bool isZero() const { return values == decltype(values){}; }
+  uint32_t value(const Kestrix::Layout::SlotRegister& row) const { return values[positionOf(row)]; }
 };
 
 // One filter, as its registers are.
 struct FilterDump {
   Platform::IntfId intf;
   Acl::AclDirection direction = Acl::AclDirection::in;
-  std::string path;  // With a slash at its end.
-  uint32_t enable = 0;
-  uint32_t action = 0;
-  uint32_t tcp = 0;
-  uint32_t udp = 0;
-  std::vector<SlotRegisters> slots;  // All that the filter has.
+  std::string path = {};                                                    // With a slash at its end.
+  std::array<uint32_t, Kestrix::Layout::kFilterRegisters.size()> values{};  // In the order of the layout.
+  std::vector<SlotDump> slots = {};                                         // All that the filter has.
 
   bool operator==(const FilterDump&) const = default;
   bool isZero() const;
+  uint32_t value(const Kestrix::Layout::FilterRegister& row) const { return values[positionOf(row)]; }
+  bool isSet(const Kestrix::Layout::FilterRegister& row, const Kestrix::Layout::FlagBit& flag) const {
+    return (value(row) & flag.mask) != 0;
+  }
+  bool isSet(const Kestrix::Layout::FilterRegister& row, uint8_t slot) const {
+    return (value(row) & row.slotBit(slot)) != 0;
+  }
   bool slotEnabled(uint8_t slot) const;
   unsigned slotsInUse() const;
   bool permitsUnmatched() const;
 
-  // Every set bit in words.
-  std::string enableWords() const;
-  std::string actionWords() const;
-  std::string tcpWords() const;
-  std::string udpWords() const;
+  // Every set bit of a register in words.
+  std::string words(const Kestrix::Layout::FilterRegister& row) const;
   // What a packet must be to meet the slot, and what becomes of it.
-  std::string slotWords(const SlotRegisters& registers) const;
+  std::string slotWords(const SlotDump& slot) const;
 };
 
 // All filters of the device.

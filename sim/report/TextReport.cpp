@@ -112,19 +112,19 @@ void writeFilter(Out out, const FilterDump& filter, const Paint& paint) {
     return;
   }
   fmt::format_to(out, "\n{}\n", paint.head(title));
-  writeRegisterLine(out, "enable", filter.enable, filter.enableWords());
-  writeRegisterLine(out, "action", filter.action, filter.actionWords());
-  writeRegisterLine(out, "tcp", filter.tcp, filter.tcpWords());
-  writeRegisterLine(out, "udp", filter.udp, filter.udpWords());
+  for (const auto& row : Kestrix::Layout::kFilterRegisters)
+    writeRegisterLine(out, row.name, filter.value(row), filter.words(row));
   size_t zeroSlots = 0;
-  for (const SlotRegisters& slot : filter.slots) {
+  for (const SlotDump& slot : filter.slots) {
     if (slot.isZero() && !filter.slotEnabled(slot.slot)) {
       ++zeroSlots;
       continue;
     }
     fmt::format_to(out, "  rule[{}]  {}\n", slot.slot, filter.slotWords(slot));
-    fmt::format_to(out, "    mask_high 0x{:04x}  mask_low 0x{:08x}  addr_high 0x{:04x}  addr_low 0x{:08x}\n",
-                   slot.maskHigh, slot.maskLow, slot.addrHigh, slot.addrLow);
+    fmt::format_to(out, "  ");
+    for (const auto& row : Kestrix::Layout::kSlotRegisters)
+      fmt::format_to(out, "  {} 0x{:0{}x}", row.name, slot.value(row), row.width / 4);
+    fmt::format_to(out, "\n");
   }
   if (zeroSlots != 0) fmt::format_to(out, "  {} slots free, all 0\n", zeroSlots);
 }

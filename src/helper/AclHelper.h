@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "model/IntfIdToPortGroupId.h"
+#include "model/Refusal.h"
 #include "model/ShadowAcl.h"
 #include "model/ShadowFilter.h"
 #include "platform/acl/AclData.h"
@@ -89,6 +90,10 @@ class AclHelper : public VelHelper::AclHelper {
                                    bool belongsToAnother) override;
   void updateAclPorts(const Ptr<AclData>& aclData, bool add) override;
 
+  // Why the rule or ACL given last was refused, by one of createIpAclSubrule, createIpFragRule, createMacAclRule and
+  // precreateAcl; no refusal when it was accepted. Known before the framework is told of the error.
+  const Refused& lastRefused() const { return lastRefused_; }
+
   // --- Operations of the model ---
 
   // Whether the hardware can hold ACLs of the key's type and direction.
@@ -131,12 +136,18 @@ class AclHelper : public VelHelper::AclHelper {
   AclHelper(const Ptr<Platform::TransportMethod>& transport, const IntfIdToPortGroupId& intfMap, uint8_t inRules,
             uint8_t outRules, const Ptr<const Platform::VelCommonSmData>& vcsd);
 
+  // The answer of aclSupported, with the reason.
+  Refused checkAcl(const Platform::AclKey& key) const;
+  // Notes why a rule of the ACL is refused, and fails the interfaces that wait for it. Returns the reason's error.
+  AclCreateError refuseRule(const Ptr<ShadowAcl>& shadowAcl, const Refused& refused);
   // One interface of a writeAclToIntfs pass.
   AclCreateError writeAclToIntf(ShadowAcl& shadowAcl, const ShadowAcl::Acl& acl, IntfId intf);
   // One interface of a clearAclFromIntfs pass.
   AclCreateError clearAclFromIntf(ShadowAcl& shadowAcl, IntfId intf);
-  // The interface is in error, the hardware unit too.
-  AclCreateError refuseIntf(ShadowAcl& shadowAcl, IntfId intf, AclCreateError error);
+  // The interface is in error, the hardware unit too. Returns the reason's error.
+  AclCreateError refuseIntf(ShadowAcl& shadowAcl, IntfId intf, Refusal reason);
+
+  Refused lastRefused_;
 };
 
 // The library's entry point for the agent: the same as AclHelper::AclHelperIs.

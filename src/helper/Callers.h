@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "helper/AclHelper.h"
+#include "model/Refusal.h"
 #include "platform/runtime/Trace.h"
 
 namespace Kestrix {
@@ -33,6 +34,12 @@ inline Platform::Ptr<ShadowAcl> attachedAcl(const AclHelper& helper, const Platf
                                             const Platform::TraceScope& trace) {
   if (Platform::Ptr<ShadowAcl> shadowAcl = helper.allShadowAcl(key)) return shadowAcl;
   Platform::consistencyFailure(trace, "ACL config should always exist");
+}
+
+// Traces why a rule is refused, and gives it on.
+inline Refused traced(const Refused& refused, const Platform::TraceScope& trace) {
+  trace.level5("{}", refused);
+  return refused;
 }
 
 // Raises ConsistencyError for no shadow ACL.

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "hw/RegisterLayout.h"
 #include "model/IntfIdToPortGroupId.h"
 #include "platform/acl/AclTypes.h"
 #include "platform/network/IntfId.h"
@@ -28,24 +29,16 @@ class FilterPath {
  public:
   FilterPath(const FilterAddress& address, Acl::AclDirection direction);
 
-  // A register of the whole filter.
-  template <size_t kSize>
-  std::string_view filterRegister(const char (&name)[kSize]) {
-    return append(baseSize_, name);
-  }
+  std::string_view filterRegister(const Layout::FilterRegister& row) { return append(baseSize_, row.name); }
   // Opens a rule slot, below Layout::kMaxSlots, for slotRegister.
   void slotIs(uint8_t slot);
-  template <size_t kSize>
-  std::string_view slotRegister(const char (&name)[kSize]) {
-    return append(slotSize_, name);
-  }
+  std::string_view slotRegister(const Layout::SlotRegister& row) { return append(slotSize_, row.name); }
 
  private:
-  // Of a literal, whose size is known: copied without a loop.
-  template <size_t kSize>
-  std::string_view append(size_t prefixSize, const char (&name)[kSize]) {
-    std::memcpy(text_.data() + prefixSize, name, kSize);
-    return {text_.data(), prefixSize + kSize - 1};
+  // Here, so that the size of the name is known where it is called, and no loop copies it.
+  std::string_view append(size_t prefixSize, std::string_view name) {
+    std::memcpy(text_.data() + prefixSize, name.data(), name.size());
+    return {text_.data(), prefixSize + name.size()};
   }
 
   // The longest: msp_return[65535]/filter[65535]/rule[23]/mask_high

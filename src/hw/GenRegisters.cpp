@@ -40,6 +40,15 @@ constexpr FlagRow kActionRows[] = {
     {Layout::kPermitLldp, [](const ShadowFilter& f) { return f.permitLldp() == true; }},
 };
 
+// Whether something sets each flag of a register.
+constexpr bool setsAll(std::span<const FlagRow> rows, const Layout::FilterRegister& filterRegister) {
+  return std::ranges::equal(
+      rows, filterRegister.flags, {}, [](const FlagRow& row) { return row.bit.mask; }, &Layout::FlagBit::mask);
+}
+static_assert(setsAll(kEnableRows, Layout::kEnable) && setsAll(kActionRows, Layout::kAction) &&
+                  Layout::kTcp.flags.empty() && Layout::kUdp.flags.empty(),
+              "nothing sets a flag that has a meaning, or the other way round");
+
 uint32_t flags(std::span<const FlagRow> rows, const ShadowFilter& filter) {
   uint32_t word = 0;
   for (const FlagRow& row : rows) {
@@ -90,10 +99,10 @@ FilterRegisters imageOf(const ShadowFilter& filter) {
   for (uint8_t slot = 0; slot < slots; ++slot) {
     const AclRule rule = filter.rule(slot);
     if (!rule) continue;  // No rule here, which looks like the default rule.
-    enable |= Layout::slotBit(slot);
-    if (rule.action() == Acl::Action::permit) action |= Layout::slotBit(slot);
-    if (rule.tcp()) tcp |= Layout::protocolBit(slot);
-    if (rule.udp()) udp |= Layout::protocolBit(slot);
+    enable |= Layout::kEnable.slotBit(slot);
+    if (rule.action() == Acl::Action::permit) action |= Layout::kAction.slotBit(slot);
+    if (rule.tcp()) tcp |= Layout::kTcp.slotBit(slot);
+    if (rule.udp()) udp |= Layout::kUdp.slotBit(slot);
     image.ruleRegistersIs(rule.addrWithMask().containsIp() ? ipSlot(slot, rule) : macSlot(slot, rule));
   }
   image.enableIs(enable);

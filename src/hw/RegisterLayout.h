@@ -1,5 +1,5 @@
-// The FPGA's filter registers as data: names, bits, limits. The image, the writing of a filter and the register dump of
-// the simulator all read these rows.
+// The FPGA's registers as data: names, bits, limits. The image, the writing of a filter, and who reads registers back
+// all read these rows.
 //
 //   enable   31 ............ 8  7    6   5     4     3 2     1  0
 //            slot 23 .. slot 0  lldp arp mcast bcast - delay l4 ipv4
@@ -12,25 +12,27 @@
 // The address registers carry the address with its wildcard bits set.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
 
+// The FPGA's registers.
 namespace Kestrix::Layout {
 
-inline constexpr uint8_t kMaxSlots = 24;  // Slot bits 8 to 31 of enable and action.
-inline constexpr unsigned kFirstSlotBit = 8;
+// The most slots that a filter has: bits 8 to 31 of enable and action.
+inline constexpr uint8_t kMaxSlots = 24;
 
-constexpr uint32_t slotBit(uint8_t slot) { return uint32_t{1} << (kFirstSlotBit + slot); }
-constexpr uint32_t protocolBit(uint8_t slot) { return uint32_t{1} << slot; }
-
+// A bit of a register that says something of the whole filter.
 struct FlagBit {
-  uint32_t mask;
+  uint32_t mask = 0;
   std::string_view meaning;  // Of the set bit.
 };
 
+// Of `enable`.
 inline constexpr FlagBit kIpv4{0x01, "programmed for IPv4"};
 inline constexpr FlagBit kL4{0x02, "matches layer-4 ports"};
 inline constexpr FlagBit kDelay{0x04, "ACL drop delay"};
@@ -40,6 +42,7 @@ inline constexpr FlagBit kArp{0x40, "ARP verdict in use"};
 inline constexpr FlagBit kLldp{0x80, "LLDP verdict in use"};
 inline constexpr std::array kEnableBits{kIpv4, kL4, kDelay, kBroadcast, kMulticast, kArp, kLldp};
 
+// Of `action`.
 inline constexpr FlagBit kSource{0x01, "rules match the source"};
 inline constexpr FlagBit kPermitAny{0x08, "permit what no rule matches"};
 inline constexpr FlagBit kPermitBroadcast{0x10, "permit broadcast"};
@@ -49,17 +52,57 @@ inline constexpr FlagBit kPermitLldp{0x80, "permit LLDP"};
 inline constexpr std::array kActionBits{kSource,          kPermitAny, kPermitBroadcast,
                                         kPermitMulticast, kPermitArp, kPermitLldp};
 
-// How many bits are named, by `bits` or as those of a slot.
-constexpr size_t namedBits(std::span<const FlagBit> bits) {
+// A register of the whole filter.
+struct FilterRegister {
+  std::string_view name;
+  std::span<const FlagBit> flags;
+  uint8_t firstSlotBit = 0;       // The position of the bit of slot 0; those of the other slots follow.
+  std::string_view slotsMeaning;  // Of the set bits of slots, with a place for them in fmt's notation.
+
+  // The bit of a slot below kMaxSlots.
+  constexpr uint32_t slotBit(uint8_t slot) const { return uint32_t{1} << (firstSlotBit + slot); }
+  // The bits of slots in a value of the register, that of slot 0 first.
+  constexpr uint32_t slotBits(uint32_t value) const { return value >> firstSlotBit; }
+};
+
+// The registers of a filter, and all of them in the order in which they are written.
+inline constexpr FilterRegister kEnable{"enable", kEnableBits, 8, "{} in use"};
+inline constexpr FilterRegister kAction{"action", kActionBits, 8, "permit in {}"};
+inline constexpr FilterRegister kTcp{"tcp", {}, 0, "{}"};
+inline constexpr FilterRegister kUdp{"udp", {}, 0, "{}"};
+inline constexpr std::array kFilterRegisters{kEnable, kAction, kTcp, kUdp};
+
+// Whether each bit of the register means one thing.
+constexpr bool isUnambiguous(const FilterRegister& filterRegister) {
   uint32_t named = 0;
-  for (uint8_t slot = 0; slot < kMaxSlots; ++slot) named |= slotBit(slot);
-  for (const FlagBit& bit : bits) named |= bit.mask;
-  return static_cast<size_t>(std::popcount(named));
+  for (uint8_t slot = 0; slot < kMaxSlots; ++slot) named |= filterRegister.slotBit(slot);
+  for (const FlagBit& bit : filterRegister.flags) named |= bit.mask;
+  return static_cast<size_t>(std::popcount(named)) == kMaxSlots + filterRegister.flags.size();
 }
-static_assert(namedBits(kEnableBits) == kMaxSlots + kEnableBits.size() &&
-                  namedBits(kActionBits) == kMaxSlots + kActionBits.size(),
-              "a bit is named twice");
-static_assert(slotBit(kMaxSlots - 1) == 0x8000'0000u, "the last slot has the last bit");
+static_assert(std::ranges::all_of(kFilterRegisters, isUnambiguous), "a bit is named twice, or does not exist");
+
+// A register of a slot.
+struct SlotRegister {
+  std::string_view name;
+  uint8_t width = 32;  // The bits of it that are in use, from bit 0 on.
+};
+
+// The registers of a slot, and all of them in the order in which they are written.
+inline constexpr SlotRegister kMaskHigh{"mask_high", 16};
+inline constexpr SlotRegister kMaskLow{"mask_low", 32};
+inline constexpr SlotRegister kAddrHigh{"addr_high", 16};
+inline constexpr SlotRegister kAddrLow{"addr_low", 32};
+inline constexpr std::array kSlotRegisters{kMaskHigh, kMaskLow, kAddrHigh, kAddrLow};
+
+// The position of a register, among those of a filter or of a slot.
+constexpr size_t positionOf(const FilterRegister& filterRegister) {
+  const auto found = std::ranges::find(kFilterRegisters, filterRegister.name, &FilterRegister::name);
+  return static_cast<size_t>(found - kFilterRegisters.begin());
+}
+constexpr size_t positionOf(const SlotRegister& slotRegister) {
+  const auto found = std::ranges::find(kSlotRegisters, slotRegister.name, &SlotRegister::name);
+  return static_cast<size_t>(found - kSlotRegisters.begin());
+}
 
 // A port of these registers that is matched by any port.
 inline constexpr uint16_t kAnyPort = 0xFFFF;

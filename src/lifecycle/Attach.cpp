@@ -66,15 +66,9 @@ AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const 
   const Ptr<ShadowFilter> old = filters ? filters->shadowFilter(intf) : nullptr;
   if (!old) Platform::consistencyFailure(trace, "The shadow filter should always exist");
 
-  switch (attachRefusal(*old, acl, maxRules)) {
-    case AttachRefusal::none:
-      break;
-    case AttachRefusal::tooManyRules:
-      return refuseIntf(shadowAcl, intf, AclCreateError::hardwareFailure);
-    case AttachRefusal::typeConflict:
-      trace.level6("Cannot set registers as other ACL type already existed in filter");
-      return refuseIntf(shadowAcl, intf, AclCreateError::notSupported);
-  }
+  const Refusal refusal = attachRefusal(*old, acl, maxRules);
+  if (refusal == Refusal::typeConflict) trace.level6("{}", Refused{refusal});
+  if (refusal != Refusal::none) return refuseIntf(shadowAcl, intf, refusal);
 
   const FilterContent content = contentAfterAttach(*old, acl);
   if (content.rulesOfAcl) {
@@ -83,27 +77,24 @@ AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const 
     trace.level6("Filter type {} with no ACL rules. Use existing filter rules", old->ruleType());
   }
   trace.level6("Replacing existing filter for {}", intf);
-  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, maxRules, content);
   trace.level6("Do rules: {}", content.rules.size());
-  filter->ruleReserve(content.rules.size());
-  for (const AclRule& rule : content.rules) {
-    trace.level6("Rule {}", rule);
-    filter->ruleIs(rule);
-  }
+  for (const AclRule& rule : content.rules) trace.level6("Rule {}", rule);
+  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, maxRules, content);
 
   const AclCreateError error = regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/false);
   if (error == AclCreateError::noError) {
     shadowAcl.activeIntfIs(intf);
   } else {
-    shadowAcl.errorIntfIs(intf, error);
+    shadowAcl.failIntf(intf, error);
   }
   shadowAcl.applyingIntfDel(intf);
   return error;
 }
 
-AclHelper::AclCreateError AclHelper::refuseIntf(ShadowAcl& shadowAcl, IntfId intf, AclCreateError error) {
+AclHelper::AclCreateError AclHelper::refuseIntf(ShadowAcl& shadowAcl, IntfId intf, Refusal reason) {
+  const AclCreateError error = rowOf(reason).error;
   shadowAcl.applyingIntfDel(intf);
-  shadowAcl.errorIntfIs(intf, error);
+  shadowAcl.failIntf(intf, error, reason);
   publishUnitErrorIs(kUnitName, true);
   unitErrorIs(kUnitName, error);
   return error;

@@ -1,4 +1,4 @@
-// setCreationError: a rule of an ACL cannot be put into the hardware.
+// A rule of an ACL cannot be put into the hardware: setCreationError.
 
 #include "helper/AclHelper.h"
 #include "helper/Callers.h"
@@ -14,13 +14,18 @@ AclHelper::AclCreateError AclHelper::setCreationError(const Ptr<ShadowAcl>& shad
 
   trace.level6("acl: {}, err: {}", shadowAcl->key().name, error);
   Platform::forEachStable(shadowAcl->applyingIntf(), [&](IntfId intf) {
-    shadowAcl->errorIntfIs(intf, error);
+    shadowAcl->failIntf(intf, error);
     shadowAcl->applyingIntfDel(intf);
   });
   dirtyIs(true);
   publishUnitErrorIs(kUnitName, true);
   unitErrorIs(kUnitName, error);
   return error;
+}
+
+AclHelper::AclCreateError AclHelper::refuseRule(const Ptr<ShadowAcl>& shadowAcl, const Refused& refused) {
+  lastRefused_ = refused;
+  return setCreationError(shadowAcl, rowOf(refused.reason).error);
 }
 
 }  // namespace Kestrix

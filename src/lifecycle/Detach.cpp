@@ -95,8 +95,6 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
   const FilterContent content = contentAfterDetach(*old, shadowAcl.acl());
   trace.level6("macAcl: {}, ipAcl: {}, ruleType: {}", content.macAcl, content.ipAcl, content.ruleType);
   const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, ruleLimit(direction), content);
-  filter->ruleReserve(content.rules.size());
-  for (const AclRule& rule : content.rules) filter->ruleIs(rule);
 
   const AclCreateError error = regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/false);
   if (error == AclCreateError::noError) {
@@ -105,7 +103,7 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
     shadowAcl.errorIntfDel(intf);
   } else {
     trace.level6("Clearing {}'s ACL failed", intf);
-    shadowAcl.errorIntfIs(intf, error);
+    shadowAcl.failIntf(intf, error);
   }
   return done(error);
 }

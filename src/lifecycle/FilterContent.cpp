@@ -1,8 +1,5 @@
 #include "lifecycle/FilterContent.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace Kestrix {
 namespace {
 
@@ -13,91 +10,38 @@ std::vector<AclRule> inKeyOrder(const Platform::ValueMap<uint8_t, AclRule>& rule
   return copies;
 }
 
-// Types, and whether there are rules, as the rows below ask for them.
-enum class Type : uint8_t { ipv4, mac };
-enum class Has : uint8_t { no, yes, any };
-enum class From : uint8_t { acl, filter };
+bool isIp(const ShadowFilter& filter) { return filter.ruleType() == Acl::AclType::ipv4; }
 
-Type typeOf(const ShadowFilter& filter) { return filter.ruleType() == Acl::AclType::ipv4 ? Type::ipv4 : Type::mac; }
-Type typeOf(const ShadowAcl::Acl& acl) { return acl.containsIp() ? Type::ipv4 : Type::mac; }
-constexpr Acl::AclType programmedFor(Type type) { return type == Type::ipv4 ? Acl::AclType::ipv4 : Acl::AclType::mac; }
-constexpr bool fits(Has asked, bool has) { return asked == Has::any || (asked == Has::yes) == has; }
-
-// What an ACL makes of a filter. The conflict is asymmetric: a filter programmed for IPv4 refuses the rules of any MAC
-// ACL, one programmed for MAC refuses any IPv4 ACL while it holds rules.
-struct AttachRow {
-  Type filter;
-  Type acl;
-  Has aclRules;
-  Has filterRules;
-  bool conflict;
-  Type newType;
-  From rules;  // And the side they match.
-  From permitAny;
-};
-constexpr AttachRow kAttachRows[] = {
-    // filter   acl         ACL rules filter r. conflict new type    rules         permitAny
-    {Type::ipv4, Type::ipv4, Has::any, Has::any, false, Type::ipv4, From::acl, From::acl},
-    {Type::mac, Type::mac, Has::any, Has::any, false, Type::mac, From::acl, From::acl},
-    {Type::ipv4, Type::mac, Has::yes, Has::any, true, Type::ipv4, From::filter, From::filter},
-    {Type::ipv4, Type::mac, Has::no, Has::yes, false, Type::ipv4, From::filter, From::filter},
-    {Type::ipv4, Type::mac, Has::no, Has::no, false, Type::mac, From::filter, From::filter},
-    {Type::mac, Type::ipv4, Has::any, Has::yes, true, Type::mac, From::filter, From::filter},
-    {Type::mac, Type::ipv4, Has::yes, Has::no, false, Type::ipv4, From::acl, From::acl},
-    {Type::mac, Type::ipv4, Has::no, Has::no, false, Type::ipv4, From::filter, From::acl},
-};
-
-const AttachRow& attachRow(const ShadowFilter& filter, const ShadowAcl::Acl& acl) {
-  return *std::find_if(std::begin(kAttachRows), std::end(kAttachRows), [&](const AttachRow& row) {
-    return row.filter == typeOf(filter) && row.acl == typeOf(acl) && fits(row.aclRules, !acl.base()->rule().empty()) &&
-           fits(row.filterRules, !filter.rule().empty());
-  });
-}
-
-// What the filter matches once an ACL has left it. The rules, and the verdict, are those of the ACL that stays.
-enum class SideFrom : uint8_t { none, filter, stayingAcl };
-struct DetachRow {
-  Type acl;      // The one that leaves.
-  Has staying;   // Whether one of the other type stays,
-  Has itsRules;  // and has rules.
-  bool keepsType;
-  SideFrom side;
-};
-constexpr DetachRow kDetachRows[] = {
-    // leaves   stays     its rules keeps type     side
-    {Type::ipv4, Has::no, Has::any, false, SideFrom::none},
-    {Type::ipv4, Has::yes, Has::no, false, SideFrom::none},
-    {Type::ipv4, Has::yes, Has::yes, false, SideFrom::stayingAcl},
-    {Type::mac, Has::no, Has::any, true, SideFrom::none},
-    {Type::mac, Has::yes, Has::any, true, SideFrom::filter},
-};
-
-const DetachRow& detachRow(Type leaving, const BaseAcl* staying) {
-  return *std::find_if(std::begin(kDetachRows), std::end(kDetachRows), [&](const DetachRow& row) {
-    return row.acl == leaving && fits(row.staying, staying != nullptr) &&
-           fits(row.itsRules, staying != nullptr && !staying->rule().empty());
-  });
+// A filter that is programmed for IPv4 refuses the rules of any MAC ACL, even when it holds none itself. One that is
+// programmed for MAC refuses every IPv4 ACL as long as it holds rules.
+bool conflicts(const ShadowFilter& filter, const ShadowAcl::Acl& acl) {
+  if (isIp(filter) == acl.containsIp()) return false;
+  return acl.containsIp() ? !filter.rule().empty() : !acl.base()->rule().empty();
 }
 
 }  // namespace
 
-AttachRefusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules) {
-  if (acl.base()->rule().size() > maxRules) return AttachRefusal::tooManyRules;
-  return attachRow(filter, acl).conflict ? AttachRefusal::typeConflict : AttachRefusal::none;
+Refusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules) {
+  if (acl.base()->rule().size() > maxRules) return Refusal::tooManyRules;
+  return conflicts(filter, acl) ? Refusal::typeConflict : Refusal::none;
 }
 
 FilterContent contentAfterAttach(const ShadowFilter& filter, const ShadowAcl::Acl& acl) {
-  const AttachRow& row = attachRow(filter, acl);
   const Platform::Ptr<BaseAcl> base = acl.base();
-  const bool isIp = acl.containsIp();
+  const bool isIpAcl = acl.containsIp();
   FilterContent content;
-  content.ruleType = programmedFor(row.newType);
-  content.rulesOfAcl = row.rules == From::acl;
+  // An ACL without rules joins the rules that an ACL of the other type has in the filter.
+  content.rulesOfAcl = isIp(filter) == isIpAcl || !base->rule().empty();
   content.rules = inKeyOrder(content.rulesOfAcl ? base->rule() : filter.rule());
   content.srcOrDst = content.rulesOfAcl ? base->srcOrDst() : filter.srcOrDst();
-  content.permitAny = row.permitAny == From::acl ? base->permitAny().value_or(false) : filter.permitAny();
-  content.ipAcl = isIp ? acl.ip() : filter.ipAcl();
-  content.macAcl = isIp ? filter.macAcl() : acl.mac();
+  // Where it joins, the rules, if there are any, are those of an IPv4 ACL.
+  const bool keepsIpRules = !content.rulesOfAcl && !filter.rule().empty();
+  content.ruleType = isIpAcl || keepsIpRules ? Acl::AclType::ipv4 : Acl::AclType::mac;
+  // In a filter that is programmed for IPv4, a MAC ACL does not decide what happens to the rest.
+  const bool keepsVerdict = isIp(filter) && !isIpAcl;
+  content.permitAny = keepsVerdict ? filter.permitAny() : base->permitAny().value_or(false);
+  content.ipAcl = isIpAcl ? acl.ip() : filter.ipAcl();
+  content.macAcl = isIpAcl ? filter.macAcl() : acl.mac();
   content.delay = filter.delay();
   return content;
 }
@@ -108,23 +52,26 @@ bool holdsAnother(const ShadowFilter& filter, const ShadowAcl& shadowAcl) {
 }
 
 FilterContent contentAfterDetach(const ShadowFilter& filter, const ShadowAcl::Acl& acl) {
+  const bool isIpAcl = acl.containsIp();
   FilterContent content;
-  if (acl.containsIp()) {
-    content.macAcl = filter.macAcl();
-  } else {
-    content.ipAcl = filter.ipAcl();
-  }
-  const BaseAcl* staying = filter.recorded(!acl.containsIp());
-  const DetachRow& row = detachRow(typeOf(acl), staying);
-  content.ruleType = row.keepsType ? filter.ruleType() : Acl::AclType::mac;
-  if (row.side == SideFrom::filter) content.srcOrDst = filter.srcOrDst();
-  if (row.side == SideFrom::stayingAcl) content.srcOrDst = staying->srcOrDst();
-  if (staying != nullptr) {
-    content.permitAny = staying->permitAny().value_or(false);
-    content.rules = inKeyOrder(staying->rule());
-  }
   content.rulesOfAcl = false;
   content.delay = filter.delay();
+  if (isIpAcl) {
+    content.ruleType = Acl::AclType::mac;
+    content.macAcl = filter.macAcl();
+  } else {
+    content.ruleType = filter.ruleType();
+    content.ipAcl = filter.ipAcl();
+  }
+  const BaseAcl* staying = filter.recorded(!isIpAcl);
+  if (staying == nullptr) return content;
+  content.permitAny = staying->permitAny().value_or(false);
+  content.rules = inKeyOrder(staying->rule());
+  if (!isIpAcl) {
+    content.srcOrDst = filter.srcOrDst();
+  } else if (!staying->rule().empty()) {
+    content.srcOrDst = staying->srcOrDst();
+  }
   return content;
 }
 
@@ -137,6 +84,8 @@ Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::Intf
   filter->delayIs(content.delay);
   filter->srcOrDstIs(content.srcOrDst);
   filter->permitAnyIs(content.permitAny);
+  filter->ruleReserve(content.rules.size());
+  for (const AclRule& rule : content.rules) filter->ruleIs(rule);
   return filter;
 }
 

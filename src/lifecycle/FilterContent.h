@@ -8,15 +8,14 @@
 #include <vector>
 
 #include "model/BaseAcl.h"
+#include "model/Refusal.h"
 #include "model/ShadowAcl.h"
 #include "model/ShadowFilter.h"
 
 namespace Kestrix {
 
-// Why an ACL cannot be written to a filter.
-enum class AttachRefusal : uint8_t { none, tooManyRules, typeConflict };
-
-AttachRefusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules);
+// Why `acl` cannot be written to `filter`: tooManyRules, typeConflict, or none when it can.
+Refusal attachRefusal(const ShadowFilter& filter, const ShadowAcl::Acl& acl, uint8_t maxRules);
 
 // Everything that distinguishes a filter from an empty one of its interface.
 struct FilterContent {

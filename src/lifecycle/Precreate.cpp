@@ -58,7 +58,8 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
   const Platform::AclKey& key = keyOf(aclData);
   const AclTrace trace("AclHelper", "precreateAcl");
   traceAcl(trace, key);
-  if (!aclSupported(key)) return AclCreateError::notSupported;
+  lastRefused_ = checkAcl(key);
+  if (lastRefused_) return rowOf(lastRefused_.reason).error;
 
   const Ptr<ShadowAcl> shadowAcl = allShadowAcl(key);
   if (!shadowAcl) {

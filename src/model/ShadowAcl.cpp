@@ -14,4 +14,13 @@ const Platform::Detail::Registration registeredAcl(Platform::modelTypeOf<ShadowA
 }
 KESTRIX_DEFINE_ENTITY(ShadowFilters)
 
+void ShadowAcl::failIntf(Platform::IntfId intf, Platform::AclCreateError error, Refusal reason) {
+  errorIntfIs(intf, error);
+  if (reason == Refusal::none) {
+    intfRefusal_.erase(intf);
+  } else {
+    intfRefusal_.insert_or_assign(intf, reason);
+  }
+}
+
 }  // namespace Kestrix

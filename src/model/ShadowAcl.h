@@ -7,6 +7,7 @@
 
 #include "model/BaseAcl.h"
 #include "model/IpMacUnion.h"
+#include "model/Refusal.h"
 #include "platform/acl/AclKey.h"
 #include "platform/network/IntfId.h"
 #include "platform/object/Model.h"
@@ -57,6 +58,17 @@ class ShadowAcl final : public Platform::Entity {
  public:
   // An ACL without a shadow ACL, on no interface.
   explicit ShadowAcl(Platform::AclKey key) : key_(std::move(key)) {}
+
+  // Puts the interface into `errorIntf` with `error`; `reason` is why it was refused, when it was.
+  void failIntf(Platform::IntfId intf, Platform::AclCreateError error, Refusal reason = Refusal::none);
+  // Why an interface in `errorIntf` was refused: tooManyRules or typeConflict. None where a register write failed, or
+  // where a rule was refused and not the interface.
+  Refusal intfRefusal(Platform::IntfId intf) const {
+    return errorIntf().contains(intf) ? Platform::lookUp<Refusal>(intfRefusal_, intf) : Refusal::none;
+  }
+
+ private:
+  Platform::Map<Platform::IntfId, Refusal> intfRefusal_;
 };
 
 }  // namespace Kestrix

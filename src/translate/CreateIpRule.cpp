@@ -9,14 +9,11 @@
 namespace Kestrix {
 namespace {
 
-// By RuleSide, in the order of its values.
+// By RuleSide, in the order of its values, as far as they are not refused.
 constexpr Platform::TraceFormat<> kIpSideTraces[] = {
     "filtering on source",
     "filtering on destination",
     "filtering on any source and any destination",
-    "non-any addresses or ports on both source and destination",
-    "can't filter on source, already filtering on destination",
-    "can't filter on destination, already filtering on source",
 };
 
 // The ACL's IPv4 shadow; an ACL that was never pre-created has none.
@@ -43,21 +40,20 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
   const Platform::AclKey& key = keyOf(aclData);
   const AclTrace trace("AclHelper", "createIpAclSubrule");
   trace.level5("acl: {} type: {} direction: {} rule: {}", key.name, key.type, key.direction, ruleNum);
+  lastRefused_ = {};
 
   const Ptr<ShadowAcl> shadowAcl = attachedAcl(*this, key, trace);
-  if (!aclSupported(key)) {
+  if (const Refused refused = checkAcl(key)) {
     trace.level5("Unsupported ACL: {}", key);
-    return setCreationError(shadowAcl, AclCreateError::notSupported);
+    return refuseRule(shadowAcl, refused);
   }
   const Ptr<IpAcl> ipAcl = requireIpAcl(*shadowAcl, trace);
 
-  if (const IpSubruleCheck* check = refusedBy(subrule)) {
-    trace.level5(check->message, subrule.proto);
-    return setCreationError(shadowAcl, AclCreateError::notSupported);
-  }
+  if (const Refused refused = checkShape(subrule)) return refuseRule(shadowAcl, traced(refused, trace));
   const RuleSide side = chooseSide(subrule.source.isAny(), subrule.destination.isAny(), ipAcl->srcOrDst());
+  if (const Refused refused{refusalOf(side, Refusal::ipBothSides)})
+    return refuseRule(shadowAcl, traced(refused, trace));
   trace.level5(kIpSideTraces[static_cast<size_t>(side)]);
-  if (!isExpressible(side)) return setCreationError(shadowAcl, AclCreateError::notSupported);
 
   // Never reached by a packet: an earlier rule decides all of them.
   if (ipAcl->permitAny()) return AclCreateError::noError;
@@ -70,8 +66,8 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
     return AclCreateError::noError;
   }
 
-  const auto ruleKey = freeSlot(*ipAcl, ruleLimit(key.direction), trace);
-  if (!ruleKey) return setCreationError(shadowAcl, AclCreateError::hardwareFailure);
+  const auto ruleKey = freeSlot(*ipAcl, ruleLimit(key.direction));
+  if (!ruleKey) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
   if (match.port != 0) ipAcl->l4Is(true);
   storeRule(*ipAcl, ipRule(*ruleKey, match, subrule), side, trace);
   return AclCreateError::noError;
@@ -83,11 +79,13 @@ AclHelper::AclCreateError AclHelper::createIpFragRule(const Ptr<AclData>& aclDat
   const Platform::AclKey& key = keyOf(aclData);
   const AclTrace trace("AclHelper", "createIpFragRule");
   trace.level5("acl: {} type: {} direction: {} rule: {}", key.name, key.type, key.direction, ruleNum);
+  lastRefused_ = {};
 
+  const Refused refused = checkAcl(key);
   // Accepted, though the hardware does not tell fragments apart.
-  if (aclSupported(key)) return AclCreateError::noError;
+  if (!refused) return AclCreateError::noError;
   if (ruleConfig.action == Acl::Action::permit) return AclCreateError::noError;
-  return setCreationError(attachedAcl(*this, key, trace), AclCreateError::notSupported);
+  return refuseRule(attachedAcl(*this, key, trace), refused);
 }
 
 AclHelper::AclCreateError AclHelper::createFinalAclRule(Acl::AclType /*aclType*/, const Ptr<AclData>& aclData,

@@ -9,14 +9,11 @@
 namespace Kestrix {
 namespace {
 
-// By RuleSide, in the order of its values.
+// By RuleSide, in the order of its values, as far as they are not refused.
 constexpr Platform::TraceFormat<> kMacSideTraces[] = {
     "filtering on source MAC address",
     "filtering on destination MAC address",
     "filtering on any source and any destination",
-    "non-any addresses on both source and destination",
-    "can't filter on source, already filtering on destination",
-    "can't filter on destination, already filtering on source",
 };
 
 Platform::Ptr<MacAcl> requireMacAcl(const ShadowAcl& shadowAcl, const AclTrace& trace) {
@@ -48,18 +45,18 @@ AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig& 
   const AclTrace trace("AclHelper", "createMacAclRule");
   trace.level5("acl: {} type: {} direction: {} rule: {} id: {} filter: {}", key.name, key.type, key.direction, ruleNum,
                ruleId, filter);
+  lastRefused_ = {};
 
   const Ptr<ShadowAcl> shadowAcl = attachedAcl(*this, key, trace);
-  if (!aclSupported(key)) {
+  if (const Refused refused = checkAcl(key)) {
     trace.level5("Unsupported ACL: {}", key);
-    return setCreationError(shadowAcl, AclCreateError::notSupported);
+    return refuseRule(shadowAcl, refused);
   }
   const Ptr<MacAcl> macAcl = requireMacAcl(*shadowAcl, trace);
 
   const MacRuleKind kind = macRuleKind(filter.ethType);
   if (kind == MacRuleKind::unsupported) {
-    trace.level5("Unsupported EthType: {:x}", filter.ethType);
-    return setCreationError(shadowAcl, AclCreateError::notSupported);
+    return refuseRule(shadowAcl, traced({Refusal::etherType, filter.ethType}, trace));
   }
   // Never reached by a packet: an earlier rule decides all of them. Unlike IPv4 rules, before the sides are looked at.
   if (macAcl->permitAny()) return AclCreateError::noError;
@@ -67,19 +64,18 @@ AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig& 
   trace.level5("srcAddr: {} srcMask: {} dstAddr: {} dstMask: {}", filter.srcAddr, filter.srcMask, filter.dstAddr,
                filter.dstMask);
   const RuleSide side = chooseSide(isAnyAddress(filter.srcAddr), isAnyAddress(filter.dstAddr), macAcl->srcOrDst());
+  if (const Refused refused{refusalOf(side, Refusal::macBothSides)}) {
+    return refuseRule(shadowAcl, traced(refused, trace));
+  }
   trace.level5(kMacSideTraces[static_cast<size_t>(side)]);
-  if (!isExpressible(side)) return setCreationError(shadowAcl, AclCreateError::notSupported);
   if (side == RuleSide::neither) {
     setVerdict(*macAcl, kind, ruleConfig.action == Acl::Action::permit);
     return AclCreateError::noError;
   }
-  if (kind != MacRuleKind::everyEtherType) {
-    trace.level5("can't set address or mask on a protocol filter");
-    return setCreationError(shadowAcl, AclCreateError::notSupported);
-  }
+  if (kind != MacRuleKind::everyEtherType) return refuseRule(shadowAcl, traced({Refusal::protocolAddress}, trace));
 
-  const auto ruleKey = freeSlot(*macAcl, ruleLimit(key.direction), trace);
-  if (!ruleKey) return setCreationError(shadowAcl, AclCreateError::hardwareFailure);
+  const auto ruleKey = freeSlot(*macAcl, ruleLimit(key.direction));
+  if (!ruleKey) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
   storeRule(*macAcl, macRule(*ruleKey, side, ruleConfig), side, trace);
   return AclCreateError::noError;
 }

@@ -5,31 +5,23 @@
 namespace Kestrix {
 namespace {
 
-// In the order in which they are made.
-constexpr IpSubruleCheck kChecks[] = {
-    {[](const IpSubrule& subrule) {
-       return std::any_of(subrule.ipLength.begin(), subrule.ipLength.end(),
-                          [](uint16_t length) { return length != 0; });
-     },
-     "ipLen filter not supported"},
-    {[](const IpSubrule& subrule) {
-       return subrule.source.range.high > subrule.source.range.low ||
-              subrule.destination.range.high > subrule.destination.range.low;
-     },
-     "port ranges unsupported"},
-    {[](const IpSubrule& subrule) {
-       return subrule.proto != Platform::kAnyProto && subrule.proto != Platform::kTcp &&
-              subrule.proto != Platform::kUdp;
-     },
-     "unsupported IP protocol {}"},
-};
+bool matchesLength(const IpSubrule& subrule) {
+  return std::ranges::any_of(subrule.ipLength, [](uint16_t length) { return length != 0; });
+}
+
+constexpr bool isRange(const PortRange& range) { return range.high > range.low; }
+
+constexpr bool isSupported(Platform::IpProto proto) {
+  return proto == Platform::kAnyProto || proto == Platform::kTcp || proto == Platform::kUdp;
+}
 
 }  // namespace
 
-const IpSubruleCheck* refusedBy(const IpSubrule& subrule) {
-  const auto* found =
-      std::find_if(std::begin(kChecks), std::end(kChecks), [&](const auto& check) { return check.refuses(subrule); });
-  return found == std::end(kChecks) ? nullptr : found;
+Refused checkShape(const IpSubrule& subrule) {
+  if (matchesLength(subrule)) return {Refusal::ipLength};
+  if (isRange(subrule.source.range) || isRange(subrule.destination.range)) return {Refusal::portRange};
+  if (!isSupported(subrule.proto)) return {Refusal::ipProtocol, subrule.proto.number()};
+  return {};
 }
 
 IpMatch matchOn(RuleSide side, const IpSubrule& subrule) {

@@ -6,9 +6,9 @@
 #include <optional>
 
 #include "model/AclRule.h"
+#include "model/Refusal.h"
 #include "platform/acl/AclTypes.h"
 #include "platform/network/IpAddr.h"
-#include "platform/runtime/Trace.h"
 #include "translate/RuleSide.h"
 
 namespace Kestrix {
@@ -36,14 +36,8 @@ struct IpSubrule {
   std::array<uint16_t, 4> ipLength{};
 };
 
-// A shape that the hardware cannot hold, with the trace that says so; the message is given the protocol.
-struct IpSubruleCheck {
-  bool (*refuses)(const IpSubrule&) = nullptr;
-  Platform::TraceFormat<Platform::IpProto> message;
-};
-
-// The first check that refuses the subrule; null when all pass.
-const IpSubruleCheck* refusedBy(const IpSubrule& subrule);
+// Whether the hardware can hold the shape of the subrule, whatever its side; if not, the first reason.
+Refused checkShape(const IpSubrule& subrule);
 
 // What the filter compares.
 struct IpMatch {
@@ -53,7 +47,7 @@ struct IpMatch {
   bool operator==(const IpMatch&) const = default;
 };
 
-// `side` is expressible.
+// `side` is not refused.
 IpMatch matchOn(RuleSide side, const IpSubrule& subrule);
 
 // Whether the rule matches every packet, so that it is the ACL's verdict and no rule.

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "model/AclRule.h"
+#include "model/Refusal.h"
 
 namespace Kestrix {
 
@@ -19,7 +20,19 @@ enum class RuleSide : uint8_t {
   destinationInSourceAcl,
 };
 
-constexpr bool isExpressible(RuleSide side) { return side <= RuleSide::neither; }
+// Why a rule on `side` is refused; `both` is the reason of its type for matching both sides.
+constexpr Refusal refusalOf(RuleSide side, Refusal both) {
+  switch (side) {
+    case RuleSide::both:
+      return both;
+    case RuleSide::sourceInDestinationAcl:
+      return Refusal::sourceInDestinationAcl;
+    case RuleSide::destinationInSourceAcl:
+      return Refusal::destinationInSourceAcl;
+    default:
+      return Refusal::none;
+  }
+}
 
 // `inUse` is the side that the ACL's earlier rules match, if any does.
 constexpr RuleSide chooseSide(bool sourceIsAny, bool destinationIsAny, std::optional<SrcOrDst> inUse) {

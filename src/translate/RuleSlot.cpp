@@ -2,10 +2,9 @@
 
 namespace Kestrix {
 
-std::optional<uint8_t> freeSlot(const BaseAcl& acl, uint8_t limit, const Platform::TraceScope& trace) {
+std::optional<uint8_t> freeSlot(const BaseAcl& acl, uint8_t limit) {
   const uint8_t ruleKey = acl.getNextAclRuleKey();
   if (ruleKey < limit) return ruleKey;
-  trace.level5("no available rule registers");
   return {};
 }
 

@@ -10,8 +10,8 @@
 
 namespace Kestrix {
 
-// The slot for the ACL's next rule; none, and a trace, when all `limit` are taken.
-std::optional<uint8_t> freeSlot(const BaseAcl& acl, uint8_t limit, const Platform::TraceScope& trace);
+// The slot for the ACL's next rule; none when all `limit` are taken.
+std::optional<uint8_t> freeSlot(const BaseAcl& acl, uint8_t limit);
 
 // Stores the rule, which also settles the side of the ACL.
 void storeRule(BaseAcl& acl, const AclRule& rule, RuleSide side, const Platform::TraceScope& trace);

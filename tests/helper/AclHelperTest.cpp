@@ -19,6 +19,9 @@ TEST_F(AclHelperTest, SupportFollowsTypeAndIngressRegisters) {
     Lines traces{"5 hwInit: ", fmt::format("6 aclSupported: ACL direction: {} type: {}", key.direction, key.type)};
     if (!refusal.empty()) traces.push_back("6 aclSupported: " + refusal);
     EXPECT_EQ(taken(), traces);
+    EXPECT_EQ(helper->precreateAcl(make<AclData>(key), nullptr), refusal.empty() ? kNoError : kNotSupported);
+    EXPECT_EQ(helper->lastRefused().toText(), refusal);
+    taken();
   }
 }
 

@@ -147,6 +147,9 @@ struct Machine : Bench {
   }
   size_t indexOf(IntfId intf) const { return size_t(std::find(intfs.begin(), intfs.end(), intf) - intfs.begin()); }
 
+  // An error of an interface and why the interface, and not a rule of its ACL, was refused.
+  static int withReason(int error, Refusal reason) { return error + 100 * int(reason); }
+
   int refused(size_t a, int error) {
     for (size_t i = 0; i < kIntfs; ++i) {
       if (has(a, i, kApplying)) occurs(kRefused, a, i, error);
@@ -222,8 +225,9 @@ struct Machine : Bench {
       const bool isConflict = old.isIp != content.isIp && (old.isIp ? hasRules : !old.rules.empty());
       const bool isOverfull = content.rules.size() > limitOf(isIn(a));
       if (isOverfull || isConflict) {
+        const Refusal reason = isOverfull ? Refusal::tooManyRules : Refusal::typeConflict;
         result = isOverfull ? 15 : 13;
-        occurs(kRefused, a, i, result), raise(result);
+        occurs(kRefused, a, i, withReason(result, reason)), raise(result);
         continue;
       }
       if (old.isIp == content.isIp || hasRules) {
@@ -334,7 +338,7 @@ struct Machine : Bench {
         acls[a].states[i] =
             uint8_t(shadow->applyingIntf(intfs[i]) * kApplying + shadow->activeIntf(intfs[i]) * kActive +
                     shadow->deletingIntf(intfs[i]) * kDeleting + error.has_value() * kErrored);
-        acls[a].errors[i] = error ? int(*error) : 0;
+        acls[a].errors[i] = error ? withReason(int(*error), shadow->intfRefusal(intfs[i])) : 0;
       }
     }
     for (const bool in : {false, true}) {

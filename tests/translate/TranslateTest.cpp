@@ -50,6 +50,7 @@ struct TranslateTest : HelperTest {
         const int error = int(made(data, rule));
         const std::string decision = taken(prefix).back().substr(prefix.size());
         EXPECT_THAT(fmt::format("{} {}", error, decision), testing::StartsWith(outcome)) << before;
+        EXPECT_EQ(helper->lastRefused().toText(), error == 0 ? "" : decision);
         EXPECT_EQ(text(), after != nullptr ? after : before) << outcome;
         EXPECT_EQ(shadow->applyingIntf(e1), error == 0) << outcome;
       }

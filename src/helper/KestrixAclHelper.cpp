@@ -2,8 +2,6 @@
 
 #include "helper/Callers.h"
 #include "hw/FilterRegisters.h"
-#include "hw/FilterWriter.h"
-#include "hw/LinkMonitor.h"
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
 
@@ -19,6 +17,12 @@ uint8_t requireRuleCount(std::string_view attribute, uint8_t rules) {
   if (rules <= kMaxRules) return rules;
   throw Platform::RangeError(
       fmt::format("{}.{}: {} is above the limit {}", AclHelper::modelName(), attribute, rules, kMaxRules));
+}
+
+Refused aclRefusal(const Platform::AclKey& key, bool isIngressSupported) {
+  if (key.direction == Acl::AclDirection::in && !isIngressSupported) return {Refusal::noIngress};
+  if (key.type == Acl::AclType::ipv4 || key.type == Acl::AclType::mac) return {};
+  return {Refusal::aclType, static_cast<uint32_t>(key.type)};
 }
 
 }  // namespace
@@ -72,52 +76,14 @@ AclHelper::String AclHelper::intfLinecardName(IntfId intf) {
   return "FixedSystem";
 }
 
-bool AclHelper::aclSupported(const Platform::AclKey& key) const {
+bool AclHelper::aclSupported(const Platform::AclKey& key) const { return !checkAcl(key); }
+
+Refused AclHelper::checkAcl(const Platform::AclKey& key) const {
   const AclTrace trace("AclHelper", "aclSupported");
   trace.level6("ACL direction: {} type: {}", key.direction, key.type);
-  if (key.direction == Acl::AclDirection::in && !ingressAclsSupported()) {
-    trace.level6("Profile does not support ingress ACLs");
-    return false;
-  }
-  if (key.type == Acl::AclType::ipv4 || key.type == Acl::AclType::mac) return true;
-  trace.level6("Unsupported ACL type {}", key.type);
-  return false;
-}
-
-void AclHelper::blockIntf(IntfId intf, bool block, uint32_t /*reason*/) {
-  const Ptr<AclHelper> self(this);  // The callback may drop the last other reference.
-  AclTrace("AclHelper", "blockIntf").level5("intf: {} block: {}", intf, block);
-  const std::string path = linkMonitorPath(filterAddress(intf, intfMap()));
-  transport()->regWrite(path, linkMonitorValue(transport()->regRead(path), block));
-  // A failed access stays in the transport's error flag, for the next write of a filter to report.
-  if (block) {
-    aclIntfBlockedStatusIs(intf, true);
-  } else {
-    aclIntfBlockedStatusDel(intf);
-  }
-}
-
-AclHelper::AclCreateError AclHelper::regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf,
-                                                    Acl::AclDirection direction, bool enableRegOnly) {
-  const Ptr<AclHelper> self(this);  // The transport may drop the last other reference.
-  const AclTrace trace("AclHelper", "regWriteHelper");
-  trace.level6("writing to intf: {}", intf);
-  trace.level6("only writing to enable register: {}", enableRegOnly);
-
-  FilterPath path(filterAddress(intf, intfMap()), direction);
-  if (enableRegOnly) {
-    writeEnable(*transport(), path, filterRegisters);
-  } else {
-    writeFilter(*transport(), path, filterRegisters, ruleLimit(direction));
-  }
-
-  if (transport()->error().error()) {
-    trace.level6("I2C transaction error occured!! Has the FPGA been cleared?");
-    transport()->error().errorIs(false);
-    return AclCreateError::hardwareFailure;
-  }
-  trace.level6("success!");
-  return AclCreateError::noError;
+  const Refused refused = aclRefusal(key, ingressAclsSupported());
+  if (refused) trace.level6("{}", refused);
+  return refused;
 }
 
 }  // namespace Kestrix

@@ -1,0 +1,90 @@
+// Why the library refuses a rule, an ACL, or an ACL on an interface: all the reasons there are, as one list.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/acl/AclTypes.h"
+#include "platform/runtime/Export.h"
+
+namespace Kestrix {
+
+// A reason. `none` says that nothing was refused.
+enum class Refusal : uint8_t {
+  none,
+  // An ACL, and so each of its rules.
+  noIngress,
+  aclType,
+  // An IPv4 rule.
+  ipLength,
+  portRange,
+  ipProtocol,
+  ipBothSides,
+  // A MAC rule.
+  etherType,
+  macBothSides,
+  protocolAddress,
+  // A rule of either type, next to the rules before it.
+  sourceInDestinationAcl,
+  destinationInSourceAcl,
+  noSlot,
+  // An ACL on one interface.
+  tooManyRules,
+  typeConflict,
+};
+
+// What goes with a reason.
+struct RefusalRow {
+  Refusal reason = Refusal::none;
+  std::string_view name;     // As above; it stays the same, for programs.
+  std::string_view message;  // As traced; of a type, a protocol or an EtherType with a place for it, in fmt's notation.
+  Platform::AclCreateError error = Platform::AclCreateError::notSupported;  // What the framework is told.
+};
+
+// A row for each reason, in the order of the reasons.
+inline constexpr std::array kRefusals{
+    RefusalRow{Refusal::none, "none", "", Platform::AclCreateError::noError},
+    RefusalRow{Refusal::noIngress, "noIngress", "Profile does not support ingress ACLs"},
+    RefusalRow{Refusal::aclType, "aclType", "Unsupported ACL type {}"},
+    RefusalRow{Refusal::ipLength, "ipLength", "ipLen filter not supported"},
+    RefusalRow{Refusal::portRange, "portRange", "port ranges unsupported"},
+    RefusalRow{Refusal::ipProtocol, "ipProtocol", "unsupported IP protocol {}"},
+    RefusalRow{Refusal::ipBothSides, "ipBothSides", "non-any addresses or ports on both source and destination"},
+    RefusalRow{Refusal::etherType, "etherType", "Unsupported EthType: {:x}"},
+    RefusalRow{Refusal::macBothSides, "macBothSides", "non-any addresses on both source and destination"},
+    RefusalRow{Refusal::protocolAddress, "protocolAddress", "can't set address or mask on a protocol filter"},
+    RefusalRow{Refusal::sourceInDestinationAcl, "sourceInDestinationAcl",
+               "can't filter on source, already filtering on destination"},
+    RefusalRow{Refusal::destinationInSourceAcl, "destinationInSourceAcl",
+               "can't filter on destination, already filtering on source"},
+    RefusalRow{Refusal::noSlot, "noSlot", "no available rule registers", Platform::AclCreateError::hardwareFailure},
+    RefusalRow{Refusal::tooManyRules, "tooManyRules", "more rules than the filter has rule registers",
+               Platform::AclCreateError::hardwareFailure},
+    RefusalRow{Refusal::typeConflict, "typeConflict",
+               "Cannot set registers as other ACL type already existed in filter"},
+};
+
+// The row of `reason`.
+constexpr const RefusalRow& rowOf(Refusal reason) { return kRefusals[static_cast<size_t>(reason)]; }
+
+static_assert(std::ranges::all_of(kRefusals, [](const RefusalRow& row) { return &rowOf(row.reason) == &row; }) &&
+                  kRefusals.back().reason == Refusal::typeConflict,
+              "a reason has no row, or another one's");
+
+// A refusal: the reason, and what exactly is refused.
+struct KESTRIX_API Refused {
+  Refusal reason = Refusal::none;
+  uint32_t subject = 0;  // The number of the ACL type, protocol or EtherType that the message has a place for.
+
+  // Whether there is a refusal.
+  explicit operator bool() const { return reason != Refusal::none; }
+  bool operator==(const Refused&) const = default;
+  // The message, complete: "unsupported IP protocol 1". Empty when nothing is refused.
+  std::string toText() const;
+};
+
+}  // namespace Kestrix
