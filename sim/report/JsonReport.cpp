@@ -14,11 +14,11 @@ using Platform::nameOf;
 // The members that say why: absent where nothing is wrong.
 void addReason(Json& json, Platform::AclCreateError error, const Reason& reason) {
   if (reason.empty()) return;
-  const Explanation explanation = explain(reason.text);
+  const Explanation explanation = explain(reason);
   json["code"] = explanation.code;
   json["aclCreateError"] = static_cast<uint32_t>(error);
   json["culprit"] = reason.culprit;
-  json["reason"] = reason.text;
+  json["reason"] = reason.text();
   json["remedy"] = explanation.remedy;
 }
 

@@ -84,7 +84,7 @@ void writeAces(Out out, const AclOutcome& acl, const StepReport& step, const Pai
     fmt::format_to(out, "  {:<{}}  {}\n", ace.name, width,
                    paint.in(styleOf(ace.state), aceWords(ace, acl, step, holder)));
     if (ace.state == AceState::refused) {
-      fmt::format_to(out, "  {:<{}}  -> {}\n", "", width, explain(ace.reason.text).remedy);
+      fmt::format_to(out, "  {:<{}}  -> {}\n", "", width, explain(ace.reason).remedy);
     }
   }
 }
@@ -96,7 +96,7 @@ void writeAcl(Out out, const AclOutcome& acl, const StepReport& step, const Pain
   // The other refusals are of rules, and have their advice there.
   const bool isOfWholeAcl = acl.aces.empty() || acl.state == AclState::failed;
   if (acl.state != AclState::applied && isOfWholeAcl) {
-    fmt::format_to(out, "  -> {}\n", explain(acl.reason.text).remedy);
+    fmt::format_to(out, "  -> {}\n", explain(acl.reason).remedy);
   }
   writeAces(out, acl, step, paint);
 }

@@ -18,6 +18,7 @@
 #include "read/Configuration.h"
 #include "read/Device.h"
 #include "simulate/Progress.h"
+#include "simulate/Reason.h"
 #include "simulate/SimFpga.h"
 #include "simulate/TraceCapture.h"
 
@@ -30,15 +31,6 @@ enum class AceState : uint8_t {
   notReached,   // After that verdict: no packet comes this far.
   notEnforced,  // A fragment rule: accepted, though the hardware does not tell fragments apart.
   refused,
-};
-
-// Why something is not as configured.
-struct Reason {
-  std::string culprit;  // The ACE or interface that it comes from, when that is not the thing itself.
-  std::string text;     // The helper's own words where it has any.
-
-  bool empty() const { return text.empty(); }
-  std::string words() const { return culprit.empty() ? text : culprit + ": " + text; }
 };
 
 // What a rule without a slot decides.
