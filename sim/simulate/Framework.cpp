@@ -68,10 +68,9 @@ bool Outcome::isAllApplied() const {
          });
 }
 
-Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces, Progress& progress)
+Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, Progress& progress)
     : device_(device),
       fpga_(fpga),
-      traces_(traces),
       progress_(progress),
       vcsd_(Platform::make<Platform::VelCommonSmData>()),
       instanceConfig_(Platform::make<Platform::InstanceConfig>()),

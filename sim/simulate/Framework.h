@@ -20,7 +20,6 @@
 #include "simulate/Progress.h"
 #include "simulate/Reason.h"
 #include "simulate/SimFpga.h"
-#include "simulate/TraceCapture.h"
 
 namespace Sim {
 
@@ -121,7 +120,7 @@ class Framework {
  public:
   // Starts the device up, as far as the drop delay in all filters. Raises Platform::RangeError for a device that the
   // helper refuses.
-  Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces, Progress& progress);
+  Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, Progress& progress);
 
   // Brings the device to the desired state, with the calls that the difference to the state before asks for. An
   // interface that is still not active is tried again.
@@ -196,7 +195,6 @@ class Framework {
 
   const Device& device_;
   Platform::Ptr<SimFpga> fpga_;
-  TraceCapture& traces_;
   Progress& progress_;
   Platform::Ptr<Platform::VelCommonSmData> vcsd_;
   Platform::Ptr<Platform::InstanceConfig> instanceConfig_;
