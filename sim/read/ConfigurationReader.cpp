@@ -109,9 +109,9 @@ class Reader {
     const auto name = readName(place, "ACE", names);
     document_.aboutAce(name.value_or(""));
     // What its matches mean depends on the type.
-    auto rule = typeKnown ? readAce(place, acl.type) : std::nullopt;
+    const auto rule = typeKnown ? readAce(place, acl.type) : std::nullopt;
     document_.aboutAce("");
-    if (rule) acl.aces.push_back({name.value_or(""), std::move(*rule)});
+    if (rule) acl.aces.push_back({name.value_or(""), *rule});
   }
 
   void readInterfaces(const Place& interfaces) {

@@ -40,10 +40,10 @@ class Place {
   std::optional<Place> member(std::string_view name) const;
   // The same, and its absence is an error.
   std::optional<Place> required(std::string_view name, std::string_view remedy) const;
-  // The same, where anything but an object is an error and none.
+  // A member that is an object. None when there is none, or, with a diagnostic, when it is something else.
   std::optional<Place> object(std::string_view name) const;
-  // The member as `reader` takes it, an operation from a place to an optional value. An initial value where there is no
-  // such member or, with a diagnostic, it cannot be read.
+  // The member as `reader`, from a place to an optional value, reads it. A default-constructed value when there is no
+  // such member or, after a diagnostic, when it cannot be read.
   template <class Reader>
   auto read(std::string_view name, const Reader& reader) const {
     const auto found = member(name);
@@ -52,7 +52,7 @@ class Place {
   }
   // Calls `visit` with each element of an array; anything else is an error.
   void forEachElement(const std::function<void(const Place&)>& visit) const;
-  // Calls `visit` with each object of the list `name`, where there is one; anything else is an error.
+  // Calls `visit` with each element of the list `name`, where there is one; a list of anything but objects is an error.
   void forEachEntry(std::string_view name, const std::function<void(const Place&)>& visit) const;
   // Calls `visit` with the name and value of each member of an object.
   void forEachMember(const std::function<void(std::string_view, const Place&)>& visit) const;
