@@ -43,6 +43,7 @@ constexpr Column<IntfItem> kIntfColumns[] = {
 
 std::string intfTable(const StepReport& step, const Device& device, const Paint& paint) {
   std::vector<IntfItem> items;
+  items.reserve(step.outcome.intfs.size());
   for (const IntfOutcome& intf : step.outcome.intfs) {
     items.push_back({intf, step.filters.of(intf.intf, intf.direction), device.slots(intf.direction)});
   }
