@@ -9,7 +9,7 @@
 #include "report/Report.h"
 #include "simulate/Framework.h"
 #include "simulate/SimFpga.h"
-#include "simulate/TraceCapture.h"
+#include "simulate/TracePrinter.h"
 
 namespace Sim {
 namespace {
@@ -38,11 +38,11 @@ std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configurati
 }
 
 // What a fresh device holds once `desired` alone was applied to it.
-FilterDumps freshFilters(const Device& device, const Configuration& desired, TraceCapture& traces, Progress& progress) {
+FilterDumps freshFilters(const Device& device, const Configuration& desired, TracePrinter& traces, Progress& progress) {
   progress.begin("comparing with a fresh device");
   traces.muteIs(true);
   const auto fpga = Platform::make<SimFpga>();
-  Framework(device, fpga, traces, progress).apply(desired);
+  Framework(device, fpga, progress).apply(desired);
   traces.muteIs(false);
   return {*fpga, device};
 }
@@ -111,10 +111,10 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
   if (line.dropDelay) device.aclDropDelay = *line.dropDelay;
 
   const auto fpga = Platform::make<SimFpga>(line.failWrites);
-  TraceCapture traces(line.trace);
+  TracePrinter traces(line.trace);
   std::optional<Framework> framework;
   try {
-    framework.emplace(device, fpga, traces, progress);
+    framework.emplace(device, fpga, progress);
   } catch (const Platform::RangeError& error) {
     Diagnostic refusal;
     refusal.code = "device-refused";

@@ -9,6 +9,6 @@
 namespace Sim {
 
 // The rule that `ace`, an object of an ACL of type `type`, stands for. None, and diagnostics, when it cannot be read.
-std::optional<Ace> readAce(const Place& ace, const std::string& name, Acl::AclType type);
+std::optional<AceRule> readAce(const Place& ace, Acl::AclType type);
 
 }  // namespace Sim

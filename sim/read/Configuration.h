@@ -48,9 +48,11 @@ struct ForeignRule {
   bool operator==(const ForeignRule&) const = default;
 };
 
+using AceRule = std::variant<IpRule, FragmentRule, MacRule, ForeignRule>;
+
 struct Ace {
   std::string name;
-  std::variant<IpRule, FragmentRule, MacRule, ForeignRule> rule;
+  AceRule rule;
 
   bool operator==(const Ace&) const = default;
 };

@@ -50,20 +50,15 @@ class Reader {
     const Place root = document_.root();
     if (document_.isBroken() || !root.isObject()) return {};
     root.onlyMembers({"ietf-access-control-list:acls", "ietf-interfaces:interfaces"});
-    if (const auto interfaces = root.member("ietf-interfaces:interfaces")) readInterfaces(*interfaces);
+    if (const auto interfaces = root.object("ietf-interfaces:interfaces")) readInterfaces(*interfaces);
     const auto acls = root.required("ietf-access-control-list:acls",
                                     R"(The ACLs stand in {"ietf-access-control-list:acls": {"acl": [...]}}.)");
     if (!acls || !acls->isObject()) return {};
     acls->onlyMembers({"acl", "attachment-points"});
-    if (const auto list = acls->member("acl")) {
-      list->forEachElement([&](const Place& acl) { readAcl(acl); });
-    }
-    document_.aboutAcl("");
-    if (const auto points = acls->member("attachment-points"); points && points->isObject()) {
+    acls->forEachEntry("acl", [&](const Place& acl) { readAcl(acl); });
+    if (const auto points = acls->object("attachment-points")) {
       points->onlyMembers({"interface"});
-      if (const auto list = points->member("interface")) {
-        list->forEachElement([&](const Place& point) { readAttachmentPoint(point); });
-      }
+      points->forEachEntry("interface", [&](const Place& point) { readAttachmentPoint(point); });
     }
     checkSharedFilters();
     return std::move(configuration_);
@@ -86,61 +81,60 @@ class Reader {
     return name;
   }
 
+  // The name of an ACL's type, without the module's prefix.
+  static std::optional<std::string> readType(const Place& acl) {
+    const auto place = acl.required("type", R"(Add "type": "ipv4-acl-type".)");
+    auto name = place ? place->text() : std::nullopt;
+    constexpr std::string_view kPrefix = "ietf-access-control-list:";
+    if (name && name->starts_with(kPrefix)) name->erase(0, kPrefix.size());
+    return name;
+  }
+
   void readAcl(const Place& place) {
-    document_.aboutAcl("");
-    if (!place.isObject()) return;
     const auto name = readName(place, "ACL", aclNames_);
     document_.aboutAcl(name.value_or(""));
     place.onlyMembers({"name", "type", "aces"});
-    const auto typePlace = place.required("type", R"(Add "type": "ipv4-acl-type".)");
-    auto typeName = typePlace ? typePlace->text() : std::nullopt;
-    constexpr std::string_view kPrefix = "ietf-access-control-list:";
-    if (typeName && typeName->starts_with(kPrefix)) typeName->erase(0, kPrefix.size());
+    const auto typeName = readType(place);
     AclConfiguration acl{name.value_or(""), typeName.value_or(""), typeOf(typeName.value_or("")), {}};
-    if (const auto aces = place.member("aces"); aces && aces->isObject()) {
+    if (const auto aces = place.object("aces")) {
       aces->onlyMembers({"ace"});
       std::set<std::string> aceNames;
-      if (const auto list = aces->member("ace")) {
-        list->forEachElement([&](const Place& ace) { readAceOf(acl, ace, aceNames, typeName.has_value()); });
-      }
+      aces->forEachEntry("ace", [&](const Place& ace) { readAceOf(acl, ace, aceNames, typeName.has_value()); });
     }
-    document_.aboutAce("");
+    document_.aboutAcl("");
     if (name) configuration_.acls.push_back(std::move(acl));
   }
 
   void readAceOf(AclConfiguration& acl, const Place& place, std::set<std::string>& names, bool typeKnown) {
-    document_.aboutAce("");
-    if (!place.isObject()) return;
     const auto name = readName(place, "ACE", names);
     document_.aboutAce(name.value_or(""));
-    if (!typeKnown) return;  // What its matches mean depends on the type.
-    if (auto ace = readAce(place, name.value_or(""), acl.type)) acl.aces.push_back(std::move(*ace));
+    // What its matches mean depends on the type.
+    const auto rule = typeKnown ? readAce(place, acl.type) : std::nullopt;
+    document_.aboutAce("");
+    if (rule) acl.aces.push_back({name.value_or(""), *rule});
   }
 
   void readInterfaces(const Place& interfaces) {
-    if (!interfaces.isObject()) return;
     interfaces.onlyMembers({"interface"});
-    const auto list = interfaces.member("interface");
-    if (!list) return;
     std::set<std::string> names;
-    list->forEachElement([&](const Place& place) {
-      if (!place.isObject()) return;
-      place.onlyMembers({"name", "description", "type", "enabled", "link-up-down-trap-enable"});
-      const auto name = readName(place, "interface", names);
-      const auto enabledPlace = place.member("enabled");
-      const auto enabled = enabledPlace ? enabledPlace->boolean() : true;
-      if (!name || !enabled) return;
-      const Interface* interface = device_.find(*name);
-      if (interface == nullptr) {
-        place.warning("unknown-interface", fmt::format("the device has no interface \"{}\"", *name), "It is left out.");
-      } else if (!*enabled) {
-        configuration_.disabled.insert(interface->id);
-      }
-    });
+    interfaces.forEachEntry("interface", [&](const Place& place) { readInterface(place, names); });
+  }
+
+  void readInterface(const Place& place, std::set<std::string>& names) {
+    place.onlyMembers({"name", "description", "type", "enabled", "link-up-down-trap-enable"});
+    const auto name = readName(place, "interface", names);
+    const auto enabledPlace = place.member("enabled");
+    const auto enabled = enabledPlace ? enabledPlace->boolean() : true;
+    if (!name || !enabled) return;
+    const Interface* interface = device_.find(*name);
+    if (interface == nullptr) {
+      place.warning("unknown-interface", fmt::format("the device has no interface \"{}\"", *name), "It is left out.");
+    } else if (!*enabled) {
+      configuration_.disabled.insert(interface->id);
+    }
   }
 
   void readAttachmentPoint(const Place& point) {
-    if (!point.isObject()) return;
     point.onlyMembers({"interface-id", "ingress", "egress"});
     const auto idPlace = point.required("interface-id", "Name the interface.");
     const auto id = idPlace ? idPlace->text() : std::nullopt;
@@ -154,45 +148,51 @@ class Reader {
       idPlace->error("unknown-interface", fmt::format("the device has no interface \"{}\"", *id),
                      "Correct the name, or add the interface to the device description.");
     }
-    if (const auto place = point.member("ingress")) readAclSets(*place, interface, Acl::AclDirection::in);
-    if (const auto place = point.member("egress")) readAclSets(*place, interface, Acl::AclDirection::out);
+    for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
+      if (const auto place = point.object(directionName(direction))) readAclSets(*place, interface, direction);
+    }
   }
 
   // `interface` is null when the device has none of that name; the ACL sets are checked all the same.
   void readAclSets(const Place& place, const Interface* interface, Acl::AclDirection direction) {
-    if (!place.isObject()) return;
     place.onlyMembers({"acl-sets"});
-    const auto sets = place.member("acl-sets");
-    if (!sets || !sets->isObject()) return;
+    const auto sets = place.object("acl-sets");
+    if (!sets) return;
     sets->onlyMembers({"acl-set"});
-    const auto list = sets->member("acl-set");
-    if (!list) return;
     std::set<std::string> names;
     std::map<std::string, std::string> aclOfType;
-    list->forEachElement([&](const Place& set) {
-      if (!set.isObject()) return;
-      set.onlyMembers({"name"});
-      const auto name = readName(set, "ACL set", names);
-      if (!name) return;
-      const auto acl = std::find_if(configuration_.acls.begin(), configuration_.acls.end(),
-                                    [&](const auto& each) { return each.name == *name; });
-      if (acl == configuration_.acls.end()) {
-        if (!aclNames_.contains(*name)) {
-          set.error("unknown-acl", fmt::format("there is no ACL \"{}\"", *name), "Correct the name, or add the ACL.");
-        }
-        return;
-      }
-      const auto [other, isFirst] = aclOfType.try_emplace(acl->typeName, *name);
-      if (!isFirst) {
-        return set.error("same-type",
-                         fmt::format("\"{}\" and \"{}\" are both of type {}; a filter takes one ACL of a type",
-                                     other->second, *name, acl->typeName),
-                         "Merge them into one ACL, or detach one of them.");
-      }
-      if (interface == nullptr) return;
+    sets->forEachEntry("acl-set", [&](const Place& set) {
+      const AclConfiguration* acl = readAclSet(set, names, aclOfType);
+      if (acl == nullptr || interface == nullptr) return;
       configuration_.attachments.push_back({interface->id, direction, acl->name});
       aclsOf_[interface->id].emplace(direction, acl->name);
     });
+  }
+
+  // The ACL that `set` names. Null when there is none, or, with a diagnostic, it cannot be attached beside the others
+  // of its filter, whose names and types are given.
+  const AclConfiguration* readAclSet(const Place& set, std::set<std::string>& names,
+                                     std::map<std::string, std::string>& aclOfType) {
+    set.onlyMembers({"name"});
+    const auto name = readName(set, "ACL set", names);
+    if (!name) return nullptr;
+    const auto acl = std::find_if(configuration_.acls.begin(), configuration_.acls.end(),
+                                  [&](const auto& each) { return each.name == *name; });
+    if (acl == configuration_.acls.end()) {
+      if (!aclNames_.contains(*name)) {
+        set.error("unknown-acl", fmt::format("there is no ACL \"{}\"", *name), "Correct the name, or add the ACL.");
+      }
+      return nullptr;
+    }
+    const auto [other, isFirst] = aclOfType.try_emplace(acl->typeName, *name);
+    if (!isFirst) {
+      set.error("same-type",
+                fmt::format("\"{}\" and \"{}\" are both of type {}; a filter takes one ACL of a type", other->second,
+                            *name, acl->typeName),
+                "Merge them into one ACL, or detach one of them.");
+      return nullptr;
+    }
+    return &*acl;
   }
 
   // Interfaces that share filters write them in turn, so they must have the same ACLs, and be enabled or not, together.

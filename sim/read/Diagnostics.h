@@ -1,7 +1,7 @@
 // What is wrong, or worth knowing, about an input document.
 #pragma once
 
-#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,14 +23,18 @@ struct Diagnostic {
 
 class Diagnostics {
  public:
-  void add(Diagnostic diagnostic) { all_.push_back(std::move(diagnostic)); }
-  const std::vector<Diagnostic>& all() const { return all_; }
-  bool hasErrors() const {
-    return std::any_of(all_.begin(), all_.end(), [](const auto& d) { return d.severity == Severity::error; });
+  void add(Diagnostic diagnostic) {
+    if (diagnostic.severity == Severity::error) ++errors_;
+    all_.push_back(std::move(diagnostic));
   }
+  const std::vector<Diagnostic>& all() const { return all_; }
+  // How many of them are errors.
+  size_t errors() const { return errors_; }
+  bool hasErrors() const { return errors_ != 0; }
 
  private:
   std::vector<Diagnostic> all_;
+  size_t errors_ = 0;
 };
 
 }  // namespace Sim

@@ -119,6 +119,8 @@ void Place::warning(std::string code, std::string message, std::string remedy) c
   document_->report(Severity::warning, path_, std::move(code), std::move(message), std::move(remedy));
 }
 
+size_t Place::errors() const { return document_->errors(); }
+
 void Place::expected(std::string_view what) const {
   error("wrong-type", fmt::format("{} is expected here, not {}", what, value_->type_name()),
         fmt::format("Write {}.", what));
@@ -173,10 +175,23 @@ std::optional<Place> Place::required(std::string_view name, std::string_view rem
   return found;
 }
 
+std::optional<Place> Place::object(std::string_view name) const {
+  auto found = member(name);
+  return found && found->isObject() ? found : std::nullopt;
+}
+
 void Place::forEachElement(const std::function<void(const Place&)>& visit) const {
   if (!isArray()) return;
   size_t index = 0;
   for (const Json& element : *value_) visit({*document_, element, childPath(path_, std::to_string(index++))});
+}
+
+void Place::forEachEntry(std::string_view name, const std::function<void(const Place&)>& visit) const {
+  const auto list = member(name);
+  if (!list) return;
+  list->forEachElement([&](const Place& each) {
+    if (each.isObject()) visit(each);
+  });
 }
 
 void Place::forEachMember(const std::function<void(std::string_view, const Place&)>& visit) const {

@@ -40,8 +40,20 @@ class Place {
   std::optional<Place> member(std::string_view name) const;
   // The same, and its absence is an error.
   std::optional<Place> required(std::string_view name, std::string_view remedy) const;
+  // A member that is an object. None when there is none, or, with a diagnostic, when it is something else.
+  std::optional<Place> object(std::string_view name) const;
+  // The member as `reader`, from a place to an optional value, reads it. A default-constructed value when there is no
+  // such member or, after a diagnostic, when it cannot be read.
+  template <class Reader>
+  auto read(std::string_view name, const Reader& reader) const {
+    const auto found = member(name);
+    const auto value = found ? reader(*found) : decltype(reader(*found))();
+    return value.value_or(typename decltype(reader(*found))::value_type{});
+  }
   // Calls `visit` with each element of an array; anything else is an error.
   void forEachElement(const std::function<void(const Place&)>& visit) const;
+  // Calls `visit` with each element of the list `name`, where there is one; a list of anything but objects is an error.
+  void forEachEntry(std::string_view name, const std::function<void(const Place&)>& visit) const;
   // Calls `visit` with the name and value of each member of an object.
   void forEachMember(const std::function<void(std::string_view, const Place&)>& visit) const;
   // Reports each member that is none of `known`.
@@ -49,6 +61,8 @@ class Place {
 
   void error(std::string code, std::string message, std::string remedy) const;
   void warning(std::string code, std::string message, std::string remedy) const;
+  // How many errors were found so far.
+  size_t errors() const;
 
  private:
   void expected(std::string_view what) const;
@@ -73,6 +87,7 @@ class Document {
   }
   void aboutAce(std::string ace) { ace_ = std::move(ace); }
 
+  size_t errors() const { return diagnostics_.errors(); }
   void report(Severity severity, std::string path, std::string code, std::string message, std::string remedy);
 
  private:

@@ -1,6 +1,7 @@
 // Coloured words, where the output is a terminal.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -8,20 +9,37 @@
 
 namespace Sim {
 
+// What a text says, and so how it looks.
+enum class Style : uint8_t { plain, head, good, odd, bad };
+
 class Paint {
  public:
   explicit Paint(bool enabled) : enabled_(enabled) {}
 
-  std::string good(std::string_view text) const { return in(fmt::terminal_color::green, text); }
-  std::string bad(std::string_view text) const { return in(fmt::terminal_color::red, text); }
-  std::string odd(std::string_view text) const { return in(fmt::terminal_color::yellow, text); }
-  std::string head(std::string_view text) const {
-    return enabled_ ? fmt::format(fmt::emphasis::bold, "{}", text) : std::string(text);
+  std::string in(Style style, std::string_view text) const {
+    if (!enabled_ || style == Style::plain) return std::string(text);
+    return fmt::format(looks(style), "{}", text);
   }
+  std::string head(std::string_view text) const { return in(Style::head, text); }
+  std::string good(std::string_view text) const { return in(Style::good, text); }
+  std::string odd(std::string_view text) const { return in(Style::odd, text); }
+  std::string bad(std::string_view text) const { return in(Style::bad, text); }
 
  private:
-  std::string in(fmt::terminal_color colour, std::string_view text) const {
-    return enabled_ ? fmt::format(fmt::fg(colour), "{}", text) : std::string(text);
+  static fmt::text_style looks(Style style) {
+    switch (style) {
+      case Style::plain:
+        return {};
+      case Style::head:
+        return fmt::emphasis::bold;
+      case Style::good:
+        return fmt::fg(fmt::terminal_color::green);
+      case Style::odd:
+        return fmt::fg(fmt::terminal_color::yellow);
+      case Style::bad:
+        return fmt::fg(fmt::terminal_color::red);
+    }
+    return {};
   }
 
   bool enabled_;

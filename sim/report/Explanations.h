@@ -1,7 +1,9 @@
-// What the library's reasons mean for whoever wrote the configuration.
+// What the reasons for which something is not as configured mean for whoever wrote the configuration.
 #pragma once
 
 #include <string_view>
+
+#include "simulate/Reason.h"
 
 namespace Sim {
 
@@ -10,7 +12,6 @@ struct Explanation {
   std::string_view remedy;  // What to do about it.
 };
 
-// Of a reason as the helper or the framework gives it. Every reason has one.
-Explanation explain(std::string_view reason);
+Explanation explain(const Reason& reason);
 
 }  // namespace Sim

@@ -14,11 +14,11 @@ using Platform::nameOf;
 // The members that say why: absent where nothing is wrong.
 void addReason(Json& json, Platform::AclCreateError error, const Reason& reason) {
   if (reason.empty()) return;
-  const Explanation explanation = explain(reason.text);
+  const Explanation explanation = explain(reason);
   json["code"] = explanation.code;
   json["aclCreateError"] = static_cast<uint32_t>(error);
   json["culprit"] = reason.culprit;
-  json["reason"] = reason.text;
+  json["reason"] = reason.text();
   json["remedy"] = explanation.remedy;
 }
 
@@ -37,28 +37,30 @@ Json diagnosticsJson(const Diagnostics& diagnostics) {
   return list;
 }
 
+Json aceJson(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step) {
+  Json json{{"name", ace.name}, {"state", nameOf(ace.state)}};
+  // What is in no filter is not in force, whatever the translation made of it.
+  const bool isInForce = holderOf(acl, step) != nullptr;
+  const bool isVerdict = ace.state == AceState::verdict;
+  if (!isInForce && (isVerdict || ace.state == AceState::programmed)) json["state"] = "not-applied";
+  if (isInForce && isVerdict) {
+    json["verdict"] = nameOf(ace.verdict);
+    json["permits"] = ace.permits;
+    json["overruledOn"] = Json::array();
+    for (const Platform::IntfId intf : overruledOn(ace, acl, step)) json["overruledOn"].push_back(intf.toText());
+  }
+  if (ace.slot && isInForce) json["slot"] = *ace.slot;
+  addReason(json, ace.error, ace.reason);
+  return json;
+}
+
 Json aclJson(const AclOutcome& acl, const StepReport& step) {
   Json json{{"name", acl.key.name}, {"type", acl.typeName}, {"state", nameOf(acl.state)}};
   if (acl.isAttached) json["direction"] = directionName(acl.key.direction);
   if (acl.state == AclState::refused) json["keepsPrevious"] = acl.keepsPrevious;
   addReason(json, acl.error, acl.reason);
   json["aces"] = Json::array();
-  for (const AceOutcome& ace : acl.aces) {
-    Json each{{"name", ace.name}, {"state", nameOf(ace.state)}};
-    // What is in no filter is not in force, whatever the translation made of it.
-    const bool isInForce = holderOf(acl, step) != nullptr;
-    if (!isInForce && (ace.state == AceState::programmed || ace.state == AceState::verdict))
-      each["state"] = "not-applied";
-    if (isInForce && ace.state == AceState::verdict) {
-      each["verdict"] = nameOf(ace.verdict);
-      each["permits"] = ace.permits;
-      each["overruledOn"] = Json::array();
-      for (const Platform::IntfId intf : overruledOn(ace, acl, step)) each["overruledOn"].push_back(intf.toText());
-    }
-    if (ace.slot && isInForce) each["slot"] = *ace.slot;
-    addReason(each, ace.error, ace.reason);
-    json["aces"].push_back(std::move(each));
-  }
+  for (const AceOutcome& ace : acl.aces) json["aces"].push_back(aceJson(ace, acl, step));
   return json;
 }
 

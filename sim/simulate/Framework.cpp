@@ -68,10 +68,9 @@ bool Outcome::isAllApplied() const {
          });
 }
 
-Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces, Progress& progress)
+Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, Progress& progress)
     : device_(device),
       fpga_(fpga),
-      traces_(traces),
       progress_(progress),
       vcsd_(Platform::make<Platform::VelCommonSmData>()),
       instanceConfig_(Platform::make<Platform::InstanceConfig>()),
@@ -307,20 +306,18 @@ void Framework::translate(Held& held) {
 }
 
 bool Framework::giveRules(Held& held) {
-  const TraceCapture::Details details(traces_);
   const Platform::AclKey& key = held.data->key();
   AclOutcome& outcome = held.outcome;
   outcome = {.key = key, .typeName = held.config.typeName, .reason = {}, .aces = {}};
-  traces_.clear();
   outcome.error = helper_->precreateAcl(held.data, held.status);
   if (outcome.error != AclCreateError::noError) {
     outcome.state = AclState::refused;
-    outcome.reason.text = traces_.last("aclSupported");
+    outcome.reason.cause = helper_->lastRefused();
     return false;
   }
   if (!helper_->allShadowAcl(key)) {
     outcome.state = AclState::notAttached;
-    outcome.reason.text = "not attached to any interface";
+    outcome.reason.cause = OwnReason::notAttached;
     return false;
   }
   uint32_t ruleNum = 0;
@@ -331,7 +328,7 @@ bool Framework::giveRules(Held& held) {
     // Not finalized: an ACL is applied whole or not at all.
     outcome.state = AclState::refused;
     outcome.error = refused->error;
-    outcome.reason = {refused->name, refused->reason.text};
+    outcome.reason = {refused->name, refused->reason.cause};
     return false;
   }
   return true;
@@ -367,7 +364,7 @@ void Framework::report(uint64_t writesBefore, Outcome& outcome) {
     acl.intfCount = held.intfs.size();
     if (!acl.isAttached && acl.state != AclState::refused) {
       acl.state = AclState::notAttached;
-      acl.reason = {{}, "not attached to any interface"};
+      acl.reason = {{}, OwnReason::notAttached};
     }
     for (const Platform::IntfId intf : held.intfs) {
       const IntfOutcome on = outcomeOn(intf, acl);
@@ -377,7 +374,7 @@ void Framework::report(uint64_t writesBefore, Outcome& outcome) {
       } else if (acl.state == AclState::applied) {
         acl.state = AclState::failed;
         acl.error = on.error;
-        acl.reason = {intf.toText(), on.reason.text};
+        acl.reason = {intf.toText(), on.reason.cause};
       }
       outcome.intfs.push_back(on);
     }
@@ -409,7 +406,6 @@ AceOutcome Framework::translate(const Ace& ace, const Platform::Ptr<Platform::Ac
   const Translated before = translated(*shadowAcl);
   const Platform::UniqueId ruleId(ruleNum);
   AceOutcome outcome{.name = ace.name, .slot = {}, .reason = {}};
-  traces_.clear();
   std::visit(Overloaded{
                  [&](const IpRule& rule) {
                    const auto& [source, destination] = std::tie(rule.source, rule.destination);
@@ -418,26 +414,23 @@ AceOutcome Framework::translate(const Ace& ace, const Platform::Ptr<Platform::Ac
                        0, source.low, source.high, destination.low, destination.high, rule.ipLength, 0, rule.ipLength,
                        rule.ipLength, 0, false, 0, 0);
                    noteAccepted(before, translated(*shadowAcl), outcome);
-                   outcome.reason.text = traces_.last("createIpAclSubrule");
                  },
                  [&](const FragmentRule& rule) {
                    outcome.error = helper_->createIpFragRule(aclData, rule.config, ruleId, ruleNum, 1);
                    outcome.state = AceState::notEnforced;
-                   outcome.reason.text = traces_.last("createIpFragRule");
                  },
                  [&](const MacRule& rule) {
                    outcome.error = helper_->createMacAclRule(rule.config, ruleId, aclData, ruleNum);
                    noteAccepted(before, translated(*shadowAcl), outcome);
-                   outcome.reason.text = traces_.last("createMacAclRule");
                  },
                  [&](const ForeignRule&) { outcome.error = AclCreateError::notSupported; },
              },
              ace.rule);
   if (outcome.error != AclCreateError::noError) {
     outcome.state = AceState::refused;
+    outcome.reason.cause = helper_->lastRefused();
     return outcome;
   }
-  outcome.reason = {};
   if (outcome.state == AceState::programmed) {
     outcome.slot = shadowAcl->acl().base()->rule().rbegin()->first;
   }
@@ -449,18 +442,17 @@ IntfOutcome Framework::outcomeOn(Platform::IntfId intf, const AclOutcome& acl) c
   if (isActive(acl.key, intf)) return outcome;
   const auto shadowAcl = helper_->allShadowAcl(acl.key);
   outcome.error = shadowAcl ? shadowAcl->errorIntf(intf).value_or(acl.error) : acl.error;
+  const auto refusal = shadowAcl ? shadowAcl->intfRefusal(intf) : Kestrix::Refusal::none;
   if (acl.state == AclState::refused) {
     outcome.state = IntfState::refused;
     outcome.reason = acl.reason;
-  } else if (outcome.error == AclCreateError::notSupported) {
+  } else if (refusal != Kestrix::Refusal::none) {
     outcome.state = IntfState::refused;
-    outcome.reason.text = "the filter holds an ACL of the other type";
-  } else if (outcome.error == AclCreateError::hardwareFailure) {
-    outcome.state = IntfState::failed;
-    outcome.reason.text = "a register write failed";
+    outcome.reason.cause = Kestrix::Refused{refusal};
   } else {
     outcome.state = IntfState::failed;
-    outcome.reason.text = "the helper does not know the interface for this ACL";
+    outcome.reason.cause =
+        outcome.error == AclCreateError::hardwareFailure ? OwnReason::writeFailed : OwnReason::dropped;
   }
   return outcome;
 }

@@ -18,8 +18,8 @@
 #include "read/Configuration.h"
 #include "read/Device.h"
 #include "simulate/Progress.h"
+#include "simulate/Reason.h"
 #include "simulate/SimFpga.h"
-#include "simulate/TraceCapture.h"
 
 namespace Sim {
 
@@ -30,15 +30,6 @@ enum class AceState : uint8_t {
   notReached,   // After that verdict: no packet comes this far.
   notEnforced,  // A fragment rule: accepted, though the hardware does not tell fragments apart.
   refused,
-};
-
-// Why something is not as configured.
-struct Reason {
-  std::string culprit;  // The ACE or interface that it comes from, when that is not the thing itself.
-  std::string text;     // The helper's own words where it has any.
-
-  bool empty() const { return text.empty(); }
-  std::string words() const { return culprit.empty() ? text : culprit + ": " + text; }
 };
 
 // What a rule without a slot decides.
@@ -129,7 +120,7 @@ class Framework {
  public:
   // Starts the device up, as far as the drop delay in all filters. Raises Platform::RangeError for a device that the
   // helper refuses.
-  Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces, Progress& progress);
+  Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, Progress& progress);
 
   // Brings the device to the desired state, with the calls that the difference to the state before asks for. An
   // interface that is still not active is tried again.
@@ -204,7 +195,6 @@ class Framework {
 
   const Device& device_;
   Platform::Ptr<SimFpga> fpga_;
-  TraceCapture& traces_;
   Progress& progress_;
   Platform::Ptr<Platform::VelCommonSmData> vcsd_;
   Platform::Ptr<Platform::InstanceConfig> instanceConfig_;

@@ -1,0 +1,159 @@
+#include "read/IpAce.h"
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "read/Action.h"
+#include "read/MatchFields.h"
+#include "read/Ports.h"
+
+namespace Sim {
+namespace {
+
+using Platform::IpAddr;
+using Platform::IpAddrWithFullMask;
+using Platform::IpProto;
+
+// Layer-4 containers and the protocol that each implies.
+struct Layer4 {
+  const MatchContainer& container;
+  IpProto proto;
+};
+constexpr Layer4 kLayer4[] = {{kTcpFields, Platform::kTcp}, {kUdpFields, Platform::kUdp}, {kIcmpFields, IpProto(1)}};
+
+// Of a text such as 192.0.2.0/24; none when it is not one.
+std::optional<IpAddrWithFullMask> networkOf(std::string_view text) {
+  const auto slash = text.find('/');
+  if (slash == text.npos) return {};
+  try {
+    const IpAddr addr = IpAddr::fromText(text.substr(0, slash));
+    const auto length = Platform::fromText<uint8_t>(text.substr(slash + 1));
+    return length <= 32 ? std::optional(IpAddrWithFullMask{addr, Platform::prefixMask(length)}) : std::nullopt;
+  } catch (const Platform::RangeError&) {
+    return {};
+  }
+}
+
+std::optional<IpAddrWithFullMask> readNetwork(const Place& place) {
+  const auto text = place.text();
+  if (!text) return {};
+  const auto network = networkOf(*text);
+  if (!network) {
+    place.error("out-of-range", fmt::format("\"{}\" is not an IPv4 prefix", *text),
+                "Write an address and a prefix length from 0 to 32, such as 192.0.2.0/24.");
+    return {};
+  }
+  if (network->addr.isAny() && network->mask != 0) {
+    place.error("any-network",
+                fmt::format("\"{}\" would match every address: the hardware reads address 0.0.0.0 as any", *text),
+                "Write 0.0.0.0/0 if any address is meant. This network itself cannot be matched.");
+    return {};
+  }
+  return network;
+}
+
+std::optional<uint16_t> readLength(const Place& place) {
+  const auto length = place.number(0, 65535);
+  if (!length) return {};
+  if (*length == 0) {
+    place.error("length-zero", "length 0 would match every length", "Leave out the length.");
+    return {};
+  }
+  return static_cast<uint16_t>(*length);
+}
+
+// Whether the IPv4 fields ask for fragments: "more fragments", or an offset.
+bool readFragments(const Place& ipv4) {
+  const auto offset = ipv4.member("offset");
+  if (offset && !offset->number(20, 65535)) return true;
+  const auto place = ipv4.member("flags");
+  if (!place) return offset.has_value();
+  const auto flags = place->text();
+  if (flags && *flags != "more") {
+    place->error(
+        "not-matchable",
+        fmt::format("the hardware cannot match the IPv4 flags \"{}\"; without them the rule would match more", *flags),
+        R"(Remove the flags if the wider rule is meant. Fragments are "more", or an "offset".)");
+  }
+  return true;
+}
+
+std::optional<IpProto> readProtocolNumber(const Place& place) {
+  const auto number = place.number(0, 255);
+  if (!number) return {};
+  const IpProto proto(static_cast<uint8_t>(*number));
+  if (proto != Platform::kAnyProto) return proto;
+  place.error("protocol-zero", "protocol 0 would match every protocol: the hardware reads it as any",
+              "Leave out the protocol if any is meant. Protocol 0 (hop-by-hop options) itself cannot be matched.");
+  return {};
+}
+
+std::vector<const Layer4*> layer4Of(const Place& matches) {
+  std::vector<const Layer4*> present;
+  for (const Layer4& each : kLayer4) {
+    if (matches.member(each.container.name)) present.push_back(&each);
+  }
+  return present;
+}
+
+// The packet protocol that `matches` names, by number or by its layer-4 container.
+IpProto readProtocol(const Place& matches) {
+  const auto layer4 = layer4Of(matches);
+  if (layer4.size() > 1) {
+    matches.error(
+        "conflicting-members",
+        fmt::format("\"{}\" and \"{}\" exclude each other", layer4[0]->container.name, layer4[1]->container.name),
+        "Split the ACE in two.");
+    return Platform::kAnyProto;
+  }
+  const IpProto implied = layer4.empty() ? Platform::kAnyProto : layer4[0]->proto;
+  const auto ipv4 = matches.member("ipv4");
+  const auto place = ipv4 ? ipv4->member("protocol") : std::nullopt;
+  const auto proto = place ? readProtocolNumber(*place) : implied;
+  if (!proto) return implied;
+  if (!layer4.empty() && *proto != implied) {
+    place->error("conflicting-members",
+                 fmt::format("protocol {} contradicts the \"{}\" matches", *proto, layer4[0]->container.name),
+                 fmt::format("Write {}, or leave it out.", implied));
+  }
+  return *proto;
+}
+
+void readIpv4(const Place& ipv4, IpRule& rule) {
+  reportUnmatched(ipv4, kIpv4Fields);
+  rule.config.filter.srcIp = ipv4.read("source-ipv4-network", readNetwork);
+  rule.config.filter.dstIp = ipv4.read("destination-ipv4-network", readNetwork);
+  rule.ipLength = ipv4.read("length", readLength);
+}
+
+void readLayer4(const Place& place, const MatchContainer& container, IpRule& rule) {
+  reportUnmatched(place, container);
+  rule.source = place.read("source-port", readPorts);
+  rule.destination = place.read("destination-port", readPorts);
+}
+
+}  // namespace
+
+AceRule readIpAce(const Place& ace) {
+  IpRule rule;
+  bool isFragments = false;
+  rule.config.action = readAction(ace).value_or(Acl::Action::deny);
+  if (const auto matches = ace.object("matches")) {
+    reportUnmatched(*matches, kIpMatches);
+    if (const auto ipv4 = matches->object("ipv4")) {
+      readIpv4(*ipv4, rule);
+      isFragments = readFragments(*ipv4);
+    }
+    rule.config.filter.proto = readProtocol(*matches);
+    for (const Layer4& each : kLayer4) {
+      if (const auto place = matches->object(each.container.name)) readLayer4(*place, each.container, rule);
+    }
+  }
+  if (isFragments) return FragmentRule{{.action = rule.config.action, .filter = rule.config.filter}};
+  return rule;
+}
+
+}  // namespace Sim

@@ -1,0 +1,72 @@
+#include "report/OutcomeWords.h"
+
+#include <cstddef>
+#include <string_view>
+
+#include <fmt/format.h>
+
+namespace Sim {
+namespace {
+
+std::string verdictWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step) {
+  constexpr std::string_view kWhat[] = {"", "everything that no slot matches", "ARP", "LLDP"};
+  std::string words =
+      fmt::format("no slot: {} {}", ace.permits ? "permits" : "denies", kWhat[static_cast<size_t>(ace.verdict)]);
+  const auto overruled = overruledOn(ace, acl, step);
+  if (overruled.empty()) return words;
+  std::string intfs;
+  for (const Platform::IntfId intf : overruled) intfs += (intfs.empty() ? "" : ", ") + intf.toText();
+  return fmt::format("{}; not on {}, where the other ACL of the filter decides it", words, intfs);
+}
+
+}  // namespace
+
+std::string aceWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step, const FilterDump* holder) {
+  switch (ace.state) {
+    case AceState::programmed:
+      return holder != nullptr ? fmt::format("slot {}: {}", *ace.slot, holder->slotWords(holder->slots.at(*ace.slot)))
+                               : "fits, but the ACL is not applied";
+    case AceState::verdict:
+      return holder != nullptr ? verdictWords(ace, acl, step) : "fits, but the ACL is not applied";
+    case AceState::notReached:
+      return "never reached: an earlier rule decides all that it matches";
+    case AceState::notEnforced:
+      return "accepted, not enforced: the hardware does not tell fragments apart";
+    case AceState::refused:
+      return "refused: " + ace.reason.text();
+  }
+  return {};
+}
+
+std::string aclWords(const AclOutcome& acl) {
+  switch (acl.state) {
+    case AclState::applied:
+      return "applied";
+    case AclState::notAttached:
+      return "not attached to any interface, nothing to program";
+    case AclState::refused:
+      return (acl.aces.empty() ? "refused: " + acl.reason.text() : "refused") +
+             (acl.keepsPrevious ? "; its previous version stays in force" : ", nothing of it is programmed");
+    case AclState::failed:
+      return "failed: " + acl.reason.words();
+  }
+  return {};
+}
+
+std::string changeWords(const Change& change) {
+  const std::string direction = change.direction ? fmt::format(" ({})", directionName(*change.direction)) : "";
+  if (change.acl.empty()) return fmt::format("{}{} {}", change.intf, direction, change.kind);
+  if (change.intf.empty()) return fmt::format("ACL {}{} {}", change.acl, direction, change.kind);
+  switch (change.kind) {
+    case ChangeKind::attached:
+      return fmt::format("ACL {}{} attached to {}", change.acl, direction, change.intf);
+    case ChangeKind::moved:
+      return fmt::format("{} moved from ACL {} to {}{}", change.intf, change.acl, change.to, direction);
+    case ChangeKind::retried:
+      return fmt::format("ACL {}{} tried again on {}", change.acl, direction, change.intf);
+    default:
+      return fmt::format("ACL {}{} {} from {}", change.acl, direction, change.kind, change.intf);
+  }
+}
+
+}  // namespace Sim
