@@ -144,7 +144,7 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
   progress.begin("writing the report");
   std::optional<ModelNode> model;
   if (line.model) model = modelTree(framework->helper());
-  const ReportInput input{device, *fpga, reports, startupWrites, diagnostics, model};
+  const ReportInput input{device, reports, fpga->writes(), startupWrites, fpga->failedWrites(), diagnostics, model};
   return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
           line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .colour = colour})};
 }

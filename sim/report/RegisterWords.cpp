@@ -11,6 +11,7 @@
 #include "hw/RegisterLayout.h"
 #include "platform/network/EthAddr.h"
 #include "platform/network/IpAddr.h"
+#include "simulate/SimFpga.h"
 
 namespace Sim {
 namespace {

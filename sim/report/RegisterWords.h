@@ -7,10 +7,12 @@
 #include <vector>
 
 #include "platform/acl/AclTypes.h"
+#include "platform/network/IntfId.h"
 #include "read/Device.h"
-#include "simulate/SimFpga.h"
 
 namespace Sim {
+
+class SimFpga;
 
 struct SlotRegisters {
   uint8_t slot = 0;

@@ -181,7 +181,7 @@ void writeFilter(Out out, const FilterDump& filter, const Paint& paint) {
   if (zeroSlots != 0) fmt::format_to(out, "  {} slots free, all 0\n", zeroSlots);
 }
 
-void writeFailedWrites(Out out, const std::vector<SimFpga::FailedWrite>& failedWrites) {
+void writeFailedWrites(Out out, const std::vector<FailedWrite>& failedWrites) {
   for (const auto& [number, path] : failedWrites) fmt::format_to(out, "  write {} failed: {}\n", number, path);
 }
 
@@ -205,8 +205,8 @@ void writeStep(Out out, const StepReport& step, const Device& device, const Pain
 }  // namespace
 
 bool isAllApplied(const ReportInput& input) {
-  return input.fpga.failedWrites().empty() && std::all_of(input.steps.begin(), input.steps.end(),
-                                                          [](const auto& step) { return step.outcome.isAllApplied(); });
+  return input.failedWrites.empty() && std::all_of(input.steps.begin(), input.steps.end(),
+                                                   [](const auto& step) { return step.outcome.isAllApplied(); });
 }
 
 const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step) {
@@ -249,7 +249,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
   std::string text = textDiagnostics(input.diagnostics, options.colour);
   if (!text.empty()) text += "\n";
   Out out(text);
-  const auto failedWrites = input.fpga.failedWrites();
+  const auto& failedWrites = input.failedWrites;
   if (!failedWrites.empty() && failedWrites.front().number <= input.startupWrites) {
     fmt::format_to(out, "{}\n\n", paint.bad("The drop delay did not reach all filters at start-up."));
   }
@@ -273,7 +273,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
     }
   }
   if (input.model) fmt::format_to(out, "\n{}", textOf(*input.model));
-  fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.fpga.writes(), input.startupWrites);
+  fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.writes, input.startupWrites);
   if (!failedWrites.empty()) fmt::format_to(out, ", {}", paint.bad(fmt::format("{} failed", failedWrites.size())));
   text += "\n";
   writeFailedWrites(out, failedWrites);

@@ -62,12 +62,6 @@ void noteAccepted(const Translated& before, const Translated& after, AceOutcome&
 
 }  // namespace
 
-bool Outcome::isAllApplied() const {
-  return failedWrites.empty() && std::all_of(acls.begin(), acls.end(), [](const AclOutcome& acl) {
-           return acl.state == AclState::applied || acl.state == AclState::notAttached;
-         });
-}
-
 Framework::Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, TraceCapture& traces, Progress& progress)
     : device_(device),
       fpga_(fpga),
