@@ -42,7 +42,7 @@ FilterDumps freshFilters(const Device& device, const Configuration& desired, Tra
   progress.begin("comparing with a fresh device");
   traces.muteIs(true);
   const auto fpga = Platform::make<SimFpga>();
-  Framework(device, fpga, traces, progress).apply(desired);
+  Framework(device, fpga, traces, progress.counter()).apply(desired);
   traces.muteIs(false);
   return {*fpga, device};
 }
@@ -114,7 +114,7 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
   TraceCapture traces(line.trace);
   std::optional<Framework> framework;
   try {
-    framework.emplace(device, fpga, traces, progress);
+    framework.emplace(device, fpga, traces, progress.counter());
   } catch (const Platform::RangeError& error) {
     Diagnostic refusal;
     refusal.code = "device-refused";

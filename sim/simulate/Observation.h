@@ -1,0 +1,24 @@
+// What came of the calls, as the helper's model and its traces tell it afterwards.
+#pragma once
+
+#include <string_view>
+
+#include "helper/AclHelper.h"
+#include "simulate/Outcome.h"
+#include "simulate/Plan.h"
+#include "simulate/TraceCapture.h"
+
+namespace Sim {
+
+// Why `operation`, called since `traces` was cleared, was refused: in the helper's own words.
+Reason refusal(const TraceCapture& traces, std::string_view operation);
+
+IntfStatus statusOn(const Kestrix::AclHelper& helper, const Platform::AclKey& key, Platform::IntfId intf);
+
+// Whether the filter of the interface holds some version of the ACL.
+bool isInFilter(const Kestrix::AclHelper& helper, const Platform::AclKey& key, Platform::IntfId intf);
+
+// What became of an ACL on an interface where it is not active.
+IntfOutcome failureOn(const Kestrix::AclHelper& helper, Platform::IntfId intf, const AclOutcome& acl);
+
+}  // namespace Sim
