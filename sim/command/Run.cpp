@@ -45,9 +45,9 @@ struct Documents {
 };
 
 // None when they cannot be applied, as diagnostics then say.
-std::optional<Documents> read(const CommandLine& line, const std::string& deviceText,
-                              const std::vector<std::string>& configTexts, Diagnostics& diagnostics,
-                              Progress& progress) {
+std::optional<Documents> readDocuments(const CommandLine& line, const std::string& deviceText,
+                                       const std::vector<std::string>& configTexts, Diagnostics& diagnostics,
+                                       Progress& progress) {
   progress.begin("reading " + line.deviceFile);
   Documents documents{readDevice(line.deviceFile, deviceText, diagnostics), {}};
   // What is missing from a broken device would be missed in the configurations, too.
@@ -158,7 +158,7 @@ std::optional<Session> start(const CommandLine& line, const Device& device, Prog
 RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
               bool colour, Progress& progress) {
   Diagnostics diagnostics;
-  const auto documents = read(line, deviceText, configTexts, diagnostics, progress);
+  const auto documents = readDocuments(line, deviceText, configTexts, diagnostics, progress);
   if (!documents) return badInput(line, diagnostics, colour);
   auto session = start(line, documents->device, progress, diagnostics);
   if (!session) return badInput(line, diagnostics, colour);

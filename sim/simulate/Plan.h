@@ -47,11 +47,11 @@ Wanted wantedBy(const Configuration& desired);
 
 // An ACL in one direction as the steps so far have left it.
 struct HeldAcl {
-  AclConfiguration config;
-  std::set<Platform::IntfId> intfs;
-  std::set<Platform::IntfId> inactive;     // Those of `intfs` on which it is not active.
-  std::set<Platform::IntfId> notDetached;  // Taking it off failed; tried again in the next step.
-  AclOutcome outcome;                      // Of its rules, when they were last given.
+  AclConfiguration config = {};
+  std::set<Platform::IntfId> intfs = {};
+  std::set<Platform::IntfId> inactive = {};     // Those of `intfs` on which it is not active.
+  std::set<Platform::IntfId> notDetached = {};  // Taking it off failed; tried again in the next step.
+  AclOutcome outcome = {};                      // Of its rules, when they were last given.
 };
 
 using HeldAcls = std::map<Platform::AclKey, HeldAcl, KeyOrder>;
