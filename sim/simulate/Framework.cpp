@@ -75,13 +75,11 @@ void Framework::holdWanted() {
     }
     held.config = *wanted.config;
     held.intfs = wanted.intfs;
+    Published& acl = published_[wanted.key];
+    if (acl.data) continue;
+    acl.data = Platform::make<Platform::AclData>(wanted.key);
+    acl.status = Platform::make<Platform::AclDataStatus>();
   }
-}
-
-const Framework::Published& Framework::published(const Platform::AclKey& key) {
-  Published& acl = published_[key];
-  if (!acl.data) acl = {Platform::make<Platform::AclData>(key), Platform::make<Platform::AclDataStatus>()};
-  return acl;
 }
 
 std::map<Platform::IntfId, IntfStatus> Framework::statuses(const Platform::AclKey& key, const HeldAcl& acl) const {
@@ -107,12 +105,12 @@ void Framework::carryOut(const Plan& plan, Outcome& outcome) {
 }
 
 void Framework::make(const AddIntf& call) {
-  const auto& [data, status] = published(call.key);
+  const auto& [data, status] = published_.at(call.key);
   helper_->addIntfToAcl({call.intf, call.key.direction}, data, status);
 }
 
 void Framework::make(const RemoveIntf& call) {
-  const auto& data = published(call.key).data;
+  const auto& data = published_.at(call.key).data;
   helper_->removeIntfFromAcl({call.intf, call.key.direction}, data, /*belongsToAnother=*/false);
   data->activeIntfDel(call.intf);
   const IntfStatus now = statusOn(*helper_, call.key, call.intf);
@@ -129,7 +127,7 @@ void Framework::make(const HandOver& call) {
     make(RemoveIntf{call.from, call.intf});
     return;
   }
-  const auto& data = published(call.from).data;
+  const auto& data = published_.at(call.from).data;
   helper_->removeIntfFromAcl({call.intf, call.from.direction}, data, /*belongsToAnother=*/true);
   data->activeIntfDel(call.intf);
 }
@@ -138,7 +136,7 @@ void Framework::make(const Precreate& call) {
   const TraceCapture::Details details(traces_);
   AclOutcome& outcome = held_.at(call.key).outcome;
   outcome = {.key = call.key, .typeName = call.config->typeName, .reason = {}, .aces = {}};
-  const auto& [data, status] = published(call.key);
+  const auto& [data, status] = published_.at(call.key);
   traces_.clear();
   outcome.error = helper_->precreateAcl(data, status);
   if (outcome.error != AclCreateError::noError) {
@@ -154,7 +152,7 @@ void Framework::make(const GiveRule& call) {
   AclOutcome& outcome = held_.at(call.key).outcome;
   if (outcome.state != AclState::applied) return;
   const TraceCapture::Details details(traces_);
-  outcome.aces.push_back(giveRule(*helper_, traces_, published(call.key).data, call.number, *call.ace));
+  outcome.aces.push_back(giveRule(*helper_, traces_, published_.at(call.key).data, call.number, *call.ace));
 }
 
 void Framework::make(const GiveFinalRule& call) {
@@ -168,12 +166,12 @@ void Framework::make(const GiveFinalRule& call) {
     outcome.reason = {refused->name, refused->reason.text};
     return;
   }
-  helper_->createFinalAclRule(call.key.type, published(call.key).data, call.number);
+  helper_->createFinalAclRule(call.key.type, published_.at(call.key).data, call.number);
 }
 
 void Framework::make(const RemoveAcl& call) {
   if (helper_->allShadowAcl(call.key)) {
-    const auto& data = published(call.key).data;
+    const auto& data = published_.at(call.key).data;
     helper_->destroyAcl(data);
     helper_->cleanupAcl(data);
   }
@@ -244,7 +242,7 @@ AclOutcome Framework::reportAcl(const WantedAcl& wanted, Outcome& outcome) {
   for (const Platform::IntfId intf : wanted.intfs) {
     acl.keepsPrevious = acl.keepsPrevious || (acl.state == AclState::refused && isInFilter(*helper_, wanted.key, intf));
     if (status(wanted.key, intf).isActive) {
-      published(wanted.key).data->activeIntfIs(intf);
+      published_.at(wanted.key).data->activeIntfIs(intf);
       outcome.intfs.push_back({.intf = intf, .acl = acl.key.name, .direction = acl.key.direction, .reason = {}});
       continue;
     }

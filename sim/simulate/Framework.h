@@ -54,7 +54,6 @@ class Framework {
 
   // Takes over what is wanted, as what is held from now on: the calls for it are still to be made.
   void holdWanted();
-  const Published& published(const Platform::AclKey& key);
   std::map<Platform::IntfId, IntfStatus> statuses(const Platform::AclKey& key, const HeldAcl& acl) const;
   IntfStatus status(const Platform::AclKey& key, Platform::IntfId intf) const;
 

@@ -111,7 +111,7 @@ AttachmentPlan planAttachments(const HeldAcls& held, const Wanted& wanted) {
     }
     const auto found = held.find(acl.key);
     const HeldAcl* const before = found == held.end() ? nullptr : &found->second;
-    const bool waits = left.contains(acl.key) && before->config != *acl.config;
+    const bool waits = before != nullptr && left.contains(acl.key) && before->config != *acl.config;
     planComing(acl, before, waits ? waiting : coming);
   }
   plan.settling = std::move(waiting);

@@ -78,19 +78,19 @@ struct HandOver {
 // Announces an ACL, whose rules follow. If the helper refuses or ignores it, they are left out.
 struct Precreate {
   Platform::AclKey key;
-  const AclConfiguration* config;
+  const AclConfiguration* config = nullptr;
 };
 
 struct GiveRule {
   Platform::AclKey key;
-  uint32_t number;  // From 1.
-  const Ace* ace;
+  uint32_t number = 0;  // From 1.
+  const Ace* ace = nullptr;
 };
 
 // Left out if a rule before it was refused: an ACL is applied whole or not at all.
 struct GiveFinalRule {
   Platform::AclKey key;
-  uint32_t number;
+  uint32_t number = 0;
 };
 
 // Left out for an ACL that the helper does not know, as it was never attached.
@@ -100,7 +100,7 @@ struct RemoveAcl {
 
 struct BlockIntf {
   Platform::IntfId intf;
-  bool block;
+  bool block = false;
 };
 
 using Call = std::variant<AddIntf, RemoveIntf, HandOver, Precreate, GiveRule, GiveFinalRule, RemoveAcl, BlockIntf>;
