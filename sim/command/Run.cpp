@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "command/Deviations.h"
 #include "command/ExitStatus.h"
 #include "read/ConfigurationReader.h"
 #include "read/Device.h"
@@ -37,53 +38,88 @@ std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configurati
   return steps;
 }
 
-// What a fresh device holds once `desired` alone was applied to it.
-FilterDumps freshFilters(const Device& device, const Configuration& desired, TracePrinter& traces, Progress& progress) {
-  progress.begin("comparing with a fresh device");
-  traces.muteIs(true);
-  const auto fpga = Platform::make<SimFpga>();
-  Framework(device, fpga, progress).apply(desired);
-  traces.muteIs(false);
-  return {*fpga, device};
-}
+// What the run is about, as its documents say.
+struct Documents {
+  Device device;
+  std::vector<Configuration> configurations;
+};
 
-// Why the filter is not what a fresh device would have there.
-std::string whyDeviating(const FilterDump& filter, const Outcome& outcome, const SimFpga& fpga, bool isSet) {
-  size_t acls = 0;
-  for (const IntfOutcome& intf : outcome.intfs) {
-    if (intf.intf != filter.intf || intf.direction != filter.direction) continue;
-    ++acls;
-    if (intf.state == IntfState::failed) return "writing ACL " + intf.acl + " failed";
-    if (intf.state == IntfState::refused) return "ACL " + intf.acl + " was refused: the filter keeps what it held";
+// None when they cannot be applied, as diagnostics then say.
+std::optional<Documents> readDocuments(const CommandLine& line, const std::string& deviceText,
+                                       const std::vector<std::string>& configTexts, Diagnostics& diagnostics,
+                                       Progress& progress) {
+  progress.begin("reading " + line.deviceFile);
+  Documents documents{readDevice(line.deviceFile, deviceText, diagnostics), {}};
+  // What is missing from a broken device would be missed in the configurations, too.
+  if (diagnostics.hasErrors()) return {};
+  documents.configurations.reserve(configTexts.size());
+  for (size_t i = 0; i < configTexts.size(); ++i) {
+    const std::string& file = line.configFiles.at(i);
+    progress.begin("reading " + file);
+    documents.configurations.push_back(readConfiguration(file, configTexts[i], documents.device, diagnostics));
   }
-  if (fpga.isStale(filter.path)) return "a register write failed";
-  if (isSet) return "attributes were set with --set";
-  return acls > 1 ? "its ACLs came in another order than on a fresh device"
-                  : "the filter is still programmed for the type of an ACL that has left it";
+  if (diagnostics.hasErrors()) return {};
+  if (line.dropDelay) documents.device.aclDropDelay = *line.dropDelay;
+  return documents;
 }
 
-std::vector<Deviation> deviations(const FilterDumps& filters, const FilterDumps& fresh, const Outcome& outcome,
-                                  const SimFpga& fpga, bool isSet) {
-  std::vector<Deviation> found;
-  for (const FilterDump& filter : filters.all()) {
-    if (filter == fresh.of(filter.intf, filter.direction)) continue;
-    found.push_back({filter.intf, filter.direction, whyDeviating(filter, outcome, fpga, isSet)});
-  }
-  return found;
+// The simulated device, from its start-up on.
+class Session {
+ public:
+  // Raises Platform::RangeError for a device that the library refuses.
+  Session(const CommandLine& line, const Device& device, Progress& progress)
+      : device_(device),
+        progress_(progress),
+        fpga_(Platform::make<SimFpga>(line.failWrites)),
+        traces_(line.trace),
+        framework_(device, fpga_, progress.counter()),
+        startupWrites_(fpga_->writes()) {}
+
+  // Whether the step could be taken; a diagnostic says why not.
+  bool take(const Step& step, Diagnostics& diagnostics);
+  // Of the steps that were taken; of the model, too, where it is asked for.
+  RunResult report(const CommandLine& line, const Diagnostics& diagnostics, bool colour) const;
+
+ private:
+  // None when the step cannot be taken.
+  std::optional<Outcome> outcomeOf(const Step& step, Diagnostics& diagnostics);
+
+  const Device& device_;
+  Progress& progress_;
+  Platform::Ptr<SimFpga> fpga_;
+  TracePrinter traces_;
+  Framework framework_;
+  uint64_t startupWrites_;
+  Configuration desired_;  // By the last configuration.
+  bool isSet_ = false;     // Whether anything was set so far.
+  std::vector<StepReport> reports_;
+};
+
+bool Session::take(const Step& step, Diagnostics& diagnostics) {
+  if (step.configuration != nullptr) desired_ = *step.configuration;
+  isSet_ = isSet_ || !step.settings.empty();
+  progress_.begin("applying " + (step.configuration != nullptr ? step.file : "--set"));
+  std::optional<Outcome> outcome = outcomeOf(step, diagnostics);
+  if (!outcome) return false;
+  reports_.push_back({step.file, step.settings, std::move(*outcome), {*fpga_, device_}, {}});
+  // On a fresh device there is nothing to deviate from.
+  if (reports_.size() == 1 && !isSet_) return true;
+  const auto fresh = freshFilters(device_, desired_, traces_, progress_);
+  reports_.back().deviations = deviations(reports_.back(), fresh, *fpga_, isSet_);
+  return true;
 }
 
-// What came of the step; none when it cannot be taken, as a diagnostic then says.
-std::optional<Outcome> take(const Step& step, Framework& framework, bool isSet, Diagnostics& diagnostics) {
+std::optional<Outcome> Session::outcomeOf(const Step& step, Diagnostics& diagnostics) {
   Diagnostic refusal;
   refusal.file = step.configuration == nullptr ? "--set" : step.file;
   try {
-    return step.configuration != nullptr ? framework.apply(*step.configuration) : framework.set(step.settings);
+    return step.configuration != nullptr ? framework_.apply(*step.configuration) : framework_.set(step.settings);
   } catch (const Platform::ModelError& error) {
     refusal.code = "setting-refused";
     refusal.message = error.what();
     refusal.remedy = "--model shows every path, and what can be set.";
   } catch (const Platform::ConsistencyError& error) {
-    if (!isSet) throw;
+    if (!isSet_) throw;
     refusal.code = "setting-broke-order";
     refusal.message = error.what();
     refusal.remedy = "What was set with --set breaks what the library relies on: leave it out.";
@@ -92,29 +128,20 @@ std::optional<Outcome> take(const Step& step, Framework& framework, bool isSet, 
   return {};
 }
 
-}  // namespace
+RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostics, bool colour) const {
+  std::optional<ModelNode> model;
+  if (line.model) model = modelTree(framework_.helper());
+  const ReportInput input{device_,     reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(),
+                          diagnostics, model};
+  return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
+          line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .colour = colour})};
+}
 
-RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
-              bool colour, Progress& progress) {
-  Diagnostics diagnostics;
-  progress.begin("reading " + line.deviceFile);
-  Device device = readDevice(line.deviceFile, deviceText, diagnostics);
-  // What is missing from a broken device would be missed in the configurations, too.
-  if (diagnostics.hasErrors()) return badInput(line, diagnostics, colour);
-  std::vector<Configuration> configurations;
-  configurations.reserve(configTexts.size());
-  for (size_t i = 0; i < configTexts.size(); ++i) {
-    progress.begin("reading " + line.configFiles.at(i));
-    configurations.push_back(readConfiguration(line.configFiles.at(i), configTexts[i], device, diagnostics));
-  }
-  if (diagnostics.hasErrors()) return badInput(line, diagnostics, colour);
-  if (line.dropDelay) device.aclDropDelay = *line.dropDelay;
-
-  const auto fpga = Platform::make<SimFpga>(line.failWrites);
-  TracePrinter traces(line.trace);
-  std::optional<Framework> framework;
+// None when the library refuses the device, as a diagnostic then says.
+std::optional<Session> start(const CommandLine& line, const Device& device, Progress& progress,
+                             Diagnostics& diagnostics) {
   try {
-    framework.emplace(device, fpga, progress);
+    return std::optional<Session>(std::in_place, line, device, progress);
   } catch (const Platform::RangeError& error) {
     Diagnostic refusal;
     refusal.code = "device-refused";
@@ -122,31 +149,24 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
     refusal.message = error.what();
     refusal.remedy = "Describe a device that the hardware can be.";
     diagnostics.add(refusal);
-    return badInput(line, diagnostics, colour);
+    return {};
   }
+}
 
-  const uint64_t startupWrites = fpga->writes();
-  std::vector<StepReport> reports;
-  Configuration desired;
-  bool isSet = false;  // Whether anything was set so far.
-  for (const Step& step : stepsOf(line, configurations)) {
-    if (step.configuration != nullptr) desired = *step.configuration;
-    isSet = isSet || !step.settings.empty();
-    progress.begin("applying " + (step.configuration != nullptr ? step.file : "--set"));
-    const std::optional<Outcome> outcome = take(step, *framework, isSet, diagnostics);
-    if (!outcome) return badInput(line, diagnostics, colour);
-    reports.push_back({step.file, step.settings, *outcome, {*fpga, device}, {}});
-    // On a fresh device there is nothing to deviate from.
-    if (reports.size() == 1 && !isSet) continue;
-    const auto fresh = freshFilters(device, desired, traces, progress);
-    reports.back().deviations = deviations(reports.back().filters, fresh, *outcome, *fpga, isSet);
+}  // namespace
+
+RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
+              bool colour, Progress& progress) {
+  Diagnostics diagnostics;
+  const auto documents = readDocuments(line, deviceText, configTexts, diagnostics, progress);
+  if (!documents) return badInput(line, diagnostics, colour);
+  auto session = start(line, documents->device, progress, diagnostics);
+  if (!session) return badInput(line, diagnostics, colour);
+  for (const Step& step : stepsOf(line, documents->configurations)) {
+    if (!session->take(step, diagnostics)) return badInput(line, diagnostics, colour);
   }
   progress.begin("writing the report");
-  std::optional<ModelNode> model;
-  if (line.model) model = modelTree(framework->helper());
-  const ReportInput input{device, *fpga, reports, startupWrites, diagnostics, model};
-  return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
-          line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .colour = colour})};
+  return session->report(line, diagnostics, colour);
 }
 
 }  // namespace Sim

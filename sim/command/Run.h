@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "command/CommandLine.h"
-#include "simulate/Progress.h"
+#include "command/Progress.h"
 
 namespace Sim {
 

@@ -103,7 +103,7 @@ Json filterJson(const FilterDump& filter) {
   return json;
 }
 
-Json failedWritesJson(const std::vector<SimFpga::FailedWrite>& failedWrites) {
+Json failedWritesJson(const std::vector<FailedWrite>& failedWrites) {
   Json list = Json::array();
   for (const auto& [number, path] : failedWrites) list.push_back({{"number", number}, {"path", path}});
   return list;
@@ -144,9 +144,9 @@ std::string jsonReport(const ReportInput& input) {
             {"diagnostics", diagnosticsJson(input.diagnostics)},
             {"steps", Json::array()},
             {"filters", Json::array()},
-            {"writes", input.fpga.writes()},
+            {"writes", input.writes},
             {"startupWrites", input.startupWrites},
-            {"failedWrites", failedWritesJson(input.fpga.failedWrites())}};
+            {"failedWrites", failedWritesJson(input.failedWrites)}};
   for (const StepReport& step : input.steps) json["steps"].push_back(stepJson(step, input.device));
   // Every filter that holds anything in the end.
   for (const FilterDump& filter : input.steps.back().filters.all()) {

@@ -10,6 +10,7 @@
 
 #include "platform/network/EthAddr.h"
 #include "platform/network/IpAddr.h"
+#include "simulate/SimFpga.h"
 
 namespace Sim {
 namespace {

@@ -9,10 +9,12 @@
 
 #include "hw/RegisterLayout.h"
 #include "platform/acl/AclTypes.h"
+#include "platform/network/IntfId.h"
 #include "read/Device.h"
-#include "simulate/SimFpga.h"
 
 namespace Sim {
+
+class SimFpga;
 
 // One slot, as its registers are.
 struct SlotDump {

@@ -5,7 +5,7 @@
 namespace Sim {
 
 bool isAllApplied(const ReportInput& input) {
-  return input.fpga.failedWrites().empty() && std::all_of(input.steps.begin(), input.steps.end(),
+  return input.failedWrites.empty() && std::all_of(input.steps.begin(), input.steps.end(),
                                                           [](const auto& step) { return step.outcome.isAllApplied(); });
 }
 

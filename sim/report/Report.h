@@ -9,9 +9,8 @@
 #include "read/Device.h"
 #include "read/Diagnostics.h"
 #include "report/RegisterWords.h"
-#include "simulate/Framework.h"
 #include "simulate/ModelTree.h"
-#include "simulate/SimFpga.h"
+#include "simulate/Outcome.h"
 
 namespace Sim {
 
@@ -33,9 +32,10 @@ struct StepReport {
 
 struct ReportInput {
   const Device& device;
-  const SimFpga& fpga;
   const std::vector<StepReport>& steps;
-  uint64_t startupWrites;
+  uint64_t writes;         // Of the whole run,
+  uint64_t startupWrites;  // and before its first step.
+  const std::vector<FailedWrite>& failedWrites;
   const Diagnostics& diagnostics;         // Warnings; documents with errors are not applied.
   const std::optional<ModelNode>& model;  // In the end, where it is asked for.
 };

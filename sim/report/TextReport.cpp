@@ -136,7 +136,7 @@ void writeFilters(Out out, const FilterDumps& filters, const Paint& paint) {
   }
 }
 
-void writeFailedWrites(Out out, const std::vector<SimFpga::FailedWrite>& failedWrites) {
+void writeFailedWrites(Out out, const std::vector<FailedWrite>& failedWrites) {
   for (const auto& [number, path] : failedWrites) fmt::format_to(out, "  write {} failed: {}\n", number, path);
 }
 
@@ -192,7 +192,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
   std::string text = textDiagnostics(input.diagnostics, options.colour);
   if (!text.empty()) text += "\n";
   Out out(text);
-  const auto failedWrites = input.fpga.failedWrites();
+  const auto& failedWrites = input.failedWrites;
   if (!failedWrites.empty() && failedWrites.front().number <= input.startupWrites) {
     fmt::format_to(out, "{}\n\n", paint.bad("The drop delay did not reach all filters at start-up."));
   }
@@ -202,7 +202,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
   }
   if (options.registers) writeFilters(out, input.steps.back().filters, paint);
   if (input.model) fmt::format_to(out, "\n{}", textOf(*input.model));
-  fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.fpga.writes(), input.startupWrites);
+  fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.writes, input.startupWrites);
   if (!failedWrites.empty()) fmt::format_to(out, ", {}", paint.bad(fmt::format("{} failed", failedWrites.size())));
   text += "\n";
   writeFailedWrites(out, failedWrites);

@@ -1,14 +1,13 @@
-// The ACL framework of the simulated device: it owns the desired configuration and drives the helper, and it notes what
-// became of every ACL, rule and interface.
+// The ACL framework of the simulated device: it owns the desired configuration, makes the calls of the helper that the
+// plan for it lists, and notes what became of every ACL, rule and interface.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
-#include <optional>
 #include <set>
-#include <span>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,110 +16,23 @@
 #include "platform/agent/Instance.h"
 #include "read/Configuration.h"
 #include "read/Device.h"
-#include "simulate/Progress.h"
-#include "simulate/Reason.h"
+#include "simulate/Outcome.h"
+#include "simulate/Plan.h"
 #include "simulate/SimFpga.h"
 
 namespace Sim {
 
-// What the helper made of a rule.
-enum class AceState : uint8_t {
-  programmed,   // In a slot.
-  verdict,      // Folded into a verdict of the filter.
-  notReached,   // After that verdict: no packet comes this far.
-  notEnforced,  // A fragment rule: accepted, though the hardware does not tell fragments apart.
-  refused,
-};
-
-// What a rule without a slot decides.
-enum class Verdict : uint8_t { none, unmatched, arp, lldp };
-
-struct AceOutcome {
-  std::string name;
-  AceState state = AceState::refused;
-  std::optional<uint8_t> slot;      // When programmed.
-  Verdict verdict = Verdict::none;  // When a verdict, and
-  bool permits = false;             // which.
-  Platform::AclCreateError error = Platform::AclCreateError::noError;
-  Reason reason;  // When refused.
-};
-
-enum class AclState : uint8_t {
-  applied,
-  notAttached,
-  refused,  // By the helper: the ACL as a whole, or rules of it.
-  failed,   // On some interface.
-};
-
-struct AclOutcome {
-  Platform::AclKey key;
-  std::string typeName;        // As configured.
-  bool isAttached = false;     // To some interface in the key's direction.
-  bool keepsPrevious = false;  // Refused, but an earlier version of it is still in a filter.
-  AclState state = AclState::applied;
-  Platform::AclCreateError error = Platform::AclCreateError::noError;
-  Reason reason;
-  std::vector<AceOutcome> aces;
-  size_t firstIntf = 0;  // Its interfaces, in Outcome::intfs,
-  size_t intfCount = 0;  // and how many there are.
-};
-
-enum class IntfState : uint8_t { active, refused, failed };
-
-// One ACL on one interface and direction.
-struct IntfOutcome {
-  Platform::IntfId intf;
-  std::string acl;
-  Acl::AclDirection direction = Acl::AclDirection::in;
-  IntfState state = IntfState::active;
-  Platform::AclCreateError error = Platform::AclCreateError::noError;
-  Reason reason;
-};
-
-enum class ChangeKind : uint8_t {
-  added,
-  changed,
-  removed,
-  attached,
-  detached,
-  moved,
-  retried,
-  blocked,
-  unblocked,
-  rewritten,  // An interface's filter, after attributes were set by name.
-};
-
-// One difference between the state before and the desired one, and so one reason to call the helper.
-struct Change {
-  ChangeKind kind = ChangeKind::added;
-  std::string acl;   // Empty for an interface that is blocked, unblocked or rewritten.
-  std::string intf;  // Empty for an ACL as a whole.
-  std::optional<Acl::AclDirection> direction;
-  std::string to = {};  // The ACL that an interface has moved to.
-};
-
-// What became of one desired state.
-struct Outcome {
-  std::vector<Change> changes;
-  std::vector<AclOutcome> acls;
-  std::vector<IntfOutcome> intfs;  // Those of an ACL together.
-  std::vector<Platform::IntfId> blocked;
-  uint64_t writes = 0;
-  std::vector<SimFpga::FailedWrite> failedWrites;
-
-  bool isAllApplied() const;
-  // The interfaces of an ACL of this outcome.
-  std::span<const IntfOutcome> intfsOf(const AclOutcome& acl) const {
-    return std::span(intfs).subspan(acl.firstIntf, acl.intfCount);
-  }
-};
-
 // The framework of one device, for the device's whole life.
 class Framework {
  public:
+  // Told before each ACL of a desired state: its number, from 1, and how many there are.
+  using AtAcl = std::function<void(size_t number, size_t total)>;
+
   // Starts the device up, as far as the drop delay in all filters. Raises Platform::RangeError for a device that the
   // helper refuses.
-  Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, Progress& progress);
+  Framework(const Device& device, const Platform::Ptr<SimFpga>& fpga, AtAcl atAcl);
+  Framework(const Framework&) = delete;
+  Framework& operator=(const Framework&) = delete;
 
   // Brings the device to the desired state, with the calls that the difference to the state before asks for. An
   // interface that is still not active is tried again.
@@ -133,108 +45,47 @@ class Framework {
   const Platform::Ptr<Kestrix::AclHelper>& helper() const { return helper_; }
 
  private:
-  // An ACL in one direction, as it was last desired.
-  struct Held {
-    AclConfiguration config;
+  // What the helper is given of an ACL.
+  struct Published {
     Platform::Ptr<Platform::AclData> data;
     Platform::Ptr<Platform::AclDataStatus> status;
-    std::set<Platform::IntfId> intfs;
-    std::set<Platform::IntfId> notDetached;  // Taking it off failed; tried again in the next step.
-    AclOutcome outcome;
-  };
-  struct Wanted {
-    Platform::AclKey key;
-    const AclConfiguration* config;
-    std::set<Platform::IntfId> intfs;
-  };
-  struct Move {
-    Platform::AclKey from;
-    Platform::AclKey to;
-    Platform::IntfId intf;
-  };
-  // In an order that does not change from run to run.
-  struct KeyOrder {
-    bool operator()(const Platform::AclKey& left, const Platform::AclKey& right) const {
-      return std::tie(left.name, left.type, left.direction) < std::tie(right.name, right.type, right.direction);
-    }
-  };
-  using HeldAcls = std::map<Platform::AclKey, Held, KeyOrder>;
-
-  // All that is wanted, in the order of the configuration, and where to find it.
-  struct Wish {
-    std::vector<Wanted> all;
-    std::map<Platform::AclKey, size_t, KeyOrder> byKey;  // Positions in `all`.
-    // The ACL of a type that an interface is to have in a direction.
-    std::map<std::tuple<Platform::IntfId, Acl::AclType, Acl::AclDirection>, size_t> byIntf;
   };
 
-  static Wish wantedBy(const Configuration& desired);
-  void block(const Configuration& desired, Outcome& outcome);
-  std::vector<Move> detach(const Wish& wanted, Outcome& outcome);
-  void attach(const Wanted& wanted, Outcome& outcome);
-  void finish(const Move& move);
-  void retry(const Wanted& wanted, const std::set<Platform::IntfId>& inactive, Outcome& outcome);
-  void takeOff(Held& held, Platform::IntfId intf);
-  void removeGone(const Wish& wanted, Outcome& outcome);
-  void addIntfs(Held& held, const std::set<Platform::IntfId>& intfs, ChangeKind kind, Outcome& outcome);
-  void translate(Held& held);
-  // The rules of the ACL, one by one; whether the helper has accepted all of them.
-  bool giveRules(Held& held);
-  AceOutcome translate(const Ace& ace, const Platform::Ptr<Platform::AclData>& aclData, uint32_t ruleNum);
-  // The register images that the shadow filters ask for, as text, by interface and direction.
+  // Takes over what is wanted, as what is held from now on: the calls for it are still to be made.
+  void holdWanted();
+  std::map<Platform::IntfId, IntfStatus> statuses(const Platform::AclKey& key, const HeldAcl& acl) const;
+  IntfStatus status(const Platform::AclKey& key, Platform::IntfId intf) const;
+
+  void carryOut(const Plan& plan, Outcome& outcome);
+  void make(const AddIntf& call);
+  void make(const RemoveIntf& call);
+  void make(const HandOver& call);
+  void make(const Precreate& call);
+  void make(const GiveRule& call);
+  void make(const GiveFinalRule& call);
+  void make(const RemoveAcl& call);
+  void make(const BlockIntf& call);
+
+  // The register images that the shadow filters ask for, by interface and direction.
   using Images = std::map<std::pair<Platform::IntfId, Acl::AclDirection>, Platform::Value>;
   Images images() const;
   // What all operations of a step tell in the end.
   void report(uint64_t writesBefore, Outcome& outcome);
-  std::set<Platform::IntfId> inactiveIntfs(const Wanted& wanted) const;
-  bool isKnownByName(const Platform::AclKey& key) const;
-  bool isActive(const Platform::AclKey& key, Platform::IntfId intf) const;
-  bool isInError(const Platform::AclKey& key, Platform::IntfId intf) const;
-  bool isInFilter(const Platform::AclKey& key, Platform::IntfId intf) const;
-  IntfOutcome outcomeOn(Platform::IntfId intf, const AclOutcome& acl) const;
+  AclOutcome reportAcl(const WantedAcl& wanted, Outcome& outcome);
 
   const Device& device_;
   Platform::Ptr<SimFpga> fpga_;
-  Progress& progress_;
+  AtAcl atAcl_;
   Platform::Ptr<Platform::VelCommonSmData> vcsd_;
   Platform::Ptr<Platform::InstanceConfig> instanceConfig_;
   Platform::Ptr<Platform::InstanceStatus> instanceStatus_;
   Platform::Ptr<Kestrix::AclHelper> helper_;
   Platform::Ptr<Kestrix::AclHelperInstanceConfigSm> reactor_;
-  Configuration desired_;  // By the last step.
+  Configuration desired_;  // By the last step,
+  Wanted wanted_;          // and by its ACLs.
   HeldAcls held_;
+  std::map<Platform::AclKey, Published, KeyOrder> published_;
   std::set<Platform::IntfId> blocked_;
 };
 
 }  // namespace Sim
-
-template <>
-inline constexpr Platform::EnumName<Sim::AceState> Platform::enumNames<Sim::AceState>[] = {
-    {Sim::AceState::programmed, "programmed"},
-    {Sim::AceState::verdict, "verdict"},
-    {Sim::AceState::notReached, "not-reached"},
-    {Sim::AceState::notEnforced, "not-enforced"},
-    {Sim::AceState::refused, "refused"}};
-template <>
-inline constexpr Platform::EnumName<Sim::Verdict> Platform::enumNames<Sim::Verdict>[] = {
-    {Sim::Verdict::none, "none"},
-    {Sim::Verdict::unmatched, "unmatched"},
-    {Sim::Verdict::arp, "arp"},
-    {Sim::Verdict::lldp, "lldp"}};
-template <>
-inline constexpr Platform::EnumName<Sim::AclState> Platform::enumNames<Sim::AclState>[] = {
-    {Sim::AclState::applied, "applied"},
-    {Sim::AclState::notAttached, "not-attached"},
-    {Sim::AclState::refused, "refused"},
-    {Sim::AclState::failed, "failed"}};
-template <>
-inline constexpr Platform::EnumName<Sim::IntfState> Platform::enumNames<Sim::IntfState>[] = {
-    {Sim::IntfState::active, "active"}, {Sim::IntfState::refused, "refused"}, {Sim::IntfState::failed, "failed"}};
-
-template <>
-inline constexpr Platform::EnumName<Sim::ChangeKind> Platform::enumNames<Sim::ChangeKind>[] = {
-    {Sim::ChangeKind::added, "added"},         {Sim::ChangeKind::changed, "changed"},
-    {Sim::ChangeKind::removed, "removed"},     {Sim::ChangeKind::attached, "attached"},
-    {Sim::ChangeKind::detached, "detached"},   {Sim::ChangeKind::moved, "moved"},
-    {Sim::ChangeKind::retried, "retried"},     {Sim::ChangeKind::blocked, "blocked"},
-    {Sim::ChangeKind::unblocked, "unblocked"}, {Sim::ChangeKind::rewritten, "rewritten"}};

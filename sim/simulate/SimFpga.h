@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/agent/TransportMethod.h"
+#include "simulate/Outcome.h"
 
 namespace Sim {
 
@@ -26,10 +27,6 @@ class SimFpga : public Platform::TransportMethod {
   uint32_t value(std::string_view path) const;
   uint64_t writes() const { return writes_; }
 
-  struct FailedWrite {
-    uint64_t number;
-    std::string path;
-  };
   // In their order.
   const std::vector<FailedWrite>& failedWrites() const { return failed_; }
   // Whether a register below `path` has not taken its last write.

@@ -1,4 +1,4 @@
-#include "simulate/Progress.h"
+#include "command/Progress.h"
 
 #include <utility>
 

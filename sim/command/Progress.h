@@ -1,4 +1,4 @@
-// What a long run is doing, for who waits at a terminal.
+// What a long run is doing, for whoever waits at a terminal.
 #pragma once
 
 #include <chrono>
@@ -27,6 +27,10 @@ class Progress {
   void begin(std::string what);
   // How far it is.
   void at(size_t done, size_t total);
+  // The same, for a callee that counts and knows no terminal; to be used while this lives.
+  std::function<void(size_t done, size_t total)> counter() {
+    return [this](size_t done, size_t total) { at(done, total); };
+  }
   // Takes the line away, so that other output may follow.
   void clear();
 
