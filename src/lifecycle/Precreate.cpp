@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include <boost/sort/pdqsort/pdqsort.hpp>
-
 #include "helper/AclHelper.h"
 #include "helper/Steps.h"
 #include "model/AclTrace.h"
@@ -46,7 +44,7 @@ std::vector<Platform::IntfId> takeIntfsToReapply(ShadowAcl& shadowAcl, const Acl
     shadowAcl.errorIntfDel(intf);
     intfs.push_back(intf);
   });
-  boost::sort::pdqsort_branchless(intfs.begin(), intfs.end());
+  std::ranges::sort(intfs);
   const auto repeated = std::ranges::unique(intfs);  // Active, and in error since.
   intfs.erase(repeated.begin(), repeated.end());
   return intfs;
