@@ -28,7 +28,7 @@ inline constexpr uint8_t kMaxSlots = 24;
 
 // A bit of a register that says something of the whole filter.
 struct FlagBit {
-  uint32_t mask = 0;
+  uint32_t mask = 0;         // The one bit.
   std::string_view meaning;  // Of the set bit.
 };
 
@@ -54,10 +54,10 @@ inline constexpr std::array kActionBits{kSource,          kPermitAny, kPermitBro
 
 // A register of the whole filter.
 struct FilterRegister {
-  std::string_view name;
-  std::span<const FlagBit> flags;
-  uint8_t firstSlotBit = 0;       // The position of the bit of slot 0; those of the other slots follow.
-  std::string_view slotsMeaning;  // Of the set bits of slots, with a place for them in fmt's notation.
+  std::string_view name;           // Appended to the path of the filter.
+  std::span<const FlagBit> flags;  // The named bits.
+  uint8_t firstSlotBit = 0;        // The position of the bit of slot 0; those of the other slots follow.
+  std::string_view slotsMeaning;   // Of the set bits of slots, with a place for them in fmt's notation.
 
   // The bit of a slot below kMaxSlots.
   constexpr uint32_t slotBit(uint8_t slot) const { return uint32_t{1} << (firstSlotBit + slot); }
@@ -83,8 +83,8 @@ static_assert(std::ranges::all_of(kFilterRegisters, isUnambiguous), "a bit is na
 
 // A register of a slot.
 struct SlotRegister {
-  std::string_view name;
-  uint8_t width = 32;  // The bits of it that are in use, from bit 0 on.
+  std::string_view name;  // Appended to the path of the slot.
+  uint8_t width = 32;     // The bits of it that are in use, from bit 0 on.
 };
 
 // The registers of a slot, and all of them in the order in which they are written.

@@ -12,7 +12,7 @@
 #include "platform/runtime/Errors.h"
 #include "platform/runtime/Ptr.h"
 
-// Opens a class derived from IpMacUnion; `qualifiedName` is its name in text forms and errors.
+// Opens a class that is derived from IpMacUnion; `qualifiedName` is its name in text forms and errors.
 #define KESTRIX_UNION(Type, qualifiedName) \
   KESTRIX_NAMED_(Type, qualifiedName);     \
   KESTRIX_PRINTED_(Type);                  \

@@ -39,8 +39,8 @@ enum class Refusal : uint8_t {
 
 // What goes with a reason.
 struct RefusalRow {
-  Refusal reason = Refusal::none;
-  std::string_view name;     // As above; it stays the same, for programs.
+  Refusal reason = Refusal::none;  // The row's place in the list.
+  std::string_view name;           // As above; it stays the same, for programs.
   std::string_view message;  // As traced; of a type, a protocol or an EtherType with a place for it, in fmt's notation.
   Platform::AclCreateError error = Platform::AclCreateError::notSupported;  // What the framework is told.
 };
@@ -77,7 +77,7 @@ static_assert(std::ranges::all_of(kRefusals, [](const RefusalRow& row) { return 
 
 // A refusal: the reason, and what exactly is refused.
 struct KESTRIX_API Refused {
-  Refusal reason = Refusal::none;
+  Refusal reason = Refusal::none;  // `none` where nothing is refused.
   uint32_t subject = 0;  // The number of the ACL type, protocol or EtherType that the message has a place for.
 
   // Whether there is a refusal.

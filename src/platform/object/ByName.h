@@ -23,7 +23,9 @@
 
 namespace Platform {
 
+// What an attribute is: a single value, members, or a function to call.
 enum class Kind : uint8_t { scalar, collection, operation };
+// Who changes an attribute.
 enum class Access : uint8_t {
   fixed,     // Given at construction.
   readOnly,  // Changed by the object itself, or computed.

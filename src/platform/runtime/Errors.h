@@ -14,8 +14,10 @@ namespace Platform {
 // Base of all misuse of the model by its caller. Whatever raises one has changed nothing.
 class KESTRIX_API ModelError : public std::exception {
  public:
+  // What went wrong, in one sentence without a full stop.
   explicit ModelError(std::string message) : message_(std::move(message)) {}
 
+  // The message, as long as the error is not changed.
   const char* what() const noexcept override { return message_.c_str(); }
   // Puts `where` in front of the message: "where: message". For whoever passes the error on.
   void in(std::string_view where) { message_.insert(0, ": ").insert(0, where); }
