@@ -97,7 +97,7 @@ inline constexpr EnumName<Acl::Action> enumNames<Acl::Action>[] = {{Acl::Action:
 enum class AclCreateError : uint32_t {
   noError = 0,           // Created.
   notSupported = 13,     // Not expressible on this hardware.
-  hardwareFailure = 15,  // No rule register left, or a register write failed.
+  hardwareFailure = 15,  // No slot left, or a register write failed.
 };
 
 template <>

@@ -1,0 +1,3 @@
+#include "helper/AclHelper.h"
+#include "instance/AclHelperInstanceConfigSm.h"
+int main(){}

@@ -1,0 +1,2 @@
+#include <fmt/format.h>
+int main(){}
