@@ -267,13 +267,16 @@ struct Attribute<What::operation, ObjectType, T, kMethod> {
 
 // --- A class -------------------------------------------------------------------------------------------------------
 
-// Whether T, and not a base that it adds nothing to, declares an attribute so many lines below its opening.
+// Whether T, and not a base that it adds nothing to, declares an attribute so many lines below its opening. A concept:
+// clang 19 breaks down at a requirement within a requirement here.
 template <class T, class Below>
 using AttributeAt = decltype(T::modelAttribute(Line<T::kModelFirstLine + Below::value>()));
+template <class T, class Below>
+concept IsDeclared = std::same_as<typename AttributeAt<T, Below>::Object, T>;
 template <class T>
 struct DeclaresAt {
   template <class Below>
-  using fn = mp11::mp_bool<requires { requires std::same_as<typename AttributeAt<T, Below>::Object, T>; }>;
+  using fn = mp11::mp_bool<IsDeclared<T, Below>>;
 };
 // Those lines, as a list of numbers.
 template <class T>
