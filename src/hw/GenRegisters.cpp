@@ -5,8 +5,8 @@
 #include "hw/FilterRegisters.h"
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
-#include "platform/object/Describe.h"
 #include "model/ShadowFilter.h"
+#include "platform/object/Describe.h"
 
 namespace Kestrix {
 

@@ -50,7 +50,7 @@ class IpMacUnion {
   static Self modelConstruct(const Platform::Arguments& arguments);
   // The attributes by name. Reading the alternative that is not held raises BadUnionAccessError.
   using ModelSelf = Self;
-  static constexpr int kModelFirstLine = __LINE__;
+  enum : int { kModelFirstLine = __LINE__ };
   KESTRIX_DESCRIBE_(ip, settable, Ip, &IpMacUnion::ip, &IpMacUnion::ipIs);
   KESTRIX_DESCRIBE_(mac, settable, Mac, &IpMacUnion::mac, &IpMacUnion::macIs);
   KESTRIX_DESCRIBE_(containsIp, view, bool, &IpMacUnion::containsIp);

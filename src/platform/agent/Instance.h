@@ -1,4 +1,4 @@
-// The agent's instance objects: the configuration that is followed, and where what was applied is published.
+// The agent's instance objects: the configuration to follow, and the status that publishes what was applied.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace Platform {
 
-// The number under which a change of an attribute is told.
+// The number of an attribute in notifications.
 using AttributeId = uint32_t;
 
 // A subscription: empty, or registered until it is destroyed or disconnected.
@@ -28,7 +28,7 @@ class Subscription {
   // Empty, or holding `connection`.
   explicit Subscription(std::unique_ptr<Connection> connection = {}) : connection_(std::move(connection)) {}
 
-  // Whether what was subscribed is still told.
+  // Whether the callback is still called.
   bool connected() const { return connection_ && connection_->connected(); }
   // Ends the subscription; nothing happens when it is empty or ended.
   void disconnect() { connection_.reset(); }
@@ -47,7 +47,7 @@ class Publisher {
 
   // Calls `callback` from now on, for as long as the subscription lives.
   [[nodiscard]] KESTRIX_API Subscription subscribe(const Callback& callback) const;
-  // How many there are.
+  // The number of live subscriptions.
   size_t subscribers() const { return signal_ ? signal_->subscribers() : 0; }
   // Tells all subscribers that `attribute` has changed.
   void notify(AttributeId attribute) const {
@@ -81,7 +81,7 @@ class InstanceConfig : public Node {
     publisher_.notify(kAclDropDelay);
   }
 
-  // Where changes of this object are told, by attribute id.
+  // Notifies of changes of this object, by attribute id.
   const Publisher& publisher() const { return publisher_; }
 
  private:

@@ -267,13 +267,17 @@ struct Attribute<What::operation, ObjectType, T, kMethod> {
 
 // --- A class -------------------------------------------------------------------------------------------------------
 
-// Whether T, and not a base that it adds nothing to, declares an attribute so many lines below its opening.
+// The attribute that T, or a base of it, declares so many lines below its opening.
 template <class T, class Below>
 using AttributeAt = decltype(T::modelAttribute(Line<T::kModelFirstLine + Below::value>()));
+// Whether there is one, of T itself and not of a base that it adds nothing to. Not a requirement within a requirement,
+// at which clang 19 breaks down.
+template <class T, class Below>
+concept DeclaresItself = std::same_as<typename AttributeAt<T, Below>::Object, T>;
 template <class T>
 struct DeclaresAt {
   template <class Below>
-  using fn = mp11::mp_bool<requires { requires std::same_as<typename AttributeAt<T, Below>::Object, T>; }>;
+  using fn = mp11::mp_bool<DeclaresItself<T, Below>>;
 };
 // Those lines, as a list of numbers.
 template <class T>

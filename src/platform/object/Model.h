@@ -67,9 +67,9 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   static_assert(true, "")
 
 // Opens the attributes of `Type`.
-#define KESTRIX_ATTRIBUTES_OF_(Type)               \
-  using ModelSelf = Type;                          \
-  static constexpr int kModelFirstLine = __LINE__; \
+#define KESTRIX_ATTRIBUTES_OF_(Type)         \
+  using ModelSelf = Type;                    \
+  enum : int { kModelFirstLine = __LINE__ }; \
   static_assert(true, "")
 
 #define KESTRIX_PRINTED_(Type)                                            \

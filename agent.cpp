@@ -1,3 +1,0 @@
-#include "helper/AclHelper.h"
-#include "instance/AclHelperInstanceConfigSm.h"
-int main(){}

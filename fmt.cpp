@@ -1,2 +1,0 @@
-#include <fmt/format.h>
-int main(){}
