@@ -20,7 +20,11 @@ IntfOutcome failureOn(const Kestrix::AclHelper& helper, Platform::IntfId intf, c
   IntfOutcome outcome{.intf = intf, .acl = acl.key.name, .direction = acl.key.direction, .reason = {}};
   const auto shadowAcl = helper.allShadowAcl(acl.key);
   outcome.error = shadowAcl ? shadowAcl->errorIntf(intf).value_or(acl.error) : acl.error;
-  const auto refusal = shadowAcl ? shadowAcl->intfRefusal(intf) : Kestrix::Refusal::none;
+  auto refusal = shadowAcl ? shadowAcl->intfRefusal(intf) : Kestrix::Refusal::none;
+  // An error that was set by name has no reason; this is the one that an interface has it for.
+  if (refusal == Kestrix::Refusal::none && outcome.error == AclCreateError::notSupported) {
+    refusal = Kestrix::Refusal::typeConflict;
+  }
   if (acl.state == AclState::refused) {
     outcome.state = IntfState::refused;
     outcome.reason = acl.reason;

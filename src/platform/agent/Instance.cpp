@@ -5,33 +5,31 @@
 #include <boost/signals2/signal_type.hpp>
 
 namespace Platform {
+namespace {
 
-struct Subscription::Connection {
+struct BoostConnection final : Subscription::Connection {
+  explicit BoostConnection(const boost::signals2::connection& connection) : scoped(connection) {}
+  bool connected() const override { return scoped.connected(); }
+
   boost::signals2::scoped_connection scoped;
 };
 
-bool Subscription::connected() const { return connection_ && connection_->scoped.connected(); }
+}  // namespace
 
-void Subscription::disconnect() {
-  if (connection_) connection_->scoped.disconnect();
-}
+struct Publisher::BoostSignal final : Signal {
+  Subscription subscribe(const Callback& callback) override {
+    return Subscription(std::make_unique<BoostConnection>(signal.connect(callback)));
+  }
+  size_t subscribers() const override { return signal.num_slots(); }
+  void notify(AttributeId attribute) override { signal(attribute); }
 
-struct Publisher::Signal {
   using Mutex = boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>;  // One event thread.
   boost::signals2::signal_type<void(AttributeId), Mutex>::type signal;
 };
 
-Publisher::Publisher() : signal_(std::make_shared<Signal>()) {}
-
 Subscription Publisher::subscribe(const Callback& callback) const {
-  Subscription subscription;
-  subscription.connection_ = std::make_shared<Subscription::Connection>();
-  subscription.connection_->scoped = signal_->signal.connect(callback);
-  return subscription;
+  if (!signal_) signal_ = std::make_unique<BoostSignal>();
+  return signal_->subscribe(callback);
 }
-
-size_t Publisher::subscribers() const { return signal_->signal.num_slots(); }
-
-void Publisher::notify(AttributeId attribute) const { signal_->signal(attribute); }
 
 }  // namespace Platform

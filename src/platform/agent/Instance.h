@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include "platform/network/IntfId.h"
 #include "platform/object/Collections.h"
@@ -16,45 +17,53 @@ namespace Platform {
 using AttributeId = uint32_t;
 
 // A subscription: empty, or registered until it is destroyed or disconnected.
-class KESTRIX_API Subscription {
+class Subscription {
  public:
-  Subscription() = default;
-  Subscription(Subscription&&) = default;
-  Subscription& operator=(Subscription&&) = default;
+  // One registration, which ends when it is destroyed.
+  struct Connection {
+    virtual ~Connection() = default;
+    virtual bool connected() const = 0;
+  };
+
+  // Empty, or holding `connection`.
+  explicit Subscription(std::unique_ptr<Connection> connection = {}) : connection_(std::move(connection)) {}
 
   // Whether the callback is still called.
-  bool connected() const;
+  bool connected() const { return connection_ && connection_->connected(); }
   // Ends the subscription; nothing happens when it is empty or ended.
-  void disconnect();
+  void disconnect() { connection_.reset(); }
 
  private:
-  friend class Publisher;
-  struct Connection;
-  std::shared_ptr<Connection> connection_;  // Not shared: the class of its content is known in the source only.
+  std::unique_ptr<Connection> connection_;
 };
 
 // Tells its subscribers, synchronously, of the attributes that changed. A subscriber may leave, or end others'
-// subscriptions, while it is being told.
-class KESTRIX_API Publisher {
+// subscriptions, while it is being told. An agent that links nothing of the library can have one: only `subscribe` is a
+// function of the library.
+class Publisher {
  public:
   // Takes the attribute that changed.
   using Callback = std::function<void(AttributeId)>;
 
-  // Without subscribers.
-  Publisher();
-  Publisher(const Publisher&) = delete;
-  Publisher& operator=(const Publisher&) = delete;
-
   // Calls `callback` from now on, for as long as the subscription lives.
-  [[nodiscard]] Subscription subscribe(const Callback& callback) const;
+  [[nodiscard]] KESTRIX_API Subscription subscribe(const Callback& callback) const;
   // The number of live subscriptions.
-  size_t subscribers() const;
+  size_t subscribers() const { return signal_ ? signal_->subscribers() : 0; }
   // Tells all subscribers that `attribute` has changed.
-  void notify(AttributeId attribute) const;
+  void notify(AttributeId attribute) const {
+    if (signal_) signal_->notify(attribute);
+  }
 
  private:
-  struct Signal;
-  std::shared_ptr<Signal> signal_;
+  struct Signal {
+    virtual ~Signal() = default;
+    virtual Subscription subscribe(const Callback& callback) = 0;
+    virtual size_t subscribers() const = 0;
+    virtual void notify(AttributeId attribute) = 0;
+  };
+  struct BoostSignal;
+
+  mutable std::unique_ptr<Signal> signal_;  // None until something is subscribed.
 };
 
 // The configuration of one agent instance. Owned by the agent.
