@@ -13,9 +13,8 @@ namespace Detail {
 
 std::optional<uint64_t> wholeNumber(std::string_view text, uint64_t most) {
   uint64_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, number);
-  if (read.ec != std::errc{} || read.ptr != end || number > most) return {};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc{} || end != text.data() + text.size() || number > most) return {};
   return number;
 }
 
