@@ -6,11 +6,8 @@
 #include "hw/RegisterLayout.h"
 #include "model/AclTrace.h"
 #include "model/ShadowFilter.h"
-#include "platform/object/Describe.h"
 
 namespace Kestrix {
-
-KESTRIX_DEFINE_ENTITY(ShadowFilter)  // Here, where the result of its operation is known.
 
 namespace {
 

@@ -1,7 +1,6 @@
 // Why the library refuses a rule, an ACL, or an ACL on an interface: all the reasons there are, as one list.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -71,9 +70,14 @@ inline constexpr std::array kRefusals{
 // The row of `reason`.
 constexpr const RefusalRow& rowOf(Refusal reason) { return kRefusals[static_cast<size_t>(reason)]; }
 
-static_assert(std::ranges::all_of(kRefusals, [](const RefusalRow& row) { return &rowOf(row.reason) == &row; }) &&
-                  kRefusals.back().reason == Refusal::typeConflict,
-              "a reason has no row, or another one's");
+// Whether each reason has its own row.
+constexpr bool eachHasItsRow() {
+  for (const RefusalRow& row : kRefusals) {
+    if (&rowOf(row.reason) != &row) return false;
+  }
+  return kRefusals.back().reason == Refusal::typeConflict;
+}
+static_assert(eachHasItsRow(), "a reason has no row, or another one's");
 
 // A refusal: the reason, and what exactly is refused.
 struct KESTRIX_API Refused {

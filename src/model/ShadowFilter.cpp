@@ -4,7 +4,7 @@
 
 namespace Kestrix {
 
-// ShadowFilter itself is defined where the result of its operation is known: hw/GenRegisters.cpp.
+// ShadowFilter itself is defined where the result of its operation is known: hw/FilterRegisters.cpp.
 KESTRIX_DEFINE_ENTITY(ShadowFilters)
 
 }  // namespace Kestrix

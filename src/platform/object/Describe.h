@@ -4,7 +4,6 @@
 //   KESTRIX_DEFINE_VALUE(AclRule)
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstddef>
@@ -296,7 +295,9 @@ inline constexpr auto kRows = [] {
   if constexpr (requires { typename T::ModelBase; }) {
     constexpr auto& kBase = kRows<typename T::ModelBase>;
     std::array<AttributeRow, kBase.size() + kOwn.size()> rows;
-    std::copy(kOwn.begin(), kOwn.end(), std::copy(kBase.begin(), kBase.end(), rows.begin()));
+    size_t next = 0;
+    for (const AttributeRow& row : kBase) rows[next++] = row;
+    for (const AttributeRow& row : kOwn) rows[next++] = row;
     return rows;
   } else {
     return kOwn;
