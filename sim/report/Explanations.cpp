@@ -16,8 +16,8 @@ struct Advice {
 };
 
 constexpr Explanation kNoSlot{"no-slot",
-                              "The filter has no slot left: merge rules, or leave to the last rule, for everything, "
-                              "what it says anyway."};
+                              "The filter has no slot left: merge rules, or drop those that only repeat the "
+                              "verdict of the last one."};
 
 // In the order of Kestrix::kRefusals.
 constexpr Advice<Refusal> kRefusalAdvice[] = {
@@ -27,7 +27,7 @@ constexpr Advice<Refusal> kRefusalAdvice[] = {
     {Refusal::aclType, {"acl-type", "The hardware filters by IPv4 and by MAC ACLs only."}},
     {Refusal::ipLength, {"ip-length", "The hardware does not look at the IP length: remove it from the rule."}},
     {Refusal::portRange,
-     {"port-range", "A slot matches one port or all of them: write one rule a port, or none for the port."}},
+     {"port-range", "A slot matches one port or all of them: write one rule per port, or leave the port out."}},
     {Refusal::ipProtocol,
      {"ip-protocol",
       "The hardware tells TCP (6) and UDP (17) from the rest, and no other protocol: write a rule for "
