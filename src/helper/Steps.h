@@ -22,11 +22,10 @@ Platform::Ptr<T> requireNotNull(std::string_view attribute, const Platform::Ptr<
 // Raises ConsistencyError, traced for the operation, while the helper accesses a register: the pass that does is in the
 // middle, and would not notice what the operation changes.
 inline void requireNoAccess(const AclHelper& helper, std::string_view className, std::string_view operation) {
-  if (!helper.accessing()) [[likely]] {
-    return;
+  if (helper.accessing()) [[unlikely]] {
+    Platform::consistencyFailure(AclTrace(className, operation),
+                                 "The transport must not call the helper while it reads or writes a register");
   }
-  Platform::consistencyFailure(AclTrace(className, operation),
-                               "The transport must not call the helper while it reads or writes a register");
 }
 
 // What each operation of the helper makes before it does anything: its trace points, and a reference to the helper, as
