@@ -41,8 +41,10 @@ class Registers final : public Platform::TransportMethod {
 
 // What the library tells the framework.
 class Status final : public VelHelper::AclStatusListener {
-  void aclStatusUpdate(const AclKey& acl, AclCreateError error) override { fmt::print("{}: {}\n", acl, error); }
-  void unitErrorChanged(const Platform::String& unit, AclCreateError error) override {
+  void aclStatusUpdate(const AclKey& acl, AclCreateError error) noexcept override {
+    fmt::print("{}: {}\n", acl, error);
+  }
+  void unitErrorChanged(const Platform::String& unit, AclCreateError error) noexcept override {
     fmt::print("{} unit: {}\n", unit, error);
   }
 };

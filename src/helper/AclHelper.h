@@ -28,7 +28,8 @@ class FilterRegisters;
 inline constexpr char kUnitName[] = "Kestrix";
 
 // The helper of this platform. Its operations raise RangeError for a null ACL, and ConsistencyError when the framework
-// broke the order of calls.
+// broke the order of calls, or when they are called while the transport reads or writes a register: nothing has changed
+// then. Whatever they call may drop the last reference to the helper.
 // Not final, as an agent calls the operations through the virtual table: they are not exported.
 class AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
@@ -91,6 +92,9 @@ class AclHelper : public VelHelper::AclHelper {
   // precreateAcl; no refusal when it was accepted. Known before the framework is told of the error.
   const Refused& lastRefused() const { return lastRefused_; }
 
+  // Whether a register is being read or written. Operations that the transport calls then raise ConsistencyError.
+  bool accessing() const { return accessing_; }
+
   // --- Operations of the model ---
 
   // Whether the hardware can hold ACLs of the key's type and direction.
@@ -145,6 +149,7 @@ class AclHelper : public VelHelper::AclHelper {
   AclCreateError refuseIntf(ShadowAcl& shadowAcl, IntfId intf, Refusal reason);
 
   Refused lastRefused_;
+  bool accessing_ = false;
 };
 
 // The library's entry point for the agent: the same as AclHelper::AclHelperIs.

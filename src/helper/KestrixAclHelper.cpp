@@ -3,7 +3,6 @@
 #include "helper/Steps.h"
 #include "hw/FilterRegisters.h"
 #include "hw/RegisterLayout.h"
-#include "model/AclTrace.h"
 #include "platform/object/Describe.h"
 
 namespace Kestrix {
@@ -35,6 +34,9 @@ AclHelper::AclHelper(const Ptr<Platform::TransportMethod>& transport, const Intf
       vcsd_(requireNotNull<AclHelper>("vcsd", vcsd)) {
   inShadowFilterIs();
   outShadowFilterIs();
+  // The entries are there from now on: raising an error needs no memory.
+  publishUnitErrorIs(kUnitName, false);
+  unitErrorIs(kUnitName, AclCreateError::noError);
 }
 
 // Collections before what they share; the other members then go in the reverse order of their declaration.
@@ -57,7 +59,8 @@ Platform::Ptr<AclHelper> aclHelperFactory(const Platform::Ptr<Platform::Transpor
 }
 
 void AclHelper::hwInit() {
-  AclTrace("AclHelper", "hwInit").level5("");
+  const OperationTrace trace(*this, "hwInit");
+  trace.level5("");
   ingressIpAclSupported_ = ingressAclsSupported();
   ingressMacAclSupported_ = ingressAclsSupported();
   egressIpAclSupported_ = true;
@@ -66,19 +69,20 @@ void AclHelper::hwInit() {
 }
 
 bool AclHelper::intfSupportsAcl(IntfId intf) {
-  AclTrace("AclHelper", "intfSupportsAcl").level5("intf: {}", intf);
+  const OperationTrace trace(*this, "intfSupportsAcl");
+  trace.level5("intf: {}", intf);
   return vcsd()->intf().contains(intf);
 }
 
 AclHelper::String AclHelper::intfLinecardName(IntfId intf) {
-  AclTrace("AclHelper", "intfLinecardName").level5("intf: {}", intf);
+  OperationTrace(*this, "intfLinecardName").level5("intf: {}", intf);
   return "FixedSystem";
 }
 
 bool AclHelper::aclSupported(const Platform::AclKey& key) const { return !checkAcl(key); }
 
 Refused AclHelper::checkAcl(const Platform::AclKey& key) const {
-  const AclTrace trace("AclHelper", "aclSupported");
+  const OperationTrace trace(*this, "aclSupported");
   trace.level6("ACL direction: {} type: {}", key.direction, key.type);
   const Refused refused = aclRefusal(key, ingressAclsSupported());
   if (refused) trace.level6("{}", refused);

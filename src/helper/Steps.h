@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "helper/AclHelper.h"
+#include "model/AclTrace.h"
 #include "model/Refusal.h"
 #include "platform/runtime/Trace.h"
 
@@ -17,6 +18,29 @@ Platform::Ptr<T> requireNotNull(std::string_view attribute, const Platform::Ptr<
   if (object) return object;
   throw Platform::RangeError(fmt::format("{}.{}: must not be null", Owner::modelName(), attribute));
 }
+
+// Raises ConsistencyError, traced for the operation, while the helper accesses a register: the pass that does is in the
+// middle, and would not notice what the operation changes.
+inline void requireNoAccess(const AclHelper& helper, std::string_view className, std::string_view operation) {
+  if (helper.accessing()) [[unlikely]] {
+    Platform::consistencyFailure(AclTrace(className, operation),
+                                 "The transport must not call the helper while it reads or writes a register");
+  }
+}
+
+// What each operation of the helper makes before it does anything: its trace points, and a reference to the helper, as
+// everything that it calls, a trace sink too, may drop the last other one. Raises as requireNoAccess.
+class OperationTrace : public AclTrace {
+ public:
+  // `operation` must outlive the object; it is a literal in practice.
+  OperationTrace(const AclHelper& helper, std::string_view operation)
+      : AclTrace("AclHelper", operation), self_(&helper) {
+    requireNoAccess(helper, "AclHelper", operation);
+  }
+
+ private:
+  Platform::Ptr<const AclHelper> self_;
+};
 
 // The key of the framework's ACL object. Raises RangeError when there is none.
 inline const Platform::AclKey& keyOf(const Platform::Ptr<Platform::AclData>& aclData) {

@@ -55,6 +55,7 @@ Platform::Ptr<AclHelperInstanceConfigSm> aclHelperInstanceConfigSmFactory(
 void AclHelperInstanceConfigSm::handleAclDropDelay() {
   // Held while it runs: what it sets off may drop the last reference. Without one yet, it is being constructed.
   const Platform::Ptr<AclHelperInstanceConfigSm> self(use_count() == 0 ? nullptr : this);
+  requireNoAccess(*aclHelper(), kClass, "handleAclDropDelay");
   const AclTrace trace(kClass, "handleAclDropDelay");
   const bool delay = instanceConfig()->aclDropDelay();
   trace.level5("acl drop delay: {}", delay);

@@ -19,14 +19,16 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
   KESTRIX_MADE_BY(AclHelperInstanceConfigSmIs);
 
  public:
-  // A new reactor, which has applied the flag and follows it. Raises RangeError when an argument is null.
+  // A new reactor, which has applied the flag and follows it. Raises RangeError when an argument is null, and as
+  // handleAclDropDelay.
   static Platform::Ptr<AclHelperInstanceConfigSm> AclHelperInstanceConfigSmIs(
       const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
       const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
       const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper);
 
   // Writes the flag as it is now into the filters of every managed interface, creating the shadow filters that are
-  // missing, and publishes it in the statuses. A failed write is traced, and the pass goes on.
+  // missing, and publishes it in the statuses. A failed write is traced, and the pass goes on. Raises ConsistencyError,
+  // and changes nothing, while the helper reads or writes a register.
   void handleAclDropDelay();
   KESTRIX_OPERATION(handleAclDropDelay);
 

@@ -12,7 +12,7 @@ AclHelper::AclCreateError AclHelper::addIntfToAcl(const IntfPairKey& intfPair, c
                                                   const Ptr<AclDataStatus>& /*status*/) {
   const IntfId intf = intfPair.intf;
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "addIntfToAcl");
+  const OperationTrace trace(*this, "addIntfToAcl");
   trace.level5("acl: {} type: {} direction: {} intf: {}", key.name, key.type, key.direction, intf);
 
   Ptr<ShadowAcl> shadowAcl = allShadowAcl(key);
@@ -31,10 +31,9 @@ AclHelper::AclCreateError AclHelper::addIntfToAcl(const IntfPairKey& intfPair, c
 }
 
 AclHelper::AclCreateError AclHelper::writeAclToIntfs(const Ptr<ShadowAcl>& shadowAclArgument) {
-  // Callbacks into the framework may drop every other reference to what this pass works on.
-  const Ptr<AclHelper> self(this);
+  // Held here: what this calls may drop every other reference to it.
   const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
-  const AclTrace trace("AclHelper", "writeAclToIntfs");
+  const OperationTrace trace(*this, "writeAclToIntfs");
   requireShadowAcl(shadowAcl, trace);
 
   trace.level5("acl key: {}, direction: {}", shadowAcl->key(), shadowAcl->key().direction);
@@ -79,9 +78,12 @@ AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const 
   trace.level6("Replacing existing filter for {}", intf);
   trace.level6("Do rules: {}", content.rules.size());
   for (const AclRule& rule : content.rules) trace.level6("Rule {}", rule);
-  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, slots, content);
+  // All that needs memory comes first: without it, the filter stays as the hardware is.
+  const Ptr<ShadowFilter> filter = filterWith(content, intf, slots);
+  const FilterRegisters registers = filter->genRegisters();
+  filters->replace(filter);
 
-  const AclCreateError error = regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/false);
+  const AclCreateError error = regWriteHelper(registers, intf, direction, /*enableRegOnly=*/false);
   if (error == AclCreateError::noError) {
     shadowAcl.activeIntfIs(intf);
   } else {
@@ -93,8 +95,8 @@ AclHelper::AclCreateError AclHelper::writeAclToIntf(ShadowAcl& shadowAcl, const 
 
 AclHelper::AclCreateError AclHelper::refuseIntf(ShadowAcl& shadowAcl, IntfId intf, Refusal reason) {
   const AclCreateError error = rowOf(reason).error;
-  shadowAcl.applyingIntfDel(intf);
   shadowAcl.failIntf(intf, error, reason);
+  shadowAcl.applyingIntfDel(intf);
   publishUnitErrorIs(kUnitName, true);
   unitErrorIs(kUnitName, error);
   return error;

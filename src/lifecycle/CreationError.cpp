@@ -2,14 +2,13 @@
 
 #include "helper/AclHelper.h"
 #include "helper/Steps.h"
-#include "model/AclTrace.h"
 
 namespace Kestrix {
 
 AclHelper::AclCreateError AclHelper::setCreationError(const Ptr<ShadowAcl>& shadowAclArgument, AclCreateError error) {
-  const Ptr<AclHelper> self(this);  // The callbacks may drop the last other reference.
+  // Held here: what this calls may drop every other reference to it.
   const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
-  const AclTrace trace("AclHelper", "setCreationError");
+  const OperationTrace trace(*this, "setCreationError");
   requireShadowAcl(shadowAcl, trace);
 
   trace.level6("acl: {}, err: {}", shadowAcl->key().name, error);

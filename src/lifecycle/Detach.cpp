@@ -22,7 +22,7 @@ AclHelper::AclCreateError AclHelper::removeIntfFromAcl(const IntfPairKey& intfPa
                                                        bool belongsToAnother) {
   const IntfId intf = intfPair.intf;
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "removeIntfFromAcl");
+  const OperationTrace trace(*this, "removeIntfFromAcl");
   trace.level5("acl: {} type: {} direction: {} intf: {}", key.name, key.type, key.direction, intf);
   trace.level6("belongsToAnother: {}", belongsToAnother);
   if (destroying()) {
@@ -50,10 +50,9 @@ AclHelper::AclCreateError AclHelper::removeIntfFromAcl(const IntfPairKey& intfPa
 }
 
 void AclHelper::clearAclFromIntfs(const Ptr<ShadowAcl>& shadowAclArgument) {
-  // The callback into the framework may drop every other reference to what this pass works on.
-  const Ptr<AclHelper> self(this);
+  // Held here: what this calls may drop every other reference to it.
   const Ptr<ShadowAcl> shadowAcl(shadowAclArgument.get());
-  const AclTrace trace("AclHelper", "clearAclFromIntfs");
+  const OperationTrace trace(*this, "clearAclFromIntfs");
   requireShadowAcl(shadowAcl, trace);
 
   trace.level5("acl key: {}", shadowAcl->key());
@@ -94,9 +93,12 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
 
   const FilterContent content = contentAfterDetach(*old, shadowAcl.acl());
   trace.level6("macAcl: {}, ipAcl: {}, ruleType: {}", content.macAcl, content.ipAcl, content.ruleType);
-  const Ptr<ShadowFilter> filter = replaceFilter(*filters, intf, slotCount(direction), content);
+  // All that needs memory comes first: without it, the filter stays as the hardware is.
+  const Ptr<ShadowFilter> filter = filterWith(content, intf, slotCount(direction));
+  const FilterRegisters registers = filter->genRegisters();
+  filters->replace(filter);
 
-  const AclCreateError error = regWriteHelper(filter->genRegisters(), intf, direction, /*enableRegOnly=*/false);
+  const AclCreateError error = regWriteHelper(registers, intf, direction, /*enableRegOnly=*/false);
   if (error == AclCreateError::noError) {
     trace.level6("Clearing {}'s ACL succeeded", intf);
     shadowAcl.activeIntfDel(intf);
@@ -110,7 +112,7 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
 
 void AclHelper::destroyAcl(const Ptr<AclData>& aclData) {
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "destroyAcl");
+  const OperationTrace trace(*this, "destroyAcl");
   traceAcl(trace, key);
   if (!aclSupported(key)) return;
   if (!allShadowAcl(key)) {
@@ -119,9 +121,8 @@ void AclHelper::destroyAcl(const Ptr<AclData>& aclData) {
 }
 
 void AclHelper::cleanupAcl(const Ptr<AclData>& aclData) {
-  const Ptr<AclHelper> self(this);
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "cleanupAcl");
+  const OperationTrace trace(*this, "cleanupAcl");
   traceAcl(trace, key);
   if (destroying()) return trace.level6("Kestrix instance cleanup, skipping");
 

@@ -75,10 +75,8 @@ FilterContent contentAfterDetach(const ShadowFilter& filter, const ShadowAcl::Ac
   return content;
 }
 
-Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::IntfId intf, uint8_t slots,
-                                          const FilterContent& content) {
-  filters.shadowFilterDel(intf);
-  const auto filter = filters.shadowFilterIs(intf, content.ruleType, slots);
+Platform::Ptr<ShadowFilter> filterWith(const FilterContent& content, Platform::IntfId intf, uint8_t slots) {
+  const auto filter = Platform::make<ShadowFilter>(intf, content.ruleType, slots);
   filter->ipAclIs(content.ipAcl);
   filter->macAclIs(content.macAcl);
   filter->delayIs(content.delay);

@@ -38,8 +38,7 @@ bool holdsAnother(const ShadowFilter& filter, const ShadowAcl& shadowAcl);
 // The content after `acl` is taken off `filter`: the ACL of the other type as the filter references it, or nothing.
 FilterContent contentAfterDetach(const ShadowFilter& filter, const ShadowAcl::Acl& acl);
 
-// Replaces the shadow filter of `intf` in `filters` by one with `content`.
-Platform::Ptr<ShadowFilter> replaceFilter(ShadowFilters& filters, Platform::IntfId intf, uint8_t slots,
-                                          const FilterContent& content);
+// A new filter of `intf` with `content`, in no collection yet.
+Platform::Ptr<ShadowFilter> filterWith(const FilterContent& content, Platform::IntfId intf, uint8_t slots);
 
 }  // namespace Kestrix

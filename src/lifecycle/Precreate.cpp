@@ -5,7 +5,6 @@
 
 #include "helper/AclHelper.h"
 #include "helper/Steps.h"
-#include "model/AclTrace.h"
 
 namespace Kestrix {
 namespace {
@@ -17,7 +16,7 @@ bool heldByAnother(const ShadowFilter* filter, const Platform::AclKey& key) {
   return holder != nullptr && holder->key().name != key.name;
 }
 
-ShadowAcl::Acl freshAcl(const Platform::AclKey& key, const AclTrace& trace) {
+ShadowAcl::Acl freshAcl(const Platform::AclKey& key, const Platform::TraceScope& trace) {
   switch (key.type) {
     case Acl::AclType::ipv4:
       trace.level5("creating fresh IP ACL");
@@ -30,18 +29,15 @@ ShadowAcl::Acl freshAcl(const Platform::AclKey& key, const AclTrace& trace) {
   }
 }
 
-// Empties the collections of interfaces that hold an older version of the ACL, or failed to, and returns their members,
-// ascending.
-std::vector<Platform::IntfId> takeIntfsToReapply(ShadowAcl& shadowAcl, const AclTrace& trace) {
+// The interfaces that hold an older version of the ACL, or failed to, ascending.
+std::vector<Platform::IntfId> intfsToReapply(const ShadowAcl& shadowAcl, const Platform::TraceScope& trace) {
   std::vector<Platform::IntfId> intfs;
   Platform::forEachStable(shadowAcl.activeIntf(), [&](Platform::IntfId intf) {
     trace.level6("existing active intf: {}", intf);
-    shadowAcl.activeIntfDel(intf);
     intfs.push_back(intf);
   });
   Platform::forEachStable(shadowAcl.errorIntf(), [&](Platform::IntfId intf) {
     trace.level6("existing error intf: {}", intf);
-    shadowAcl.errorIntfDel(intf);
     intfs.push_back(intf);
   });
   std::ranges::sort(intfs);
@@ -54,7 +50,7 @@ std::vector<Platform::IntfId> takeIntfsToReapply(ShadowAcl& shadowAcl, const Acl
 
 AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& /*status*/) {
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "precreateAcl");
+  const OperationTrace trace(*this, "precreateAcl");
   traceAcl(trace, key);
   lastRefused_ = checkAcl(key);
   if (lastRefused_) return rowOf(lastRefused_.reason).error;
@@ -67,13 +63,11 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
     }
     return AclCreateError::noError;
   }
-  shadowAcl->aclRulesFinalizedIs(false);
-  // Filters that hold the previous shadow ACL keep it alive: the hardware stays as it is until the new rules are
-  // written.
-  shadowAcl->aclIs(freshAcl(key, trace));
+  const ShadowAcl::Acl fresh = freshAcl(key, trace);
 
   const Ptr<ShadowFilters> filters = shadowFilters(key.direction);
-  for (const IntfId intf : takeIntfsToReapply(*shadowAcl, trace)) {
+  const std::vector<IntfId> intfs = intfsToReapply(*shadowAcl, trace);
+  for (const IntfId intf : intfs) {
     const Ptr<ShadowFilter> filter = filters ? filters->shadowFilter(intf) : nullptr;
     if (heldByAnother(filter.get(), key)) {
       trace.level5("{} in use by another ACL, no-op", intf);
@@ -82,13 +76,22 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
       shadowAcl->applyingIntfIs(intf);
     }
   }
+  // The rest needs no memory: until here, another attempt finds every interface.
+  for (const IntfId intf : intfs) {
+    shadowAcl->activeIntfDel(intf);
+    shadowAcl->errorIntfDel(intf);
+  }
+  shadowAcl->aclRulesFinalizedIs(false);
+  // Filters that hold the previous shadow ACL keep it alive: the hardware stays as it is until the new rules are
+  // written.
+  shadowAcl->aclIs(fresh);
   return AclCreateError::noError;
 }
 
-void AclHelper::commitAcl(const Ptr<AclData>& aclData) { traceAcl(AclTrace("AclHelper", "commitAcl"), keyOf(aclData)); }
+void AclHelper::commitAcl(const Ptr<AclData>& aclData) { traceAcl(OperationTrace(*this, "commitAcl"), keyOf(aclData)); }
 
 void AclHelper::updateAclPorts(const Ptr<AclData>& aclData, bool /*add*/) {
-  traceAcl(AclTrace("AclHelper", "updateAclPorts"), keyOf(aclData));
+  traceAcl(OperationTrace(*this, "updateAclPorts"), keyOf(aclData));
 }
 
 }  // namespace Kestrix

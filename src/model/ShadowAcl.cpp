@@ -8,12 +8,12 @@ KESTRIX_DEFINE_ENTITY(ShadowAcl)
 KESTRIX_DEFINE_UNION(ShadowAcl::Acl)
 
 void ShadowAcl::failIntf(Platform::IntfId intf, Platform::AclCreateError error, Refusal reason) {
-  errorIntfIs(intf, error);
   if (reason == Refusal::none) {
     intfRefusal_.erase(intf);
   } else {
     intfRefusal_.insert_or_assign(intf, reason);
   }
+  errorIntfIs(intf, error);
 }
 
 }  // namespace Kestrix

@@ -70,6 +70,10 @@ class ShadowFilters final : public Platform::Entity {
   KESTRIX_ENTITY(ShadowFilters, "Kestrix::ShadowFilters");
   // The filters by interface: shadowFilterIs(intfId, ruleType, maxRules).
   KESTRIX_ENTITIES(Platform::IntfId, ShadowFilter, shadowFilter);
+
+ public:
+  // Puts `filter` in the place of the one of its interface. Where there is one, this needs no memory and cannot fail.
+  void replace(const Platform::Ptr<ShadowFilter>& filter) { shadowFilter_.insert_or_assign(filter->intfId(), filter); }
 };
 
 }  // namespace Kestrix

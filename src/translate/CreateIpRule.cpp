@@ -2,7 +2,6 @@
 
 #include "helper/AclHelper.h"
 #include "helper/Steps.h"
-#include "model/AclTrace.h"
 #include "translate/IpSubrule.h"
 #include "translate/RuleSlot.h"
 
@@ -17,7 +16,7 @@ constexpr Platform::TraceFormat<> kIpSideTraces[] = {
 };
 
 // The ACL's IPv4 shadow; an ACL that was never pre-created has none.
-Platform::Ptr<IpAcl> requireIpAcl(const ShadowAcl& shadowAcl, const AclTrace& trace) {
+Platform::Ptr<IpAcl> requireIpAcl(const ShadowAcl& shadowAcl, const Platform::TraceScope& trace) {
   if (shadowAcl.acl().containsIp() && shadowAcl.acl().ip()) return shadowAcl.acl().ip();
   Platform::consistencyFailure(trace, "In createIpAclSubrule, the ACL should be an IP ACL");
 }
@@ -38,7 +37,7 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
       .ipLength = {ipLen, ipLenMask, ipLenLow, ipLenHigh},
   };
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "createIpAclSubrule");
+  const OperationTrace trace(*this, "createIpAclSubrule");
   trace.level5("acl: {} type: {} direction: {} rule: {}", key.name, key.type, key.direction, ruleNum);
   lastRefused_ = {};
 
@@ -68,8 +67,8 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
 
   const auto slot = freeSlot(*ipAcl, slotCount(key.direction));
   if (!slot) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
-  if (match.port != 0) ipAcl->l4Is(true);
   storeRule(*ipAcl, ipRule(*slot, match, subrule), side, trace);
+  if (match.port != 0) ipAcl->l4Is(true);
   return AclCreateError::noError;
 }
 
@@ -77,7 +76,7 @@ AclHelper::AclCreateError AclHelper::createIpFragRule(const Ptr<AclData>& aclDat
                                                       const UniqueId& /*ruleId*/, uint32_t ruleNum,
                                                       uint32_t /*subruleNum*/) {
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "createIpFragRule");
+  const OperationTrace trace(*this, "createIpFragRule");
   trace.level5("acl: {} type: {} direction: {} rule: {}", key.name, key.type, key.direction, ruleNum);
   lastRefused_ = {};
 
@@ -91,7 +90,7 @@ AclHelper::AclCreateError AclHelper::createIpFragRule(const Ptr<AclData>& aclDat
 AclHelper::AclCreateError AclHelper::createFinalAclRule(Acl::AclType /*aclType*/, const Ptr<AclData>& aclData,
                                                         uint32_t ruleNum) {
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "createFinalAclRule");
+  const OperationTrace trace(*this, "createFinalAclRule");
   trace.level5("acl: {}, type: {}, direction: {}, rule: {}", key.name, key.type, key.direction, ruleNum);
 
   if (!aclSupported(key)) return AclCreateError::noError;

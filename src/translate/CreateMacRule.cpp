@@ -2,7 +2,6 @@
 
 #include "helper/AclHelper.h"
 #include "helper/Steps.h"
-#include "model/AclTrace.h"
 #include "translate/MacRule.h"
 #include "translate/RuleSlot.h"
 
@@ -16,7 +15,7 @@ constexpr Platform::TraceFormat<> kMacSideTraces[] = {
     "filtering on any source and any destination",
 };
 
-Platform::Ptr<MacAcl> requireMacAcl(const ShadowAcl& shadowAcl, const AclTrace& trace) {
+Platform::Ptr<MacAcl> requireMacAcl(const ShadowAcl& shadowAcl, const Platform::TraceScope& trace) {
   if (shadowAcl.acl().containsMac() && shadowAcl.acl().mac()) return shadowAcl.acl().mac();
   Platform::consistencyFailure(trace, "In create MacAclRule, the shadow ACL should always be a MAC ACL");
 }
@@ -42,7 +41,7 @@ AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig& 
                                                       const Ptr<AclData>& aclData, uint32_t ruleNum) {
   const Acl::MacFilter& filter = ruleConfig.filter;
   const Platform::AclKey& key = keyOf(aclData);
-  const AclTrace trace("AclHelper", "createMacAclRule");
+  const OperationTrace trace(*this, "createMacAclRule");
   trace.level5("acl: {} type: {} direction: {} rule: {} id: {} filter: {}", key.name, key.type, key.direction, ruleNum,
                ruleId, filter);
   lastRefused_ = {};

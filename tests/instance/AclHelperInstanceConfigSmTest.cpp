@@ -25,9 +25,11 @@ struct AclHelperInstanceConfigSmTest : HelperTest {
 
 TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWhenMadeAndFollowsIt) {
   config->aclDropDelayIs(true);
-  transport->onWrite = [&] { transport->onWrite = [] {}, config->aclDropDelayIs(true); };  // Already followed then.
+  onTrace = [&] { onTrace = [] {}, config->aclDropDelayIs(true); };  // Already followed then.
+  trace.levelIs(5);
   reactor = aclHelperInstanceConfigSmFactory(config, status, vcsd, helper);
-  EXPECT_EQ(taken().size(), 4u);
+  trace.levelIs(0);
+  EXPECT_EQ(taken("enable").size(), 4u);
   config->publisher().notify(387);
   EXPECT_EQ(applied(), on);
   config->aclDropDelayIs(true);

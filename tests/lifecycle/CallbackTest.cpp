@@ -20,21 +20,6 @@ struct CallbackTest : HelperTest {
   IntfId first = e1, second = e2;
 };
 
-TEST_F(CallbackTest, TheFirstOneMayDropEverything) {
-  listener->onCall = [&](const std::string&) {
-    if (helper) helper->allShadowAclDelAll(), shadow = nullptr, helper = nullptr;
-  };
-  makeReady();
-  EXPECT_EQ(helper->writeAclToIntfs(shadow), kNotSupported);
-  EXPECT_EQ(taken().back(), "status edge(ipv4,out) 13");
-  makeReady();
-  EXPECT_EQ(helper->setCreationError(shadow, kHardwareFailure), kHardwareFailure);
-  EXPECT_EQ(taken().back(), "unitError Kestrix 15");
-  makeReady();
-  helper->cleanupAcl(acl);
-  EXPECT_EQ(helper, nullptr);
-}
-
 TEST_F(CallbackTest, MayDetachPrecreateOrAttach) {
   const std::pair<std::function<void()>, size_t> rows[] = {
       {[&] { shadow->applyingIntfDel(second); }, 0u},                    // No longer there when its turn comes.

@@ -27,16 +27,27 @@ inline constexpr auto kPermit = Acl::Action::permit, kDeny = Acl::Action::deny, 
 
 using Lines = std::vector<std::string>;
 
+// How many allocations succeed before one fails, in a test that makes them fail; below 0, all do. The rig's objects,
+// which the library calls, are spared.
+inline long allocationsLeft = -1;
+struct Spared {
+  Spared() : left(std::exchange(allocationsLeft, -1)) {}
+  ~Spared() { allocationsLeft = left; }
+  long left;
+};
+
 // Remembers every access: a write as "<path> <value>". An access to a path that contains `fails`, or
 // whose number from 0 is in `failAt`, sets the error flag; such a write leaves its register as it was.
 struct FakeTransport : Platform::TransportMethod {
   explicit FakeTransport(Lines& record) : log(record) {}
   uint32_t regRead(std::string_view path) noexcept override {
+    const Spared spared;
     log.push_back(fmt::format("{} read", path));
     isFailing(path);
     return readValue;
   }
   void regWrite(std::string_view path, uint32_t value) noexcept override {
+    const Spared spared;
     log.push_back(fmt::format("{} {:#x}", path, value));
     if (!isFailing(path)) registers[std::string(path)] = value;
     const auto calling = onWrite;  // A copy: it may replace itself.
@@ -59,15 +70,17 @@ struct FakeTransport : Platform::TransportMethod {
 // Remembers the calls to the framework, errors as numbers. `onCall` may call the helper again.
 struct RecordingListener : VelHelper::AclStatusListener {
   explicit RecordingListener(Lines& record) : log(record) {}
-  void aclIntfBlocked(IntfId intf, bool on) override { told(fmt::format("blocked {} {}", intf, on)); }
-  void aclStatusUpdate(const AclKey& k, AclCreateError e) override { told(fmt::format("status {} {}", k, int(e))); }
-  void unitErrorPublished(const String& unit, bool on) override { told(fmt::format("publish {} {}", unit, on)); }
-  void unitErrorChanged(const String& u, AclCreateError e) override { told(fmt::format("unitError {} {}", u, int(e))); }
-  void dirtyChanged(bool dirty) override { told(fmt::format("dirty {}", dirty)); }
-  void told(const std::string& call) {
-    log.push_back(call);
+  void aclIntfBlocked(IntfId intf, bool on) noexcept override { told("blocked {} {}", intf, on); }
+  void aclStatusUpdate(const AclKey& k, AclCreateError e) noexcept override { told("status {} {}", k, int(e)); }
+  void unitErrorPublished(const String& unit, bool on) noexcept override { told("publish {} {}", unit, on); }
+  void unitErrorChanged(const String& u, AclCreateError e) noexcept override { told("unitError {} {}", u, int(e)); }
+  void dirtyChanged(bool dirty) noexcept override { told("dirty {}", dirty); }
+  template <class... Args>
+  void told(fmt::format_string<const Args&...> call, const Args&... args) {
+    const Spared spared;
+    log.push_back(fmt::format(call, args...));
     const auto calling = onCall;  // A copy: it may replace itself.
-    calling(call);
+    calling(std::string(log.back()));
   }
   Lines& log;
   std::function<void(const std::string& call)> onCall = [](const std::string&) {};
@@ -112,10 +125,13 @@ struct MacFields {
 struct Rig {
   Rig() {
     trace.sinkIs([this](const Platform::TraceRecord& r) {
+      const Spared spared;
       log.push_back(fmt::format("{} {}: {}", r.level, r.operation, r.message));
       if (r.className != "AclHelper") log.back().insert(2, fmt::format("{}::", r.className));
       const auto from = fmt::format("{} {}", r.handle, r.file);
       if (from != "KestrixAclHelper KestrixAclHelper") log.back() += " from " + from;
+      const auto calling = onTrace;  // A copy: it may replace itself.
+      calling();
     });
     for (const IntfId intf : {e1, e2, e3}) Platform::DownstreamIntfId::coreIdIs(intf, intf == e3 ? 2 : 1);
     build(2, 2);
@@ -153,6 +169,7 @@ struct Rig {
   Ptr<ShadowFilter> filter(IntfId intf) { return helper->outShadowFilter()->shadowFilter(intf); }
 
   Lines log;
+  std::function<void()> onTrace = [] {};
   const Ptr<AclData> acl = make<AclData>(AclKey{"edge", kIpv4, kOut});
   const Ptr<AclData> macAcl = make<AclData>(AclKey{"guard", kMac, kOut});
   const IntfId e1{"e1"}, e2{"e2"}, e3{"e3"};

@@ -12,19 +12,20 @@
 namespace VelHelper {
 
 // Where a helper's status reaches the framework. Implemented by the framework; every operation has a default that does
-// nothing. An operation may call the helper again.
+// nothing. An operation may call the helper again, and may drop the last reference to it. None throws: the pass that
+// calls it would end in the middle. What it calls may raise errors, which it must catch.
 class AclStatusListener : public Platform::Node {
  public:
   // The outcome of one pass that applied or cleared an ACL.
-  virtual void aclStatusUpdate(const Platform::AclKey&, Platform::AclCreateError) {}
+  virtual void aclStatusUpdate(const Platform::AclKey&, Platform::AclCreateError) noexcept {}
   // Publishing the errors of the hardware unit was switched on or off.
-  virtual void unitErrorPublished(const Platform::String& /*unit*/, bool) {}
+  virtual void unitErrorPublished(const Platform::String& /*unit*/, bool) noexcept {}
   // The error of the hardware unit was set, possibly to the value that it had.
-  virtual void unitErrorChanged(const Platform::String& /*unit*/, Platform::AclCreateError) {}
+  virtual void unitErrorChanged(const Platform::String& /*unit*/, Platform::AclCreateError) noexcept {}
   // The flag `dirty` of the helper was set or cleared.
-  virtual void dirtyChanged(bool) {}
+  virtual void dirtyChanged(bool) noexcept {}
   // All traffic of the interface was blocked or unblocked.
-  virtual void aclIntfBlocked(Platform::IntfId, bool) {}
+  virtual void aclIntfBlocked(Platform::IntfId, bool) noexcept {}
 };
 
 // Base of the platforms' helpers. All operations are called on the agent's event thread.

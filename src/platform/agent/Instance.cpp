@@ -8,7 +8,6 @@ namespace Platform {
 namespace {
 
 struct BoostConnection final : Subscription::Connection {
-  explicit BoostConnection(const boost::signals2::connection& connection) : scoped(connection) {}
   bool connected() const override { return scoped.connected(); }
 
   boost::signals2::scoped_connection scoped;
@@ -18,7 +17,9 @@ struct BoostConnection final : Subscription::Connection {
 
 struct Publisher::BoostSignal final : Signal {
   Subscription subscribe(const Callback& callback) override {
-    return Subscription(std::make_unique<BoostConnection>(signal.connect(callback)));
+    auto connection = std::make_unique<BoostConnection>();  // First: without memory, nothing stays connected.
+    connection->scoped = signal.connect(callback);
+    return Subscription(std::move(connection));
   }
   size_t subscribers() const override { return signal.num_slots(); }
   void notify(AttributeId attribute) override { signal(attribute); }

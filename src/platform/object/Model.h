@@ -173,8 +173,10 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   Type name##Del(const Key& key) { return ::Platform::takeOut(name##_, key); }                             \
   KESTRIX_DESCRIBE_(name, map, Lookup, &ModelSelf::name##_)
 
-// Values stored under a key of their own, `keyAttribute`, ascending: as KESTRIX_MAP, but nameIs takes the value alone.
-// The second nameDel removes at a position and returns the one after it. nameReserve makes room for so many at once.
+// Values stored under a key of their own, `keyAttribute`, ascending: as KESTRIX_MAP, but nameIs takes the value alone,
+// and the entry that it returns is valid only until the next operation that changes the collection. No value with
+// another key must be assigned to the entry: it would stay where it is, and lookups would miss it. The second nameDel
+// removes at a position and returns the one after it. nameReserve makes room for so many at once.
 #define KESTRIX_VALUES(Key, Type, name, keyAttribute)                                                          \
   using name##Map = ::Platform::ValueMap<Key, Type>;                                                           \
   KESTRIX_CONTAINER_(name##Map, name);                                                                         \

@@ -9,10 +9,8 @@
 
 namespace Platform {
 
-void TraceHandle::emit(const TraceRecord& record) const {
-  if (!sink_) return;
-  const TraceSink sink = sink_;  // A copy: the sink may replace itself.
-  sink(record);
+void TraceHandle::emit(const TraceRecord& record) const noexcept {
+  if (const auto sink = sink_) (*sink)(record);  // Held: it may replace itself.
 }
 
 void TraceScope::write(const TraceHandle& handle, TraceRecord record, fmt::string_view format, fmt::format_args args) {

@@ -6,7 +6,9 @@
 //   trace.level5("intf: {}", intf);
 #pragma once
 
+#include <algorithm>
 #include <functional>
+#include <memory>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -41,7 +43,9 @@ inline constexpr bool kHasTraces =
     true;
 #endif
 
-// Takes the records of a handle.
+// Takes the records of a handle. It must not throw: std::terminate is called when it does, as for a transport and a
+// listener, whose operations are noexcept. It may drop the last reference to the helper that traces, but does not call
+// its operations: the one that traces is in the middle.
 using TraceSink = std::function<void(const TraceRecord&)>;
 
 // A named switch: records up to and including `level` are formatted and given to the sink.
@@ -52,21 +56,21 @@ class TraceHandle {
 
   // Given at construction.
   std::string_view name() const { return name_; }
-  // Sets the highest level that is on; failures are level 0.
-  void levelIs(int level) { level_ = level; }
+  // Sets the highest level that is on. Below kTraceFailure it is kTraceFailure: failures cannot be switched off.
+  void levelIs(int level) { level_ = std::max(level, kTraceFailure); }
   // Whether trace points of `level` are on.
   bool enabled(int level) const { return level <= level_; }
 
   // Replaces the sink; an empty one drops all records. The sink may replace itself while it is called.
-  void sinkIs(TraceSink sink) { sink_ = std::move(sink); }
+  void sinkIs(TraceSink sink) { sink_ = sink ? std::make_shared<const TraceSink>(std::move(sink)) : nullptr; }
 
-  // Gives a record to the sink, whatever its level.
-  void emit(const TraceRecord& record) const;
+  // Gives a record to the sink, whatever its level. A sink that throws ends the program.
+  void emit(const TraceRecord& record) const noexcept;
 
  private:
   std::string_view name_;
   int level_ = kTraceFailure;
-  TraceSink sink_;
+  std::shared_ptr<const TraceSink> sink_;
 };
 
 // A format string with the line it stands on, checked against the arguments it will get.

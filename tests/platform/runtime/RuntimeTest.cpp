@@ -59,6 +59,9 @@ TEST(Trace, FormatsOnlyEnabledLevelsAndCarriesEveryField) {
   const int line = __LINE__ + 1;
   trace.level5("a {}", Costly{&formatted});
   trace.failure("dropped");
+  handle.levelIs(-1);
+  handle.sinkIs([](const TraceRecord&) { throw 1; });
+  EXPECT_DEATH(trace.failure("always on"), "terminate");
   EXPECT_THAT(lines, testing::ElementsAre(fmt::format("Handle 5 File {} Class operation a text", line)));
 }
 

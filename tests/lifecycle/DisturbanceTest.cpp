@@ -1,0 +1,164 @@
+// What may go wrong around any operation: its surroundings drop the helper or call it, or there is no memory.
+#include <cstdlib>
+#include <new>
+
+#include "hw/FilterRegisters.h"
+#include "instance/AclHelperInstanceConfigSm.h"
+#include "support/HelperTest.h"
+
+void* operator new(size_t size) {
+  if (Kestrix::Test::allocationsLeft >= 0 && Kestrix::Test::allocationsLeft-- == 0) throw std::bad_alloc();
+  if (void* const memory = std::malloc(size)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+
+namespace Kestrix::Test {
+
+struct DisturbanceTest : HelperTest {
+  // Of `acl`, on e1 and e2, and of `macAcl`, on e3.
+  enum State : uint8_t { kNew, kTranslating, kWritten };
+  struct Row {
+    const char* name;
+    State before;
+    std::function<int()> call;
+  };
+
+  DisturbanceTest() {
+    for (const IntfId intf : {e1, e2, e3}) vcsd->intfIs(intf, true);
+    trace.levelIs(6);
+  }
+  ~DisturbanceTest() override { allocationsLeft = -1; }
+
+  // Everything new, in the state. An IPv4 ACL does not fit on e3; the write of e2 has failed.
+  void begin(State state) {
+    reactor = nullptr;
+    build(2, 2);
+    filter(e3)->ruleIs(aRule({.port = 1}));
+    reactor = aclHelperInstanceConfigSmFactory(config, status, vcsd, helper);
+    if (state >= kTranslating) attached(acl, {e1, e2}), translate(acl, kDns), attached(macAcl, {e3});
+    transport->fails = "filter[4]";
+    if (state >= kWritten) finish(acl);
+    transport->fails = "";
+    transport->registers.clear(), log.clear();
+  }
+  std::string snapshot() {
+    std::string text = fmt::format("{} {}", helper->dirty(), int(helper->unitError("Kestrix")));
+    for (const auto& [path, value] : transport->registers) text += fmt::format("\n{} {:#x}", path, value);
+    for (const auto& [key, shadow] : helper->allShadowAcl()) {
+      const auto base = shadow->acl().base();
+      text += fmt::format("\n{} {} {}", key, shadow->aclRulesFinalized(), base && base->permitAny());
+      for (uint8_t slot = 0; base && slot < 4; ++slot) text += fmt::format(" {}", base->rule(slot));
+      for (const IntfId intf : {e1, e2, e3})
+        text += fmt::format(" {}{}{}{}", +shadow->applyingIntf(intf), +shadow->activeIntf(intf),
+                            +shadow->deletingIntf(intf), int(shadow->errorIntf(intf).value_or(kNoError)));
+    }
+    for (const auto direction : {kIn, kOut})
+      for (const IntfId intf : {e1, e2, e3})
+        text += fmt::format("\n{}", helper->shadowFilters(direction)->shadowFilter(intf)->genRegisters());
+    return text;
+  }
+  Ptr<ShadowAcl> shadow() { return helper->allShadowAcl(acl->key()); }
+
+  const Ptr<Platform::InstanceConfig> config = make<Platform::InstanceConfig>();
+  const Ptr<Platform::InstanceStatus> status = make<Platform::InstanceStatus>();
+  Ptr<AclHelperInstanceConfigSm> reactor;
+  const std::vector<Row> rows{
+      {"hwInit", kNew, [&] { return helper->hwInit(), 0; }},
+      {"intfSupportsAcl", kNew, [&] { return int(helper->intfSupportsAcl(e1)); }},
+      {"intfLinecardName", kNew, [&] { return int(helper->intfLinecardName(e1).size()); }},
+      {"attach", kNew, [&] { return int(helper->addIntfToAcl({.intf = e1}, acl, nullptr)); }},
+      {"attach again", kWritten, [&] { return int(helper->addIntfToAcl({.intf = e2}, acl, nullptr)); }},
+      {"attach where it does not fit", kWritten, [&] { return int(helper->addIntfToAcl({.intf = e3}, acl, nullptr)); }},
+      {"precreate", kWritten, [&] { return int(helper->precreateAcl(acl, nullptr)); }},
+      {"rule", kTranslating, [&] { return int(translate(acl, {.dst = "10.1.0.0/255.255.0.0", .dstPort = 5})); }},
+      {"refused rule", kTranslating, [&] { return int(translate(acl, {.proto = 1})); }},
+      {"verdict", kTranslating, [&] { return int(translate(acl, {})); }},
+      {"fragments", kTranslating, [&] { return int(helper->createIpFragRule(acl, {kDeny, {}}, {}, 5, 6)); }},
+      {"MAC rule", kTranslating,
+       [&] { return int(translateMac(macAcl, {.src = "02:00:00:00:00:01/ff:ff:ff:ff:ff:ff"})); }},
+      {"final rule", kTranslating, [&] { return int(finish(acl)); }},
+      {"detach", kWritten, [&] { return int(helper->removeIntfFromAcl({.intf = e1}, acl, false)); }},
+      {"hand over", kWritten, [&] { return int(helper->removeIntfFromAcl({.intf = e1}, acl, true)); }},
+      {"destroy", kWritten, [&] { return helper->destroyAcl(acl), 0; }},
+      {"commit", kWritten, [&] { return helper->commitAcl(acl), 0; }},
+      {"update", kWritten, [&] { return helper->updateAclPorts(acl, true), 0; }},
+      {"block", kWritten, [&] { return helper->blockIntf(e1, true, 0), 0; }},
+      {"aclSupported", kWritten, [&] { return int(helper->aclSupported(acl->key())); }},
+      {"setCreationError", kTranslating, [&] { return int(helper->setCreationError(shadow(), kNotSupported)); }},
+      {"writeAclToIntfs", kTranslating, [&] { return int(helper->writeAclToIntfs(shadow())); }},
+      {"clearAclFromIntfs", kWritten, [&] { return helper->clearAclFromIntfs(shadow()), 0; }},
+      {"regWriteHelper", kWritten, [&] { return int(helper->regWriteHelper(FilterRegisters(), e1, kOut, false)); }},
+      {"drop delay", kWritten, [&] { return config->aclDropDelayIs(true), 0; }},
+      {"reactor", kWritten, [&] { return aclHelperInstanceConfigSmFactory(config, status, vcsd, helper), 0; }},
+      {"clean up", kWritten, [&] { return helper->cleanupAcl(acl), 0; }},
+  };
+};
+
+// At each trace, register access and call of the listener, one after the other.
+TEST_F(DisturbanceTest, WhateverIsCalledMayDropTheHelper) {
+  int event = 0, dropAt = 0;
+  const auto happens = [&] {
+    if (event++ == dropAt) reactor = nullptr, helper = nullptr;
+  };
+  for (const Row& row : rows) {
+    for (dropAt = 0, event = 1; dropAt < event; ++dropAt) {
+      begin(row.before);
+      event = 0;
+      onTrace = transport->onWrite = happens, listener->onCall = [&](const std::string&) { happens(); };
+      row.call();
+      onTrace = transport->onWrite = [] {}, listener->onCall = [](const std::string&) {};
+      ASSERT_TRUE(event > 0 && (helper == nullptr) == (dropAt < event)) << row.name;
+    }
+  }
+}
+
+TEST_F(DisturbanceTest, AfterAFailedAllocationTheOperationIsRepeated) {
+  for (const Row& row : rows) {
+    begin(row.before);
+    const int result = row.call();
+    const std::string after = snapshot();
+    bool hasFailed = true;
+    for (long k = 0; hasFailed; ++k) {
+      config->aclDropDelayIs(false);
+      begin(row.before);
+      hasFailed = false;
+      allocationsLeft = k;
+      try {
+        EXPECT_EQ(row.call(), result);
+      } catch (const std::bad_alloc&) {
+        hasFailed = true;
+      }
+      allocationsLeft = -1;
+      if (hasFailed) {
+        ASSERT_EQ(row.call(), result) << row.name << k;
+      }
+      ASSERT_EQ(snapshot(), after) << row.name << k;
+    }
+    config->aclDropDelayIs(false);
+  }
+}
+
+TEST_F(DisturbanceTest, ACallDuringARegisterAccessIsRefused) {
+  for (const auto& access :
+       {std::function([&] { finish(acl); }), std::function([&] { helper->blockIntf(e1, true, 0); })}) {
+    begin(kTranslating);
+    access();
+    const std::string after = snapshot();
+    for (const Row& row : rows) {
+      begin(kTranslating);
+      transport->onWrite = [&] {
+        transport->onWrite = [] {};
+        EXPECT_THAT(row.call, ThrowsMessage<Platform::ConsistencyError>(testing::HasSubstr("must not call")))
+            << row.name;
+        EXPECT_THAT(log.back(), testing::StartsWith("0 ")) << row.name;
+      };
+      access();
+      EXPECT_EQ(snapshot(), after) << row.name;
+      config->aclDropDelayIs(false);
+    }
+  }
+}
+
+}  // namespace Kestrix::Test
