@@ -29,8 +29,8 @@ inline constexpr char kUnitName[] = "Kestrix";
 
 // The helper of this platform. Its operations raise RangeError for a null ACL, and ConsistencyError when the framework
 // broke the order of calls.
-// Not final, as an agent calls the operations through the virtual table: they are not exported.
-class AclHelper : public VelHelper::AclHelper {
+// Not final, as an agent calls the overridden operations through the virtual table: they are not exported.
+class KESTRIX_API AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
   // Where the registers are. Shared with the creator.
   KESTRIX_FIXED(Platform::Ptr<Platform::TransportMethod>, transport);

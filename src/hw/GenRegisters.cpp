@@ -4,8 +4,8 @@
 
 #include "hw/FilterRegisters.h"
 #include "hw/RegisterLayout.h"
-#include "model/AclTrace.h"
 #include "model/ShadowFilter.h"
+#include "model/TracePoints.h"
 #include "platform/object/Describe.h"
 
 namespace Kestrix {

@@ -4,7 +4,7 @@
 #include "hw/FilterAddress.h"
 #include "hw/FilterRegisters.h"
 #include "hw/FilterWriter.h"
-#include "model/AclTrace.h"
+#include "model/TracePoints.h"
 
 namespace Kestrix {
 

@@ -2,7 +2,7 @@
 
 #include "helper/AclHelper.h"
 #include "helper/Steps.h"
-#include "model/AclTrace.h"
+#include "model/TracePoints.h"
 
 namespace Kestrix {
 

@@ -9,6 +9,7 @@
 #include "model/AclRule.h"
 #include "platform/acl/AclKey.h"
 #include "platform/object/Model.h"
+#include "platform/runtime/Export.h"
 
 namespace Kestrix {
 
@@ -33,7 +34,7 @@ class BaseAcl : public Platform::Entity {
 
   // The key for the next rule: 0 for an empty ACL, otherwise one after the run of keys that begins at 0 or 1 (key 0 is
   // not filled again while there are rules). The caller checks it against the slots that there are.
-  uint8_t getNextAclRuleKey() const;
+  KESTRIX_API uint8_t getNextAclRuleKey() const;
   KESTRIX_OPERATION(getNextAclRuleKey);
 };
 

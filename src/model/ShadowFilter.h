@@ -8,6 +8,7 @@
 #include "model/BaseAcl.h"
 #include "platform/network/IntfId.h"
 #include "platform/object/Model.h"
+#include "platform/runtime/Export.h"
 
 namespace Kestrix {
 
@@ -60,8 +61,8 @@ class ShadowFilter final : public Platform::Entity {
     return macAcl_.get();
   }
 
-  // The register image that the filter must have in hardware.
-  FilterRegisters genRegisters() const;
+  // The register image that the filter must have in hardware (hw/FilterRegisters.h).
+  KESTRIX_API FilterRegisters genRegisters() const;
   KESTRIX_OPERATION(genRegisters);
 };
 

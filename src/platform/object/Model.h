@@ -55,15 +55,15 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
 // --- Declarations --------------------------------------------------------------------------------------------------
 
 // What every model type has; `qualifiedName` is its name in text forms and errors.
-#define KESTRIX_NAMED_(Type, qualifiedName)                               \
- public:                                                                  \
-  static constexpr std::string_view modelName() { return qualifiedName; } \
-  KESTRIX_API static const ::Platform::ModelType& model();                \
-                                                                          \
- private:                                                                 \
-  static const ::Platform::Detail::Registration modelRegistration_;       \
-                                                                          \
- public:                                                                  \
+#define KESTRIX_NAMED_(Type, qualifiedName)                                       \
+ public:                                                                          \
+  static constexpr std::string_view modelName() { return qualifiedName; }         \
+  KESTRIX_API static const ::Platform::ModelType& model();                        \
+                                                                                  \
+ private:                                                                         \
+  KESTRIX_LOCAL static const ::Platform::Detail::Registration modelRegistration_; \
+                                                                                  \
+ public:                                                                          \
   static_assert(true, "")
 
 // Opens the attributes of `Type`.

@@ -61,7 +61,7 @@ class TraceHandle {
   void sinkIs(TraceSink sink) { sink_ = std::move(sink); }
 
   // Gives a record to the sink, whatever its level.
-  void emit(const TraceRecord& record) const;
+  KESTRIX_API void emit(const TraceRecord& record) const;
 
  private:
   std::string_view name_;
@@ -122,7 +122,8 @@ class TraceScope {
           format.text, fmt::make_format_args(args...));
   }
   // Not told of the scope, but of what is in it: a scope of literals then takes no instructions while it is not used.
-  static void write(const TraceHandle& handle, TraceRecord record, fmt::string_view format, fmt::format_args args);
+  KESTRIX_API static void write(const TraceHandle& handle, TraceRecord record, fmt::string_view format,
+                                fmt::format_args args);
 
   const TraceHandle& handle_;
   std::string_view file_;
@@ -131,6 +132,6 @@ class TraceScope {
 };
 
 // Traces `message` as a failure and raises ConsistencyError with it.
-[[noreturn]] void consistencyFailure(const TraceScope& trace, TraceFormat<> message);
+[[noreturn]] KESTRIX_API void consistencyFailure(const TraceScope& trace, TraceFormat<> message);
 
 }  // namespace Platform
