@@ -27,8 +27,9 @@ class FilterRegisters;
 // The name under which errors of the hardware unit are raised.
 inline constexpr char kUnitName[] = "Kestrix";
 
-// The helper of this platform. Its operations raise RangeError for a null ACL, and ConsistencyError when the framework
-// broke the order of calls.
+// The helper of this platform. The framework's operations raise RangeError for a null AclData, and those of the model
+// ConsistencyError for a null ShadowAcl; both raise ConsistencyError when the framework broke the order of calls. An
+// AclDataStatus may be null.
 // Not final, as an agent calls the overridden operations through the virtual table: they are not exported.
 class KESTRIX_API AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
@@ -117,6 +118,7 @@ class KESTRIX_API AclHelper : public VelHelper::AclHelper {
   KESTRIX_OPERATION(clearAclFromIntfs);
 
   // Fails the interfaces that wait for the ACL with `error`, and raises it to the framework. Returns `error`.
+  // Raises ConsistencyError for a null ACL.
   AclCreateError setCreationError(const Ptr<ShadowAcl>& shadowAcl, AclCreateError error);
   KESTRIX_OPERATION(setCreationError);
 

@@ -18,14 +18,15 @@ class BaseAcl : public Platform::Entity {
   KESTRIX_ENTITY(BaseAcl, "Kestrix::BaseAcl");
   // The key of the framework's ACL.
   KESTRIX_FIXED(Platform::AclKey, key);
-  // Set by name only; of `multicast` only the presence counts.
+  // Set by name only, and without effect: of the multicast attributes, only those of the filter count (ShadowFilter).
   KESTRIX_SETTABLE(std::optional<uint32_t>, multicast, {});
   KESTRIX_SETTABLE(bool, permitMulticast, false);
   // The side that all rules of this ACL match; absent until the first one that matches a side.
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
   // The verdict of the first rule that matches everything; absent until there is one. Rules after it are dropped.
   KESTRIX_SETTABLE(std::optional<bool>, permitAny, {});
-  // The rules. Keys are dense from 0 and below the number of the filter's slots.
+  // The rules. The translation gives them keys from 0 on without a gap, below the number of the filter's slots; by
+  // `ruleIs` and by name, any key and gaps are possible.
   KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
 
  public:

@@ -77,6 +77,7 @@ static_assert(std::ranges::all_of(kRefusals, [](const RefusalRow& row) { return 
 
 // A refusal: the reason, and what exactly is refused.
 struct KESTRIX_API Refused {
+  using TextForm = void;
   Refusal reason = Refusal::none;  // `none` where nothing is refused.
   uint32_t subject = 0;  // The number of the ACL type, protocol or EtherType that the message has a place for.
 

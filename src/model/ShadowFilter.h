@@ -47,7 +47,8 @@ class ShadowFilter final : public Platform::Entity {
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
   // The verdict for traffic that no rule matches.
   KESTRIX_SETTABLE(bool, permitAny, false);
-  // What the slots hold: the rule with key n is in slot n.
+  // What the slots hold: the rule with key n is in slot n. A key that is not below the number of rules, as there can be
+  // after a change by name, is in no slot.
   KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
 
  public:
@@ -70,7 +71,8 @@ class ShadowFilter final : public Platform::Entity {
 class ShadowFilters final : public Platform::Entity {
   KESTRIX_ENTITY(ShadowFilters, "Kestrix::ShadowFilters");
   // The filters by interface: shadowFilterIs(intfId, ruleType, maxRules).
-  KESTRIX_ENTITIES(Platform::IntfId, ShadowFilter, shadowFilter);
+  KESTRIX_ENTITIES_OF(Platform::IntfId, ShadowFilter, shadowFilter, (Acl::AclType ruleType, uint8_t maxRules), ruleType,
+                      maxRules);
 };
 
 }  // namespace Kestrix

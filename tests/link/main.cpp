@@ -45,8 +45,9 @@ int main() {
   using Framework = VelHelper::AclHelper;
   link(&Framework::aclStatusUpdateCallback, &Framework::publishUnitErrorIs, &Framework::unitErrorIs,
        &Framework::dirtyIs, &Framework::aclIntfBlockedStatusIs, &Framework::aclIntfBlockedStatusDel);
-  link(&ShadowAcl::failIntf, &BaseAcl::getNextAclRuleKey, &ShadowFilter::genRegisters, &Refused::toText,
-       &Acl::MacFilter::toText, &IntfIdToPortGroupId::toText, &FilterRegisters::toText);
+  link(&ShadowFilters::shadowFilterIs, &AclHelper::allShadowAclIs, &ShadowAcl::failIntf, &BaseAcl::getNextAclRuleKey,
+       &ShadowFilter::genRegisters, &Refused::toText, &Acl::MacFilter::toText, &IntfIdToPortGroupId::toText,
+       &FilterRegisters::toText);
   linkModel<AclHelper, Reactor, ShadowAcl, ShadowAcl::Acl, BaseAcl, IpAcl, MacAcl, ShadowFilters, ShadowFilter, AclRule,
             AclAddrWithMask, IntfIdToPortGroupId, FilterRegisters, FilterRuleRegisters>();
   linkText<AclRule, AclAddrWithMask, ShadowAcl::Acl, FilterRuleRegisters, AclKey, UniqueId, EthAddr, EthAddrWithMask,
@@ -55,7 +56,8 @@ int main() {
   link(&ModelType::make, &ModelType::isA, &ModelType::attribute, ModelType::find, ModelType::all);
   link(&ConstByName::read, &ConstByName::lookUp, &ConstByName::contains, &ConstByName::count, &ConstByName::forEach,
        &ByName::set, &ByName::insert, &ByName::erase, &ByName::clear, &ByName::call, &Value::entity);
-  link(&Entity::isA, &Entity::reference, Entity::fromReference, referenceText, requireSameConstruction, valueOpening);
+  link(&Entity::isA, Entity::fromReference, Entity::fromConstReference, referenceText, requireSameConstruction,
+       valueOpening);
   link(&TextCursor::require, &TextCursor::requireEnd, &TextCursor::skip, &TextCursor::takeUntil, quoted, writeText);
   link(&TraceHandle::emit, &TraceScope::level5<int>, consistencyFailure, &Publisher::subscribe);
   link(DownstreamIntfId::coreId, DownstreamIntfId::coreIdIs, &IntfId::hash);
