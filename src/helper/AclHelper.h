@@ -27,11 +27,12 @@ class FilterRegisters;
 // The name under which errors of the hardware unit are raised.
 inline constexpr char kUnitName[] = "Kestrix";
 
-// The helper of this platform. Its operations raise RangeError for a null ACL, and ConsistencyError when the framework
-// broke the order of calls, or when they are called while the transport reads or writes a register: nothing has changed
-// then. Whatever they call may drop the last reference to the helper.
-// Not final, as an agent calls the operations through the virtual table: they are not exported.
-class AclHelper : public VelHelper::AclHelper {
+// The helper of this platform. The framework's operations raise RangeError for a null AclData, and those of the model
+// ConsistencyError for a null ShadowAcl. Both raise ConsistencyError when the framework broke the order of calls, or
+// when they are called while the transport reads or writes a register: nothing has changed then. An AclDataStatus may
+// be null. Whatever they call may drop the last reference to the helper. Not final, as an agent calls the overridden
+// operations through the virtual table: they are not exported.
+class KESTRIX_API AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
   // Where the registers are. Shared with the creator.
   KESTRIX_FIXED(Platform::Ptr<Platform::TransportMethod>, transport);
@@ -121,6 +122,7 @@ class AclHelper : public VelHelper::AclHelper {
   KESTRIX_OPERATION(clearAclFromIntfs);
 
   // Fails the interfaces that wait for the ACL with `error`, and raises it to the framework. Returns `error`.
+  // Raises ConsistencyError for a null ACL.
   AclCreateError setCreationError(const Ptr<ShadowAcl>& shadowAcl, AclCreateError error);
   KESTRIX_OPERATION(setCreationError);
 

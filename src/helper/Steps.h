@@ -6,8 +6,8 @@
 #include <fmt/format.h>
 
 #include "helper/AclHelper.h"
-#include "model/AclTrace.h"
 #include "model/Refusal.h"
+#include "model/TracePoints.h"
 #include "platform/runtime/Trace.h"
 
 namespace Kestrix {

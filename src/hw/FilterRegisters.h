@@ -16,16 +16,20 @@ class FilterRuleRegisters {
   KESTRIX_SETTABLE(uint16_t, mask_high, 0);
   // IPv4: the address's; MAC: of the last four octets.
   KESTRIX_SETTABLE(uint32_t, mask_low, 0);
+  // What is compared, with the wildcard bits set. IPv4: the port; MAC: the first two octets.
   KESTRIX_SETTABLE(uint16_t, addr_high, 0);
+  // IPv4: the address; MAC: the last four octets.
   KESTRIX_SETTABLE(uint32_t, addr_low, 0);
 
  public:
+  // Of a slot whose registers are all 0.
   explicit FilterRuleRegisters(uint8_t ruleKey = 0) : ruleKey_(ruleKey) {}
 };
 
 // The registers of one filter. A temporary: computed from a ShadowFilter, written, dropped.
 class FilterRegisters {
   KESTRIX_PRINTED_VALUE(FilterRegisters, "Kestrix::FilterRegisters");
+  // The registers of the whole filter; hw/RegisterLayout.h has their bits.
   KESTRIX_SETTABLE(uint32_t, enable, 0);
   KESTRIX_SETTABLE(uint32_t, action, 0);
   KESTRIX_SETTABLE(uint32_t, tcp, 0);

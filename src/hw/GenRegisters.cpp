@@ -4,8 +4,8 @@
 
 #include "hw/FilterRegisters.h"
 #include "hw/RegisterLayout.h"
-#include "model/AclTrace.h"
 #include "model/ShadowFilter.h"
+#include "model/TracePoints.h"
 
 namespace Kestrix {
 
@@ -89,7 +89,8 @@ FilterRegisters imageOf(const ShadowFilter& filter) {
   uint32_t tcp = 0;
   uint32_t udp = 0;
   FilterRegisters image;
-  // Keys are dense from 0, so the count is the range of slots. What has no bits in the registers is left out.
+  // The count of rules is the range of slots, as translated rules have the keys from 0 on. What has no bits in the
+  // registers is left out.
   const auto slots = static_cast<uint8_t>(std::min<size_t>(filter.rule().size(), Layout::kMaxSlots));
   image.ruleRegistersReserve(slots);
   for (uint8_t slot = 0; slot < slots; ++slot) {

@@ -2,7 +2,7 @@
 
 #include "helper/Steps.h"
 #include "hw/FilterRegisters.h"
-#include "model/AclTrace.h"
+#include "model/TracePoints.h"
 #include "platform/object/Describe.h"
 
 namespace Kestrix {

@@ -21,7 +21,7 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
  public:
   // A new reactor, which has applied the flag and follows it. Raises RangeError when an argument is null, and as
   // handleAclDropDelay.
-  static Platform::Ptr<AclHelperInstanceConfigSm> AclHelperInstanceConfigSmIs(
+  KESTRIX_API static Platform::Ptr<AclHelperInstanceConfigSm> AclHelperInstanceConfigSmIs(
       const Platform::Ptr<const Platform::InstanceConfig>& instanceConfig,
       const Platform::Ptr<Platform::InstanceStatus>& instanceStatus,
       const Platform::Ptr<const Platform::VelCommonSmData>& vcsd, const Platform::Ptr<AclHelper>& aclHelper);
@@ -29,11 +29,11 @@ class AclHelperInstanceConfigSm final : public Platform::Entity {
   // Writes the flag as it is now into the filters of every managed interface, creating the shadow filters that are
   // missing, and publishes it in the statuses. A failed write is traced, and the pass goes on. Raises ConsistencyError,
   // and changes nothing, while the helper reads or writes a register.
-  void handleAclDropDelay();
+  KESTRIX_API void handleAclDropDelay();
   KESTRIX_OPERATION(handleAclDropDelay);
 
   // Follows changes of the flag, or stops to. Switching on applies nothing by itself.
-  void hasNotificationActiveIs(bool active);
+  KESTRIX_API void hasNotificationActiveIs(bool active);
   // Whether changes of the flag are followed.
   bool hasNotificationActive() const { return subscription_.connected(); }
 

@@ -4,7 +4,7 @@
 #include "helper/Steps.h"
 #include "hw/FilterRegisters.h"
 #include "lifecycle/FilterContent.h"
-#include "model/AclTrace.h"
+#include "model/TracePoints.h"
 
 namespace Kestrix {
 

@@ -1,5 +1,7 @@
 #include "model/AclTrace.h"
 
+#include "model/TracePoints.h"
+
 namespace Kestrix {
 
 Platform::TraceHandle Detail::aclTraceHandle("KestrixAclHelper");

@@ -1,6 +1,6 @@
 #include "model/BaseAcl.h"
 
-#include "model/AclTrace.h"
+#include "model/TracePoints.h"
 #include "platform/object/Describe.h"
 
 namespace Kestrix {

@@ -9,6 +9,7 @@
 #include "model/AclRule.h"
 #include "platform/acl/AclKey.h"
 #include "platform/object/Model.h"
+#include "platform/runtime/Export.h"
 
 namespace Kestrix {
 
@@ -17,14 +18,15 @@ class BaseAcl : public Platform::Entity {
   KESTRIX_ENTITY(BaseAcl, "Kestrix::BaseAcl");
   // The key of the framework's ACL.
   KESTRIX_FIXED(Platform::AclKey, key);
-  // Set by name only; of `multicast` only the presence counts.
+  // Set by name only, and without effect: of the multicast attributes, only those of the filter count (ShadowFilter).
   KESTRIX_SETTABLE(std::optional<uint32_t>, multicast, {});
   KESTRIX_SETTABLE(bool, permitMulticast, false);
   // The side that all rules of this ACL match; absent until the first one that matches a side.
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
   // The verdict of the first rule that matches everything; absent until there is one. Rules after it are dropped.
   KESTRIX_SETTABLE(std::optional<bool>, permitAny, {});
-  // The rules. Keys are dense from 0 and below the number of the filter's slots.
+  // The rules. The translation gives them keys from 0 on without a gap, below the number of the filter's slots; by
+  // `ruleIs` and by name, any key and gaps are possible.
   KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
 
  public:
@@ -33,7 +35,7 @@ class BaseAcl : public Platform::Entity {
 
   // The key for the next rule: 0 for an empty ACL, otherwise one after the run of keys that begins at 0 or 1 (key 0 is
   // not filled again while there are rules). The caller checks it against the slots that there are.
-  uint8_t getNextAclRuleKey() const;
+  KESTRIX_API uint8_t getNextAclRuleKey() const;
   KESTRIX_OPERATION(getNextAclRuleKey);
 };
 

@@ -18,6 +18,11 @@
   KESTRIX_PRINTED_(Type);                  \
   KESTRIX_READ_BACK_(Type)
 
+namespace Platform::Detail {
+template <class T>
+Value construct(const Arguments& arguments);
+}  // namespace Platform::Detail
+
 namespace Kestrix {
 
 // The union behind AclAddrWithMask and ShadowAcl::Acl. `Self` opens itself with KESTRIX_UNION, and
@@ -46,8 +51,6 @@ class IpMacUnion {
     return containsIp() ? compare(ip(), other.ip()) : compare(mac(), other.mac());
   }
 
-  // By name, from no argument or one of the alternatives; of a text, from the first that reads it.
-  static Self modelConstruct(const Platform::Arguments& arguments);
   // The attributes by name. Reading the alternative that is not held raises BadUnionAccessError.
   using ModelSelf = Self;
   enum : int { kModelFirstLine = __LINE__ };
@@ -72,6 +75,11 @@ class IpMacUnion {
   static Self readUnion(Platform::TextCursor& text);
 
  private:
+  // By name, from no argument or one of the alternatives; of a text, from the first that reads it.
+  static Self modelConstruct(const Platform::Arguments& arguments);
+  template <class T>
+  friend Platform::Value Platform::Detail::construct(const Platform::Arguments& arguments);
+
   template <size_t kAlternative>
   const auto& get(const char* name) const {
     if (const auto* value = std::get_if<kAlternative>(&held_)) return *value;

@@ -81,6 +81,7 @@ static_assert(eachHasItsRow(), "a reason has no row, or another one's");
 
 // A refusal: the reason, and what exactly is refused.
 struct KESTRIX_API Refused {
+  using TextForm = void;
   Refusal reason = Refusal::none;  // `none` where nothing is refused.
   uint32_t subject = 0;  // The number of the ACL type, protocol or EtherType that the message has a place for.
 

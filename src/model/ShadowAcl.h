@@ -11,6 +11,7 @@
 #include "platform/acl/AclKey.h"
 #include "platform/network/IntfId.h"
 #include "platform/object/Model.h"
+#include "platform/runtime/Export.h"
 
 namespace Kestrix {
 
@@ -58,7 +59,7 @@ class ShadowAcl final : public Platform::Entity {
   explicit ShadowAcl(Platform::AclKey key) : key_(std::move(key)) {}
 
   // Puts the interface into `errorIntf` with `error`; `reason` is why it was refused, when it was.
-  void failIntf(Platform::IntfId intf, Platform::AclCreateError error, Refusal reason = Refusal::none);
+  KESTRIX_API void failIntf(Platform::IntfId intf, Platform::AclCreateError error, Refusal reason = Refusal::none);
   // Why an interface in `errorIntf` was refused: tooManyRules or typeConflict. None where a register write failed, or
   // where a rule was refused and not the interface.
   Refusal intfRefusal(Platform::IntfId intf) const {

@@ -8,6 +8,7 @@
 #include "model/BaseAcl.h"
 #include "platform/network/IntfId.h"
 #include "platform/object/Model.h"
+#include "platform/runtime/Export.h"
 
 namespace Kestrix {
 
@@ -46,7 +47,8 @@ class ShadowFilter final : public Platform::Entity {
   KESTRIX_SETTABLE(std::optional<SrcOrDst>, srcOrDst, {});
   // The verdict for traffic that no rule matches.
   KESTRIX_SETTABLE(bool, permitAny, false);
-  // What the slots hold: the rule with key n is in slot n.
+  // What the slots hold: the rule with key n is in slot n. A key that is not below the number of rules, as there can be
+  // after a change by name, is in no slot.
   KESTRIX_VALUES(uint8_t, AclRule, rule, ruleKey);
 
  public:
@@ -60,8 +62,8 @@ class ShadowFilter final : public Platform::Entity {
     return macAcl_.get();
   }
 
-  // The register image that the filter must have in hardware.
-  FilterRegisters genRegisters() const;
+  // The register image that the filter must have in hardware (hw/FilterRegisters.h).
+  KESTRIX_API FilterRegisters genRegisters() const;
   KESTRIX_OPERATION(genRegisters);
 };
 
@@ -69,7 +71,8 @@ class ShadowFilter final : public Platform::Entity {
 class ShadowFilters final : public Platform::Entity {
   KESTRIX_ENTITY(ShadowFilters, "Kestrix::ShadowFilters");
   // The filters by interface: shadowFilterIs(intfId, ruleType, maxRules).
-  KESTRIX_ENTITIES(Platform::IntfId, ShadowFilter, shadowFilter);
+  KESTRIX_ENTITIES_OF(Platform::IntfId, ShadowFilter, shadowFilter, (Acl::AclType ruleType, uint8_t maxRules), ruleType,
+                      maxRules);
 
  public:
   // Puts `filter` in the place of the one of its interface. Where there is one, this needs no memory and cannot fail.

@@ -13,6 +13,7 @@ namespace Platform {
 // An ACL's name, type and direction, and two members of the framework's own that a helper only compares. Text:
 // "edge-in(ipv4,in)", followed by the two further members where one is set: "edge-in(ipv4,in,7,dynamic)".
 struct KESTRIX_API AclKey {
+  using TextForm = void;
   String name;                                          // As configured; any text.
   Acl::AclType type = Acl::AclType::ipv4;               // What its rules match.
   Acl::AclDirection direction = Acl::AclDirection::in;  // Which packets it filters.

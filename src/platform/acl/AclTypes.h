@@ -51,6 +51,7 @@ struct IpRuleConfig {
 
 // What a MAC rule matches. Mask bits that are set are compared; ethType 0 and 0xFFFFFFFF match every EtherType.
 struct KESTRIX_API MacFilter {
+  using TextForm = void;
   uint32_t ethType = 0;  // In host order.
   // The addresses of the frame; all zero is any, whatever the mask.
   Platform::EthAddr srcAddr;
@@ -111,6 +112,7 @@ inline constexpr EnumName<AclCreateError> enumNames<AclCreateError>[] = {
 // The framework's identifier of a configured rule. Text: the number.
 class KESTRIX_API UniqueId {
  public:
+  using TextForm = void;
   // 0, or the number given.
   constexpr UniqueId() = default;
   constexpr explicit UniqueId(uint64_t number) : number_(number) {}

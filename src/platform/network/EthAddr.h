@@ -15,6 +15,7 @@ namespace Platform {
 // A 48-bit address. Text: "00:11:22:33:44:55", two hexadecimal digits per octet.
 class KESTRIX_API EthAddr {
  public:
+  using TextForm = void;
   static constexpr bool kTextIsToken = true;
   // The first one is transmitted first.
   using Octets = std::array<uint8_t, 6>;
@@ -47,6 +48,7 @@ class KESTRIX_API EthAddr {
 
 // An address with any 48-bit mask. Text: "00:11:22:33:44:55/ff:ff:ff:00:00:00".
 struct KESTRIX_API EthAddrWithMask {
+  using TextForm = void;
   static constexpr bool kTextIsToken = true;
 
   EthAddr addr;  // Any address; the mask clears none of its bits.

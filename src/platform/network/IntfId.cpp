@@ -1,6 +1,6 @@
 #include "platform/network/IntfId.h"
 
-#include <cstring>
+#include <algorithm>
 #include <deque>
 #include <iterator>
 #include <map>
@@ -14,6 +14,37 @@
 namespace Platform {
 namespace {
 constexpr size_t kLongestName = 255;
+
+void requireName(std::string_view name) {
+  if (!name.empty() && name.size() <= kLongestName) return;
+  throw RangeError(fmt::format("an interface name has 1 to {} characters, not {}", kLongestName, name.size()));
+}
+
+std::string_view leadingDigits(std::string_view text) { return text.substr(0, text.find_first_not_of("0123456789")); }
+
+std::strong_ordering compareNumbers(std::string_view left, std::string_view right) {
+  left.remove_prefix(std::min(left.find_first_not_of('0'), left.size()));
+  right.remove_prefix(std::min(right.find_first_not_of('0'), right.size()));
+  const auto byLength = left.size() <=> right.size();
+  return byLength != 0 ? byLength : left <=> right;
+}
+
+// The order of names.
+std::strong_ordering compareNames(std::string_view left, std::string_view right) {
+  auto byZeros = std::strong_ordering::equal;  // What the first run that differs in leading zeros alone says.
+  while (!left.empty() && !right.empty()) {
+    const std::string_view leftRun = leadingDigits(left), rightRun = leadingDigits(right);
+    const bool areNumbers = !leftRun.empty() && !rightRun.empty();
+    const auto order = areNumbers ? compareNumbers(leftRun, rightRun)
+                                  : static_cast<uint8_t>(left.front()) <=> static_cast<uint8_t>(right.front());
+    if (order != 0) return order;
+    if (byZeros == 0) byZeros = leftRun.size() <=> rightRun.size();
+    left.remove_prefix(areNumbers ? leftRun.size() : 1);
+    right.remove_prefix(areNumbers ? rightRun.size() : 1);
+  }
+  const auto byLength = left.size() <=> right.size();
+  return byLength != 0 ? byLength : byZeros;
+}
 }  // namespace
 
 struct IntfId::Record {
@@ -32,6 +63,12 @@ class IntfId::Names {
     return names;
   }
 
+  // Null for a name that is not interned.
+  Record* find(std::string_view name) const {
+    const auto found = records_.find(name);
+    return found == records_.end() ? nullptr : found->second;
+  }
+
   Record* record(const std::string& name) {
     const auto [entry, isNew] = records_.try_emplace(name);
     if (isNew) {
@@ -42,14 +79,11 @@ class IntfId::Names {
   }
 
  private:
-  // Digit runs by their number.
-  struct ByNumber {
-    bool operator()(const std::string& left, const std::string& right) const {
-      const int byNumber = strverscmp(left.c_str(), right.c_str());
-      return byNumber != 0 ? byNumber < 0 : left < right;  // strverscmp stops at a NUL, which a name may contain.
-    }
+  struct InOrder {
+    using is_transparent = void;
+    bool operator()(std::string_view left, std::string_view right) const { return compareNames(left, right) < 0; }
   };
-  using Records = std::map<std::string, Record*, ByNumber>;
+  using Records = std::map<std::string, Record*, InOrder>;
 
   // Gives a new name a position between its neighbours; where there is none left, all get new ones.
   void place(Records::iterator added) {
@@ -68,10 +102,14 @@ class IntfId::Names {
 };
 
 IntfId::IntfId(std::string_view name) {
-  if (name.empty() || name.size() > kLongestName) {
-    throw RangeError(fmt::format("an interface name has 1 to {} characters, not {}", kLongestName, name.size()));
-  }
+  requireName(name);
   record_ = Names::all().record(std::string(name));
+}
+
+std::optional<IntfId> IntfId::known(std::string_view name) {
+  requireName(name);
+  Record* const record = Names::all().find(name);
+  return record == nullptr ? std::nullopt : std::optional(IntfId(record));
 }
 
 const std::string& IntfId::toText() const { return *record_->name; }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,14 +15,18 @@ namespace Platform {
 
 // An interface identifier: its name, 1 to 255 characters. Names are interned, so an id is as cheap as a pointer to
 // copy, compare and hash; an interned name is kept for the life of the process. Ordered by name, with runs of
-// digits compared as numbers (port-2 before port-10).
+// digits compared as numbers (port-2 before port-10); of names that differ in leading zeros alone, the one with fewer
+// in the first such run is first (port-2 before port-02, both before port-3).
 class KESTRIX_API IntfId {
  public:
+  using TextForm = void;
   // Raises RangeError when the name is empty or too long.
   explicit IntfId(std::string_view name);
 
   // The same as the constructor.
   static IntfId fromText(std::string_view text) { return IntfId(text); }
+  // The id of a name that is interned; none for another one, which is not kept. Raises RangeError as the constructor.
+  static std::optional<IntfId> known(std::string_view name);
   // The name itself.
   const std::string& toText() const;
 
@@ -35,6 +40,7 @@ class KESTRIX_API IntfId {
   friend struct DownstreamIntfId;
   struct Record;
   class Names;
+  explicit IntfId(Record* record) : record_(record) {}
   Record* record_ = nullptr;
 };
 

@@ -13,6 +13,7 @@ namespace Platform {
 // An IPv4 address. Its number has the first octet in the most significant byte. Text: "192.0.2.1".
 class KESTRIX_API IpAddr {
  public:
+  using TextForm = void;
   // 0.0.0.0, or the number given, in host order.
   constexpr IpAddr() = default;
   constexpr explicit IpAddr(uint32_t number) : number_(number) {}
@@ -35,6 +36,7 @@ class KESTRIX_API IpAddr {
 
 // An IPv4 address with any 32-bit mask. Text: "10.0.0.0/255.0.0.0".
 struct KESTRIX_API IpAddrWithFullMask {
+  using TextForm = void;
   static constexpr bool kTextIsToken = true;
 
   IpAddr addr;        // Any address; the mask clears none of its bits.
@@ -54,6 +56,7 @@ constexpr uint32_t prefixMask(uint8_t length) { return length == 0 ? 0 : ~uint32
 // An IP protocol number (IANA). The framework uses 0 for any protocol. Text: the number.
 class KESTRIX_API IpProto {
  public:
+  using TextForm = void;
   // 0, or the number given.
   constexpr IpProto() = default;
   constexpr explicit IpProto(uint8_t number) : number_(number) {}

@@ -30,14 +30,17 @@ enum class Access : uint8_t {
   fixed,     // Given at construction.
   readOnly,  // Changed by the object itself, or computed.
   settable,  // Of a collection: its members are.
+  owned,     // A single entity that `insert` makes and `erase` removes, and that is not set.
 };
 
 template <>
 inline constexpr EnumName<Kind> enumNames<Kind>[] = {
     {Kind::scalar, "scalar"}, {Kind::collection, "collection"}, {Kind::operation, "operation"}};
 template <>
-inline constexpr EnumName<Access> enumNames<Access>[] = {
-    {Access::fixed, "fixed"}, {Access::readOnly, "read-only"}, {Access::settable, "settable"}};
+inline constexpr EnumName<Access> enumNames<Access>[] = {{Access::fixed, "fixed"},
+                                                         {Access::readOnly, "read-only"},
+                                                         {Access::settable, "settable"},
+                                                         {Access::owned, "owned"}};
 
 // Takes the key and the member itself; of a set of keys, true.
 using MemberVisit = std::function<void(const Value& key, const Value& member)>;
@@ -48,7 +51,7 @@ using MemberVisit = std::function<void(const Value& key, const Value& member)>;
 struct AttributeRow {
   std::string_view name;             // As declared.
   Kind kind = Kind::scalar;          // A scalar, a collection or an operation.
-  Access access = Access::readOnly;  // Fixed, read-only or settable.
+  Access access = Access::readOnly;  // Fixed, read-only, settable or owned.
   bool isOptional = false;           // There may be no value.
   bool hasOwnKeys = false;           // The members of a collection are values that have their keys themselves.
   // The operation of ConstByName or ByName that has this name. `self` is the object: of an entity, its Entity.
@@ -66,7 +69,10 @@ struct AttributeRow {
   Value (*fromText)(TextCursor& cursor, std::string_view name) = nullptr;
 
   // Whether it is something that an object holds, and not what it computes or does.
-  bool isStored() const { return kind == Kind::collection || (kind == Kind::scalar && access != Access::readOnly); }
+  bool isStored() const {
+    return kind == Kind::collection ||
+           (kind == Kind::scalar && (access == Access::fixed || access == Access::settable));
+  }
 };
 
 // The description of a model type. There is one for each, for as long as the library is loaded.

@@ -89,6 +89,13 @@ T convert(const Value& value, std::string_view name) try {
   error.in(name);
   throw;
 }
+template <class Key>
+std::optional<Key> knownKey(const Value& value) try {
+  return value.asKnown<Key>();
+} catch (ModelError& error) {
+  error.in("key");
+  throw;
+}
 
 // The arguments as the tuple `Types`.
 template <class Types>
@@ -146,6 +153,7 @@ struct Attribute<what, ObjectType, T, kGet, kSet...> {
       row.access = Access::settable;
       row.set = [](void* self, const Value& value) { std::invoke(kSet..., objectOf<Object>(self), value.as<T>()); };
     } else if constexpr (what == What::child) {
+      row.access = Access::owned;
       row.insert = makeChild;
       row.erase = takeChild;
     }
@@ -172,11 +180,16 @@ struct Attribute<what, ObjectType, T, kMember, kInsert...> {
   static Key keyFrom(const Value& value) { return convert<Key>(value, "key"); }
 
   static Value lookUp(const void* self, const Value& key) {
+    const std::optional<Key> known = knownKey<Key>(key);
     if constexpr (what == What::set) {
-      return of(self).contains(keyFrom(key));
+      return known && of(self).contains(*known);
     } else {
-      return Platform::lookUp<T>(of(self), keyFrom(key));
+      return known ? Platform::lookUp<T>(of(self), *known) : absentValue<T>();
     }
+  }
+  static bool contains(const void* self, const Value& key) {
+    const std::optional<Key> known = knownKey<Key>(key);
+    return known && of(self).contains(*known);
   }
   static void forEach(const void* self, const MemberVisit& visit) {
     forEachStable(of(self), [&](const Key& key) {
@@ -210,17 +223,18 @@ struct Attribute<what, ObjectType, T, kMember, kInsert...> {
     }
   }
   static Value erase(void* self, const Value& key) {
+    const std::optional<Key> known = knownKey<Key>(key);
     if constexpr (what == What::set) {
-      return of(self).erase(keyFrom(key)) != 0;
+      return known && of(self).erase(*known) != 0;
     } else {
-      return takeOut(of(self), keyFrom(key));
+      return known ? takeOut(of(self), *known) : absentValue<typename Container::mapped_type>();
     }
   }
   static constexpr AttributeRow row(std::string_view name) {
     AttributeRow row{.name = name, .kind = Kind::collection, .access = Access::settable};
     row.hasOwnKeys = what == What::values;
     row.lookUp = lookUp;
-    row.contains = [](const void* self, const Value& key) { return of(self).contains(keyFrom(key)); };
+    row.contains = contains;
     row.count = [](const void* self) { return of(self).size(); };
     row.forEach = forEach;
     row.insert = insert;

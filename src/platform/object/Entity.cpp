@@ -14,6 +14,8 @@ std::unordered_map<uint64_t, const Entity*>& referred() {
   return entities;
 }
 
+constexpr std::string_view kConst = "const ";
+
 // The text of an entity's key in parentheses; nothing when it has none.
 std::string keyText(const Entity& entity) {
   const auto attributes = entity.modelType().attributes;
@@ -30,7 +32,9 @@ Entity::~Entity() {
 
 bool Entity::isA(std::string_view name) const { return modelType().isA(name); }
 
-std::string Entity::reference() const {
+std::string Entity::reference() const { return std::string(kConst) + const_cast<Entity*>(this)->reference(); }
+
+std::string Entity::reference() {
   static uint64_t last = 0;
   if (referenceNumber_ == 0) {
     referenceNumber_ = ++last;
@@ -39,9 +43,15 @@ std::string Entity::reference() const {
   return fmt::format("{}#{}{}", modelType().name, referenceNumber_, keyText(*this));
 }
 
+Ptr<const Entity> Entity::fromConstReference(TextCursor& cursor, std::string_view modelName) {
+  cursor.skip(kConst);
+  return fromReference(cursor, modelName);
+}
+
 Ptr<Entity> Entity::fromReference(TextCursor& cursor, std::string_view modelName) {
   if (cursor.skip("null")) return nullptr;
   const std::string_view name = cursor.takeUntil("#,)");
+  if (name.starts_with(kConst)) throw RangeError(fmt::format("{} refers to a const object", quoted(name)));
   if (!cursor.skip("#")) throw RangeError(fmt::format("{} is not a reference to an object", quoted(name)));
   const auto number = fromText<uint64_t>(cursor.takeUntil("(,)"));
   const auto found = referred().find(number);
@@ -57,9 +67,9 @@ Ptr<Entity> Entity::fromReference(TextCursor& cursor, std::string_view modelName
   return entity;
 }
 
-std::string referenceText(const Node* node) {
+std::string referenceText(const Node* node, bool isConst) {
   const auto* const entity = dynamic_cast<const Entity*>(node);
-  if (entity != nullptr) return entity->reference();
+  if (entity != nullptr) return isConst ? entity->reference() : const_cast<Entity*>(entity)->reference();
   return node != nullptr ? "present" : "null";
 }
 

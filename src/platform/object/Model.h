@@ -55,15 +55,15 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
 // --- Declarations --------------------------------------------------------------------------------------------------
 
 // What every model type has; `qualifiedName` is its name in text forms and errors.
-#define KESTRIX_NAMED_(Type, qualifiedName)                               \
- public:                                                                  \
-  static constexpr std::string_view modelName() { return qualifiedName; } \
-  KESTRIX_API static const ::Platform::ModelType& model();                \
-                                                                          \
- private:                                                                 \
-  static const ::Platform::Detail::Registration modelRegistration_;       \
-                                                                          \
- public:                                                                  \
+#define KESTRIX_NAMED_(Type, qualifiedName)                                       \
+ public:                                                                          \
+  static constexpr std::string_view modelName() { return qualifiedName; }         \
+  KESTRIX_API static const ::Platform::ModelType& model();                        \
+                                                                                  \
+ private:                                                                         \
+  KESTRIX_LOCAL static const ::Platform::Detail::Registration modelRegistration_; \
+                                                                                  \
+ public:                                                                          \
   static_assert(true, "")
 
 // Opens the attributes of `Type`.
@@ -73,6 +73,7 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
   static_assert(true, "")
 
 #define KESTRIX_PRINTED_(Type)                                            \
+  using TextForm = void;                                                  \
   KESTRIX_API std::string toText() const;                                 \
   friend std::ostream& operator<<(std::ostream& out, const Type& value) { \
     return ::Platform::writeText(out, value.toText());                    \
@@ -189,16 +190,26 @@ typename Entities::mapped_type findOrMake(Entities& entities, const Key& key, co
 
 // Entities owned under their key: name(key) may be null; nameIs finds one, or makes it from its construction arguments,
 // the key first (ReinstantiationError when it exists with others); nameDel removes and returns it, or null.
-#define KESTRIX_ENTITIES(Key, Type, name)                                                                              \
+#define KESTRIX_ENTITIES(Key, Type, name)                                                         \
+  KESTRIX_OWNED_(Key, Type, name);                                                                \
+  ::Platform::Ptr<Type> name##Is(const Key& key) { return ::Platform::findOrMake(name##_, key); } \
+  KESTRIX_DESCRIBE_(name, entities, ::Platform::Ptr<Type>, &ModelSelf::name##_)
+
+// The same of entities with more construction arguments: their parameters in parentheses, and once more their names.
+#define KESTRIX_ENTITIES_OF(Key, Type, name, parameters, ...)                  \
+  KESTRIX_OWNED_(Key, Type, name);                                             \
+  ::Platform::Ptr<Type> name##Is(const Key& key, KESTRIX_UNPACK_ parameters) { \
+    return ::Platform::findOrMake(name##_, key, __VA_ARGS__);                  \
+  }                                                                            \
+  KESTRIX_DESCRIBE_(name, entities, ::Platform::Ptr<Type>, &ModelSelf::name##_)
+
+#define KESTRIX_UNPACK_(...) __VA_ARGS__
+#define KESTRIX_OWNED_(Key, Type, name)                                                                                \
   using name##Map = ::Platform::Map<Key, ::Platform::Ptr<Type>>;                                                       \
   KESTRIX_CONTAINER_(name##Map, name);                                                                                 \
   ::Platform::Ptr<Type> name(const Key& key) const { return ::Platform::lookUp<::Platform::Ptr<Type>>(name##_, key); } \
-  template <class... Args>                                                                                             \
-  ::Platform::Ptr<Type> name##Is(const Key& key, const Args&... args) {                                                \
-    return ::Platform::findOrMake(name##_, key, args...);                                                              \
-  }                                                                                                                    \
   ::Platform::Ptr<Type> name##Del(const Key& key) { return ::Platform::takeOut(name##_, key); }                        \
-  KESTRIX_DESCRIBE_(name, entities, ::Platform::Ptr<Type>, &ModelSelf::name##_)
+  static_assert(true, "")
 
 // One owned entity: nameIs returns it, made empty when there is none; nameDel detaches and returns it.
 #define KESTRIX_CHILD(Type, name)                                                                     \

@@ -15,8 +15,9 @@ std::optional<ByName> Value::attributes() & {
   return ByName(type_->model(), type_->self(held_));
 }
 
-void Value::raiseWrongType() const {
-  throw WrongTypeError(hasValue() ? fmt::format("{} has another type", quoted(toText())) : "a value is needed");
+void Value::raiseWrongType(std::string_view wanted) const {
+  if (!hasValue()) throw WrongTypeError(fmt::format("a value is needed, of type {}", wanted));
+  throw WrongTypeError(fmt::format("{} has another type than {}", quoted(toText()), wanted));
 }
 
 std::optional<std::string> Value::heldNumber() const {
@@ -24,16 +25,19 @@ std::optional<std::string> Value::heldNumber() const {
   return isNumber ? std::optional(toText()) : std::nullopt;
 }
 
-const Node* Value::referred(bool isMutable) const {
+const Node* Value::referredNode(bool isMutable, std::string_view wanted) const {
   const auto* const reference = std::any_cast<Reference>(&held_);
-  if (reference == nullptr || (isMutable && !reference->isMutable)) raiseWrongType();
+  if (reference == nullptr) raiseWrongType(wanted);
+  if (isMutable && !reference->isMutable && reference->node != nullptr) {
+    throw WrongTypeError(fmt::format("{} refers to a const object", quoted(toText())));
+  }
   return reference->node.get();
 }
 
-const Entity* Value::referred(bool isMutable, std::string_view modelName) const {
-  const Node* const node = referred(isMutable);
+const Entity* Value::referredEntity(bool isMutable, std::string_view wanted) const {
+  const Node* const node = referredNode(isMutable, wanted);
   const auto* const entity = dynamic_cast<const Entity*>(node);
-  if (node != nullptr && (entity == nullptr || !entity->isA(modelName))) raiseWrongType();
+  if (node != nullptr && (entity == nullptr || !entity->isA(wanted))) raiseWrongType(wanted);
   return entity;
 }
 

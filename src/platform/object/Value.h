@@ -26,12 +26,32 @@ concept ModelValue = requires {
   { T::model() } -> std::same_as<const ModelType&>;
 } && !std::derived_from<T, Entity>;
 
+namespace Detail {
+// How errors call the type T.
+template <class T>
+constexpr std::string_view typeName() {
+  if constexpr (requires { T::modelName(); }) {
+    return T::modelName();
+  } else if constexpr (std::same_as<T, std::string>) {
+    return "text";
+  } else if constexpr (std::unsigned_integral<T> && !std::same_as<T, bool>) {
+    return sizeof(T) == 1 ? "uint8_t" : sizeof(T) == 2 ? "uint16_t" : sizeof(T) == 4 ? "uint32_t" : "uint64_t";
+  } else {
+    constexpr std::string_view kOpening = "T = ";  // Of the name, in what gcc and clang call this function.
+    std::string_view name = __PRETTY_FUNCTION__;
+    name.remove_prefix(name.find(kOpening) + kOpening.size());
+    return name.substr(0, name.find_first_of(";]"));
+  }
+}
+}  // namespace Detail
+
 // What an attribute without a value reads as.
 inline constexpr std::string_view kAbsentText = "absent";
 
 // A value of any type; or nothing: no result, no value of an optional attribute.
 class KESTRIX_API Value {
  public:
+  using TextForm = void;
   // Holds what is given. Implicit, so that plain values are arguments of the access by name. An optional without a
   // value and a null text are no value; a Ptr, null or not, is a reference.
   Value() = default;
@@ -75,6 +95,15 @@ class KESTRIX_API Value {
     return As<T>::get(*this);
   }
 
+  // The same of a key to look up: nothing where it is a text that stands for no T so far, which does not become one.
+  template <class T>
+  std::optional<T> asKnown() const {
+    if constexpr (requires(std::string_view text) { T::known(text); }) {
+      if (const auto* text = heldText()) return T::known(*text);
+    }
+    return as<T>();
+  }
+
   // Its text form; "absent" when there is no value.
   std::string toText() const { return hasValue() ? type_->text(held_) : std::string(kAbsentText); }
 
@@ -88,10 +117,11 @@ class KESTRIX_API Value {
  private:
   // Nodes lose their class here; `as` finds it again.
   struct Reference {
+    using TextForm = void;
     Ptr<const Node> node;
     bool isMutable;
 
-    std::string toText() const { return referenceText(node.get()); }
+    std::string toText() const { return referenceText(node.get(), !isMutable); }
   };
   // What a held value can do, besides being one.
   struct Type {
@@ -114,14 +144,15 @@ class KESTRIX_API Value {
     type_ = &kType<T>;
   }
 
-  [[noreturn]] void raiseWrongType() const;
+  // `wanted` is the type that it should have.
+  [[noreturn]] void raiseWrongType(std::string_view wanted) const;
   // The text of what is held, where that is a text, and where it is an integer.
   const std::string* heldText() const { return std::any_cast<std::string>(&held_); }
   std::optional<std::string> heldNumber() const;
-  // The node referred to, as an entity of that class or null; raises WrongTypeError for another, or where it may not be
-  // changed but is to be.
-  const Node* referred(bool isMutable) const;
-  const Entity* referred(bool isMutable, std::string_view modelName) const;
+  // The node referred to, or null; and as an entity of the class `wanted`. Raise WrongTypeError for another, and where
+  // it may not be changed but is to be.
+  const Node* referredNode(bool isMutable, std::string_view wanted) const;
+  const Entity* referredEntity(bool isMutable, std::string_view wanted) const;
 
   template <class T>
   struct As {
@@ -139,7 +170,7 @@ class KESTRIX_API Value {
       } else if constexpr (std::unsigned_integral<T> && !std::same_as<T, bool>) {
         if (const auto number = value.heldNumber()) return fromText<T>(*number);
       }
-      value.raiseWrongType();
+      value.raiseWrongType(Detail::typeName<T>());
     }
   };
   template <class T>
@@ -157,11 +188,12 @@ class KESTRIX_API Value {
       // The classes of entities are hidden in the library: they are told apart by their model types.
       if constexpr (std::derived_from<T, Entity>) {
         if (const auto* text = value.heldText()) return fromText<Ptr<T>>(*text);
-        return Ptr<T>(const_cast<T*>(static_cast<const T*>(value.referred(kIsMutable, T::modelName()))));
+        return Ptr<T>(const_cast<T*>(static_cast<const T*>(value.referredEntity(kIsMutable, T::modelName()))));
       } else {
-        const Node* const node = value.referred(kIsMutable);
+        constexpr std::string_view kWanted = Detail::typeName<std::remove_const_t<T>>();
+        const Node* const node = value.referredNode(kIsMutable, kWanted);
         auto* const object = dynamic_cast<const T*>(node);
-        if (node != nullptr && object == nullptr) value.raiseWrongType();
+        if (node != nullptr && object == nullptr) value.raiseWrongType(kWanted);
         return Ptr<T>(const_cast<T*>(object));
       }
     }

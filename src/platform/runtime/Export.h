@@ -2,3 +2,5 @@
 #pragma once
 
 #define KESTRIX_API __attribute__((visibility("default")))
+// Of a class that is exported, what is not.
+#define KESTRIX_LOCAL __attribute__((visibility("hidden")))

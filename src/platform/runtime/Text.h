@@ -45,9 +45,10 @@ inline constexpr bool isOpenEnum = false;
 template <class E>
 concept NamedEnum = std::is_enum_v<E> && !std::same_as<std::remove_cvref_t<decltype(enumNames<E>)>, int>;
 
-// A class that gives its own text.
+// A class of this library that gives its own text, and says so: what an agent's classes print as is the agent's.
 template <class T>
 concept TextValue = requires(const T& value) {
+  typename T::TextForm;
   { value.toText() } -> std::convertible_to<std::string>;
 };
 

@@ -65,7 +65,7 @@ class TraceHandle {
   void sinkIs(TraceSink sink) { sink_ = sink ? std::make_shared<const TraceSink>(std::move(sink)) : nullptr; }
 
   // Gives a record to the sink, whatever its level. A sink that throws ends the program.
-  void emit(const TraceRecord& record) const noexcept;
+  KESTRIX_API void emit(const TraceRecord& record) const noexcept;
 
  private:
   std::string_view name_;
@@ -126,7 +126,8 @@ class TraceScope {
           format.text, fmt::make_format_args(args...));
   }
   // Not told of the scope, but of what is in it: a scope of literals then takes no instructions while it is not used.
-  static void write(const TraceHandle& handle, TraceRecord record, fmt::string_view format, fmt::format_args args);
+  KESTRIX_API static void write(const TraceHandle& handle, TraceRecord record, fmt::string_view format,
+                                fmt::format_args args);
 
   const TraceHandle& handle_;
   std::string_view file_;
@@ -135,6 +136,6 @@ class TraceScope {
 };
 
 // Traces `message` as a failure and raises ConsistencyError with it.
-[[noreturn]] void consistencyFailure(const TraceScope& trace, TraceFormat<> message);
+[[noreturn]] KESTRIX_API void consistencyFailure(const TraceScope& trace, TraceFormat<> message);
 
 }  // namespace Platform

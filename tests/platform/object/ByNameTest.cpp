@@ -33,6 +33,8 @@ struct ByNameTest : HelperTest {
     } else if (row.access == Platform::Access::readOnly) {
       EXPECT_THAT([&] { object.set(name, object.read(name)); },
                   ThrowsMessage<Platform::ReadOnlyAttributeError>(StartsWith(where)));
+    } else if (row.access == Platform::Access::owned) {
+      EXPECT_THAT([&] { object.set(name, nullptr); }, ThrowsMessage<AttributeKindError>(StartsWith(where)));
     } else {
       size_t accepted = 0;
       for (const std::string& text : candidates) {
@@ -49,8 +51,10 @@ struct ByNameTest : HelperTest {
         }
       }
       EXPECT_TRUE(accepted > 0 && accepted < candidates.size()) << where;
-      EXPECT_THAT([&] { object.set(name, 3.5); }, ThrowsMessage<WrongTypeError>(StartsWith(where + ": \"3.5\"")));
+      EXPECT_THAT([&] { object.set(name, 3.5); },
+                  ThrowsMessage<WrongTypeError>(StartsWith(where + ": \"3.5\" has another type than ")));
     }
+    EXPECT_EQ(row.access == Platform::Access::owned, row.insert != nullptr) << where;
     if (row.insert == nullptr) return;
     const auto child = object.read(name).entity();
     EXPECT_TRUE(child && object.insert(name, {}).entity() == child && object.erase(name).entity() == child) << where;
@@ -195,6 +199,19 @@ TEST_F(ByNameTest, MembersAreNotSetToFalseNorMadeAgainWithOtherArguments) {
               ThrowsMessage<RangeError>(StartsWith("Kestrix::ShadowAcl.errorIntf: value: \"failed\" is none of ")));
 }
 
+TEST_F(ByNameTest, AQuestionKeepsNoNames) {
+  const auto shadow = make<ShadowAcl>(acl->key());
+  const ByName named = byName(*shadow), filters = byName(*helper->inShadowFilter());
+  for (const auto& [object, collection] :
+       {std::pair(named, "activeIntf"), std::pair(named, "errorIntf"), std::pair(filters, "shadowFilter")}) {
+    EXPECT_FALSE(object.contains(collection, "asked"));
+    object.lookUp(collection, "asked"), object.erase(collection, "asked");
+    EXPECT_THROW(object.contains(collection, ""), RangeError);
+  }
+  EXPECT_FALSE(IntfId::known("asked"));
+  EXPECT_EQ(IntfId::known("e1"), e1);
+}
+
 TEST_F(ByNameTest, ValuesConvertWhereNothingIsLost) {
   AclRule rule(3);
   const ByName named = byName(rule);
@@ -221,6 +238,11 @@ TEST_F(ByNameTest, ValuesConvertWhereNothingIsLost) {
   EXPECT_EQ(byName(*helper).read("vcsd").as<Ptr<const Platform::VelCommonSmData>>(), unchangeable);
   EXPECT_THROW(byName(*helper).read("vcsd").as<Ptr<Platform::VelCommonSmData>>(), WrongTypeError);
   EXPECT_EQ(byName(*helper).read("transport").toText(), "present");
+  const Platform::Value constText = Platform::Value(Ptr<const IpAcl>(ipShadow)).toText();
+  EXPECT_EQ(constText.as<Ptr<const IpAcl>>(), ipShadow);
+  EXPECT_EQ(constText.toText(), std::as_const(*ipShadow).reference());
+  EXPECT_THAT([&] { named2.set("ipAcl", constText); },
+              ThrowsMessage<RangeError>(HasSubstr("refers to a const object")));
   const auto make = [&](const Platform::Value& value) {
     return ModelType::find("Kestrix::AclAddrWithMask")->make({value}).toText();
   };

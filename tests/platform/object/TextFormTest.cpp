@@ -20,6 +20,12 @@ KESTRIX_DEFINE_VALUE(Sample)
 
 namespace {
 
+// Of an agent: whether and how it prints is the agent's.
+struct Foreign {
+  std::string toText() const;
+};
+static_assert(!fmt::is_formattable<Foreign>::value && fmt::is_formattable<Sample>::value);
+
 using Platform::fromText, Platform::RangeError;
 
 const std::string kAddr = "Value('Kestrix::AclAddrWithMask', ip=10.0.0.0/0.255.255.255)";
