@@ -14,8 +14,11 @@ namespace Kestrix {
 
 // The functions that make everything else reachable. Those to come follow the last one. None is ever null.
 struct EntryPoints {
+  // Makes the helper.
   decltype(&Kestrix::aclHelperFactory) aclHelperFactory;
+  // Makes the reactor.
   decltype(&Kestrix::aclHelperInstanceConfigSmFactory) aclHelperInstanceConfigSmFactory;
+  // The handle of the library's traces.
   decltype(&Kestrix::aclTraceHandle) aclTraceHandle;
 };
 

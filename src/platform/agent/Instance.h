@@ -22,6 +22,7 @@ class Subscription {
   // One registration, which ends when it is destroyed.
   struct Connection {
     virtual ~Connection() = default;
+    // Whether the callback is still called.
     virtual bool connected() const = 0;
   };
 
