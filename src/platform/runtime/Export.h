@@ -5,10 +5,10 @@
 // once: without it, hundreds of errors would follow the one that counts.
 #if __cplusplus < 202002L
 #error "The Kestrix ACL headers need C++20: compile with -std=c++20"
-#include "stop/after/the/error/above"
+#include <stop/after/the/error/above>
 #elif !defined(__cpp_exceptions) || !defined(__cpp_rtti)
 #error "The Kestrix ACL headers need exceptions and type information: compile without -fno-exceptions and -fno-rtti"
-#include "stop/after/the/error/above"
+#include <stop/after/the/error/above>
 #endif
 
 #define KESTRIX_API __attribute__((visibility("default")))
