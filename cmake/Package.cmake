@@ -14,7 +14,11 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXE
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libkestrix-acl${KESTRIX_ABI})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-# Not CPack's own shlibs: with those come scripts that call ldconfig, where a trigger is to do it.
+# Neither CPack's shlibs nor its search for what a library needs: with either come scripts that call ldconfig, where a
+# trigger is to do it.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_SOURCE_DIR}/cmake/PackageDepends.cmake)
+set(CPACK_KESTRIX_BUILD ${CMAKE_CURRENT_BINARY_DIR})
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/debian/shlibs
      "libkestrix_acl ${KESTRIX_ABI} libkestrix-acl${KESTRIX_ABI} (>= ${PROJECT_VERSION})\n")
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
@@ -47,6 +51,19 @@ foreach(component IN ITEMS RUNTIME DEV SIM)
   install(FILES cmake/copyright DESTINATION ${folder} COMPONENT ${component_name})
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz DESTINATION ${folder} COMPONENT ${component_name})
 endforeach()
+
+# The documents that an agent's developer reads, and those of the simulator. The reference, where tools/api-reference has
+# made it.
+foreach(document IN ITEMS integration registers model traces performance)
+  install(FILES docs/${document}.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEV_PACKAGE_NAME}
+          COMPONENT dev)
+endforeach()
+foreach(document IN ITEMS simulator configuration registers model traces)
+  install(FILES docs/${document}.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_SIM_PACKAGE_NAME}
+          COMPONENT sim)
+endforeach()
+install(DIRECTORY build/api/html DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEV_PACKAGE_NAME}
+        COMPONENT dev OPTIONAL)
 
 include(CPack)
 cpack_add_component(runtime DESCRIPTION "Hardware ACL plug-in

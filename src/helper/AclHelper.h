@@ -77,14 +77,21 @@ class KESTRIX_API AclHelper : public VelHelper::AclHelper {
                                   const UniqueId& ruleId, uint32_t ruleNum, uint32_t subruleNum) override;
   AclCreateError createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
                                   const Ptr<AclData>& aclData, uint32_t ruleNum) override;
+  // Returns, and tells by `aclStatusUpdate`, the error of the last interface that failed. Where the filter holds
+  // another type it also raises the unit error; after a failed write it does not. `dirty` stays. noError after a
+  // refused rule: no interface waits any more.
   AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum) override;
   AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status) override;
   void destroyAcl(const Ptr<AclData>& aclData) override;
   void cleanupAcl(const Ptr<AclData>& aclData) override;
   void commitAcl(const Ptr<AclData>& aclData) override;
   void blockIntf(IntfId intf, bool block, uint32_t reason) override;
+  // Always returns noError. When the rules of the ACL are final, `aclStatusUpdate` tells the outcome, and the unit
+  // error is raised where the filter holds another type, but not after a failed write.
   AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                               const Ptr<AclDataStatus>& status) override;
+  // Always returns noError; `aclStatusUpdate` tells the outcome, and nothing is told when `belongsToAnother` or
+  // `destroying`. After a failed write the interface stays active, and is in error.
   AclCreateError removeIntfFromAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                                    bool belongsToAnother) override;
   void updateAclPorts(const Ptr<AclData>& aclData, bool add) override;

@@ -20,6 +20,8 @@
 #include <span>
 #include <string_view>
 
+#include "platform/runtime/Export.h"
+
 // The FPGA's registers.
 namespace Kestrix::Layout {
 

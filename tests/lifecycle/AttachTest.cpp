@@ -16,10 +16,4 @@ TEST_F(AttachTest, WritesTheFilterWithTheFinalRuleAndNotBefore) {
   EXPECT_EQ(transport->registers["msp_return[0]/filter[3]/action"], 0x100u);
 }
 
-TEST_F(AttachTest, OfOneMoreInterfaceWritesThatOneAlone) {
-  applied(acl, {e1}), taken();
-  for (const IntfId intf : {e1, e2}) helper->addIntfToAcl({.intf = intf}, acl, nullptr);
-  EXPECT_THAT(taken("enable"), ElementsAre("msp_return[0]/filter[4]/enable 0x103"));
-}
-
 }  // namespace Kestrix::Test

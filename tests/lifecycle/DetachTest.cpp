@@ -12,13 +12,4 @@ TEST_F(DetachTest, RebuildsTheFilterAroundTheAclThatStays) {
   }
 }
 
-TEST_F(DetachTest, WritesNothingWhereAnotherAclHasTheInterfaceOrNoneReachedIt) {
-  const auto given = applied(acl, {e1}), waiting = attached(macAcl, {e1});
-  taken();
-  helper->removeIntfFromAcl({.intf = e1}, acl, /*belongsToAnother=*/true);
-  helper->removeIntfFromAcl({.intf = e1}, macAcl, false);
-  EXPECT_THAT(taken(), ElementsAre("status guard(mac,out) 0"));
-  EXPECT_FALSE(given->activeIntf(e1) || waiting->applyingIntf(e1) || waiting->deletingIntf(e1));
-}
-
 }  // namespace Kestrix::Test

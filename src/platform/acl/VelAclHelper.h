@@ -67,7 +67,8 @@ class KESTRIX_API AclHelper : public Platform::Entity {
   // A configured MAC rule, in the order of the rules.
   virtual AclCreateError createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
                                           const Ptr<AclData>& aclData, uint32_t ruleNum) = 0;
-  // All rules of the ACL have been given.
+  // All rules of the ACL have been given: writes them to every interface that waits for them. The listener's
+  // `aclStatusUpdate` and the result have the error of the last interface that failed.
   virtual AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum) = 0;
   // All rules of the ACL are about to be given, from the first one on.
   virtual AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status) = 0;
@@ -79,11 +80,12 @@ class KESTRIX_API AclHelper : public Platform::Entity {
   virtual void commitAcl(const Ptr<AclData>& aclData) = 0;
   // Blocks or unblocks all traffic of the interface.
   virtual void blockIntf(IntfId intf, bool block, uint32_t reason) = 0;
-  // Attaches the ACL to the interface. Its rules are written there once all of them have been given.
+  // Attaches the ACL to the interface. Its rules are written there once all of them have been given. Only
+  // `aclStatusUpdate` tells the outcome: a helper may return noError whatever fails.
   virtual AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                                       const Ptr<AclDataStatus>& status) = 0;
   // Detaches the ACL from the interface. `belongsToAnother`: the framework has given the interface, in this direction,
-  // to another ACL.
+  // to another ACL. Only `aclStatusUpdate` tells the outcome: a helper may return noError whatever fails.
   virtual AclCreateError removeIntfFromAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                                            bool belongsToAnother) = 0;
   // Ports were added to the ACL or removed from it: for platforms that manage them together.

@@ -15,6 +15,8 @@
 #include <boost/container/small_vector.hpp>
 #include <boost/container/vector.hpp>
 
+#include "platform/runtime/Export.h"
+
 namespace Platform {
 
 template <class Key>
