@@ -22,6 +22,7 @@ class Subscription {
   // One registration, which ends when it is destroyed.
   struct Connection {
     virtual ~Connection() = default;
+    // Whether it has not ended by itself, with its publisher.
     virtual bool connected() const = 0;
   };
 
