@@ -19,6 +19,7 @@
   KESTRIX_READ_BACK_(Type)
 
 namespace Platform::Detail {
+// Makes an object of the model type T, by name.
 template <class T>
 Value construct(const Arguments& arguments);
 }  // namespace Platform::Detail

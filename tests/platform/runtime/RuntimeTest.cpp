@@ -39,6 +39,7 @@ TEST(Text, ReadsBackWhatItPrintsAndQuotesWhatItRefuses) {
 }
 
 struct Costly {
+  using TextForm = void;
   std::string toText() const { return ++*formatted, "text"; }
   int* formatted;
 };
