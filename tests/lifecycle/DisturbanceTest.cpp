@@ -6,13 +6,14 @@
 #include "instance/AclHelperInstanceConfigSm.h"
 #include "support/HelperTest.h"
 
-void* operator new(size_t size) {
+// Not inlined: the compiler takes malloc and free beside an inlined half of a pair for a mistake.
+[[gnu::noinline]] void* operator new(size_t size) {
   if (Kestrix::Test::allocationsLeft >= 0 && Kestrix::Test::allocationsLeft-- == 0) throw std::bad_alloc();
   if (void* const memory = std::malloc(size)) return memory;
   throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
 
 namespace Kestrix::Test {
 
