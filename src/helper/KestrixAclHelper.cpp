@@ -34,9 +34,6 @@ AclHelper::AclHelper(const Ptr<Platform::TransportMethod>& transport, const Intf
       vcsd_(requireNotNull<AclHelper>("vcsd", vcsd)) {
   inShadowFilterIs();
   outShadowFilterIs();
-  // The entries are there from now on: raising an error needs no memory.
-  publishUnitErrorIs(kUnitName, false);
-  unitErrorIs(kUnitName, AclCreateError::noError);
 }
 
 // Collections before what they share; the other members then go in the reverse order of their declaration.

@@ -63,7 +63,10 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
     }
     return AclCreateError::noError;
   }
-  const ShadowAcl::Acl fresh = freshAcl(key, trace);
+  shadowAcl->aclRulesFinalizedIs(false);
+  // Filters that hold the previous shadow ACL keep it alive: the hardware stays as it is until the new rules are
+  // written.
+  shadowAcl->aclIs(freshAcl(key, trace));
 
   const Ptr<ShadowFilters> filters = shadowFilters(key.direction);
   const std::vector<IntfId> intfs = intfsToReapply(*shadowAcl, trace);
@@ -81,10 +84,6 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
     shadowAcl->activeIntfDel(intf);
     shadowAcl->errorIntfDel(intf);
   }
-  shadowAcl->aclRulesFinalizedIs(false);
-  // Filters that hold the previous shadow ACL keep it alive: the hardware stays as it is until the new rules are
-  // written.
-  shadowAcl->aclIs(fresh);
   return AclCreateError::noError;
 }
 

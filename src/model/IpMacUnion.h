@@ -26,8 +26,8 @@ Value construct(const Arguments& arguments);
 
 namespace Kestrix {
 
-// The union behind AclAddrWithMask and ShadowAcl::Acl. `Self` opens itself with KESTRIX_UNION, and
-// its source includes model/DescribeUnion.h.
+// The union behind AclAddrWithMask and ShadowAcl::Acl. `Self` opens itself with KESTRIX_UNION, and its source includes
+// model/DescribeUnion.h.
 // By default it holds `ip` with that type's default. Equal when the same alternative holds an equal value; ordered by
 // alternative (`ip` first), then by value. Pointers compare by identity.
 template <class Self, class Ip, class Mac>

@@ -67,8 +67,8 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
 
   const auto slot = freeSlot(*ipAcl, slotCount(key.direction));
   if (!slot) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
-  storeRule(*ipAcl, ipRule(*slot, match, subrule), side, trace);
   if (match.port != 0) ipAcl->l4Is(true);
+  storeRule(*ipAcl, ipRule(*slot, match, subrule), side, trace);
   return AclCreateError::noError;
 }
 

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <unordered_map>
+
+#include <boost/container/flat_map.hpp>
+#include <boost/container/small_vector.hpp>
 
 #include "platform/acl/AclData.h"
 #include "platform/object/Model.h"
@@ -145,8 +147,9 @@ class KESTRIX_API AclHelper : public Platform::Entity {
 
  private:
   Ptr<AclStatusListener> listener_;
-  Platform::Map<String, bool> publishUnitError_;
-  Platform::Map<String, AclCreateError> unitError_;
+  // With room for one unit of a short name: to raise an error needs no memory.
+  boost::container::small_flat_map<String, bool, 1> publishUnitError_;
+  boost::container::small_flat_map<String, AclCreateError, 1> unitError_;
   Platform::Map<IntfId, bool> aclIntfBlockedStatus_;
   bool dirty_ = false;
 };

@@ -70,12 +70,13 @@ class IntfId::Names {
   }
 
   Record* record(const std::string& name) {
-    const auto [entry, isNew] = records_.try_emplace(name);
-    if (isNew) {
-      entry->second = &storage_.emplace_back(Record{.hash = std::hash<std::string>{}(name), .name = &entry->first});
-      place(entry);
-    }
-    return entry->second;
+    if (Record* const found = find(name)) return found;
+    // The record first: no entry is ever without one. Without memory for the entry, the record stays unused.
+    Record& record = storage_.emplace_back(Record{.hash = std::hash<std::string>{}(name)});
+    const auto entry = records_.emplace(name, &record).first;
+    record.name = &entry->first;
+    place(entry);
+    return &record;
   }
 
  private:

@@ -1,5 +1,5 @@
-// For the one source of each model class: makes of its attribute declarations (Model.h) what text forms and
-// the access by name need.
+// For the one source of each model class: makes of its attribute declarations (Model.h) what text forms and the access
+// by name need.
 //
 //   KESTRIX_DEFINE_VALUE(AclRule)
 #pragma once

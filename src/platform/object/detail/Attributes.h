@@ -1,6 +1,6 @@
 // How the declarations of Model.h describe an attribute: by a function that is declared, never defined, and returns an
-// Attribute, which says what it is and how it is reached. Describe.h, in the source of the class, makes of it what
-// equality, text forms and the access by name need.
+// Attribute, which says what it is and how it is reached. Describe.h, in the source of the class, makes of it what text
+// forms and the access by name need.
 #pragma once
 
 #include <cstdint>
