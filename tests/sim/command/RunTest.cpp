@@ -3,12 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <map>
-#include <random>
-#include <set>
-#include <sstream>
 
-#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 #include "command/ExitStatus.h"
@@ -53,78 +48,6 @@ TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
       run({.configFiles = {"c"}}, example("edge-switch.json"), {document}, false).output,
       HasSubstr("ACL M (eth-acl-type, ingress): applied\n  all  no slot: denies everything that no slot matches; "
                 "not on port-1, where the other ACL of the filter decides it\n"));
-}
-
-// Random desired states: an example without some of its rules and attachments. With `sharing`, some filters have an ACL
-// of each type, which may conflict.
-class Sequences {
- public:
-  explicit Sequences(unsigned seed) : random_(seed) {}
-  uint64_t below(uint64_t limit) { return random_() % limit; }
-
-  std::string configuration(bool sharing) {
-    const char* const names[] = {"access-edge.json", "shared-filter.json", "shared-filter-2.json",
-                                 "type-conflict.json"};
-    json document = json::parse(example(names[sharing ? below(4) : 0]));
-    json& acls = document["ietf-access-control-list:acls"];
-    for (json& acl : acls["acl"]) thin(acl["aces"]["ace"]);
-    for (json& point : acls["attachment-points"]["interface"]) {
-      for (const char* direction : {"ingress", "egress"}) {
-        if (point.contains(direction)) thin(point[direction]["acl-sets"]["acl-set"]);
-      }
-    }
-    return document.dump();
-  }
-
- private:
-  void thin(json& list) {
-    for (size_t i = list.size(); i-- > 0;) {
-      if (below(3) == 0) list.erase(i);
-    }
-  }
-  std::mt19937 random_;
-};
-
-std::set<std::string> whereDifferent(const json& left, const json& right) {
-  std::map<std::string, std::vector<json>> filters;
-  for (const json* report : {&left, &right}) {
-    for (const json& filter : (*report)["filters"]) {
-      filters[std::string(filter["interface"]) + " " + std::string(filter["direction"])].push_back(filter);
-    }
-  }
-  std::set<std::string> places;
-  for (const auto& [place, held] : filters) {
-    if (held.size() != 2 || held[0] != held[1]) places.insert(place);
-  }
-  return places;
-}
-
-// Whatever way led to its last desired state, the device holds what a fresh one would, or the report says where not.
-TEST(Run, TheWayToAStateLeavesNoTraceThatIsNotReported) {
-  const std::string device = example("edge-switch.json");
-  size_t reported = 0;
-  for (unsigned seed = 0; seed < 60; ++seed) {
-    const bool sharing = seed % 3 == 0, failing = seed % 3 == 1;
-    Sequences sequences(seed);
-    std::vector<std::string> texts;
-    for (uint64_t steps = 2 + sequences.below(4); steps > 0; --steps) texts.push_back(sequences.configuration(sharing));
-    CommandLine line{.configFiles = std::vector<std::string>(texts.size(), "c"), .json = true};
-    const json fresh = jsonOf(run(line, device, {texts.back()}, false));
-    if (failing) line.failWrites = {17 + sequences.below(400)};
-    const json report = jsonOf(run(line, device, texts, false));
-    SCOPED_TRACE(fmt::format("seed {}: {}", seed, fmt::join(texts, "\n")));
-    std::set<std::string> deviations;
-    for (const json& each : report["steps"].back()["deviations"]) {
-      deviations.insert(std::string(each["interface"]) + " " + std::string(each["direction"]));
-    }
-    ASSERT_EQ(whereDifferent(report, fresh), deviations);
-    if (!sharing && !failing) {
-      ASSERT_TRUE(deviations.empty());
-      ASSERT_EQ(report["result"], "applied");
-    }
-    reported += deviations.size();
-  }
-  EXPECT_GT(reported, 0u);
 }
 
 TEST(Run, ColourOnlyWhereAskedFor) {
