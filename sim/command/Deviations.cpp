@@ -30,7 +30,7 @@ FilterDumps freshFilters(const Device& device, const Configuration& desired, Tra
   const auto fpga = Platform::make<SimFpga>();
   Framework(device, fpga, progress.counter()).apply(desired);
   traces.muteIs(false);
-  return {*fpga, device};
+  return {fpga->reader(), device};
 }
 
 std::vector<Deviation> deviations(const StepReport& step, const FilterDumps& fresh, const SimFpga& fpga, bool isSet) {

@@ -6,7 +6,7 @@
 #include "command/Progress.h"
 #include "read/Configuration.h"
 #include "read/Device.h"
-#include "report/RegisterWords.h"
+#include "registers/RegisterWords.h"
 #include "report/Report.h"
 #include "simulate/SimFpga.h"
 #include "simulate/TracePrinter.h"

@@ -101,7 +101,7 @@ bool Session::take(const Step& step, Diagnostics& diagnostics) {
   progress_.begin("applying " + (step.configuration != nullptr ? step.file : "--set"));
   std::optional<Outcome> outcome = outcomeOf(step, diagnostics);
   if (!outcome) return false;
-  reports_.push_back({step.file, step.settings, std::move(*outcome), {*fpga_, device_}, {}});
+  reports_.push_back({step.file, step.settings, std::move(*outcome), {fpga_->reader(), device_}, {}});
   // On a fresh device there is nothing to deviate from.
   if (reports_.size() == 1 && !isSet_) return true;
   const auto fresh = freshFilters(device_, desired_, traces_, progress_);

@@ -1,7 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "report/Explanations.h"
-#include "report/RegisterWords.h"
+#include "registers/RegisterWords.h"
 #include "report/Report.h"
 
 namespace Sim {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "report/RegisterWords.h"
+#include "registers/RegisterWords.h"
 #include "report/Report.h"
 
 namespace Sim {

@@ -8,7 +8,7 @@
 
 #include "read/Device.h"
 #include "read/Diagnostics.h"
-#include "report/RegisterWords.h"
+#include "registers/RegisterWords.h"
 #include "simulate/ModelTree.h"
 #include "simulate/Outcome.h"
 

@@ -9,7 +9,7 @@
 #include "report/Colour.h"
 #include "report/Explanations.h"
 #include "report/OutcomeWords.h"
-#include "report/RegisterWords.h"
+#include "registers/RegisterWords.h"
 #include "report/Report.h"
 #include "report/Table.h"
 

@@ -25,6 +25,10 @@ class SimFpga : public Platform::TransportMethod {
 
   // What a register holds; 0 before its first write.
   uint32_t value(std::string_view path) const;
+  // The same, for who reads a device's registers; to be used while this lives.
+  std::function<uint32_t(std::string_view)> reader() const {
+    return [this](std::string_view path) { return value(path); };
+  }
   uint64_t writes() const { return writes_; }
 
   // In their order.

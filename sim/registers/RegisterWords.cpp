@@ -1,4 +1,4 @@
-#include "report/RegisterWords.h"
+#include "registers/RegisterWords.h"
 
 #include <algorithm>
 #include <bit>
@@ -10,7 +10,6 @@
 
 #include "platform/network/EthAddr.h"
 #include "platform/network/IpAddr.h"
-#include "simulate/SimFpga.h"
 
 namespace Sim {
 namespace {
@@ -74,7 +73,7 @@ std::string macWords(const SlotDump& slot) {
   return fmt::format("{} wildcard {}", addr, octets(maskHigh, maskLow));
 }
 
-FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface& interface,
+FilterDump dumpFilter(const RegisterAt& registerAt, const Device& device, const Interface& interface,
                       Acl::AclDirection direction) {
   const int core = interface.core - 1;
   const int group = interface.portGroup - 1;
@@ -86,7 +85,7 @@ FilterDump dumpFilter(const SimFpga& fpga, const Device& device, const Interface
   const auto read = [&](size_t prefix, const auto& rows, auto& values) {
     std::ranges::transform(rows, values.begin(), [&](const auto& row) {
       path.resize(prefix);
-      return fpga.value(path += row.name);
+      return registerAt(path += row.name);
     });
   };
   const size_t filter = path.size();
@@ -137,12 +136,12 @@ std::string FilterDump::slotWords(const SlotDump& slot) const {
   return words;
 }
 
-FilterDumps::FilterDumps(const SimFpga& fpga, const Device& device) {
+FilterDumps::FilterDumps(const RegisterAt& registerAt, const Device& device) {
   all_.reserve(2 * device.interfaces.size());
   for (const Interface& interface : device.interfaces) {
     ingress_.emplace(interface.id, all_.size());
     for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
-      all_.push_back(dumpFilter(fpga, device, interface, direction));
+      all_.push_back(dumpFilter(registerAt, device, interface, direction));
     }
   }
 }

@@ -1,8 +1,9 @@
-// The filters of the simulated FPGA, read back from its registers and put into words.
+// The filters of a device, read back from its registers and put into words.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -14,7 +15,8 @@
 
 namespace Sim {
 
-class SimFpga;
+// What a device has at the path of a register; 0 where it has nothing.
+using RegisterAt = std::function<uint32_t(const std::string& path)>;
 
 // One slot, as its registers are.
 struct SlotDump {
@@ -56,7 +58,7 @@ struct FilterDump {
 // All filters of the device.
 class FilterDumps {
  public:
-  FilterDumps(const SimFpga& fpga, const Device& device);
+  FilterDumps(const RegisterAt& registerAt, const Device& device);
 
   // In the order of the device's interfaces, ingress before egress.
   const std::vector<FilterDump>& all() const { return all_; }

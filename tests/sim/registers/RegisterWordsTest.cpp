@@ -1,4 +1,4 @@
-#include "report/RegisterWords.h"
+#include "registers/RegisterWords.h"
 
 #include <gmock/gmock.h>
 
