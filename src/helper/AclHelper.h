@@ -30,8 +30,8 @@ inline constexpr char kUnitName[] = "Kestrix";
 // The helper of this platform. The framework's operations raise RangeError for a null AclData, and those of the model
 // ConsistencyError for a null ShadowAcl. Both raise ConsistencyError when the framework broke the order of calls, or
 // when they are called while the transport reads or writes a register: nothing has changed then. An AclDataStatus may
-// be null. Whatever they call may drop the last reference to the helper. Not final, as an agent calls the overridden
-// operations through the virtual table: they are not exported.
+// be null. Whatever they call may drop the last reference to the helper and to an argument. Not final, as an agent
+// calls the overridden operations through the virtual table: they are not exported.
 class KESTRIX_API AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
   // Where the registers are. Shared with the creator.
@@ -111,7 +111,7 @@ class KESTRIX_API AclHelper : public VelHelper::AclHelper {
 
   // Writes `filterRegisters` into the filter of `intf` in `direction`: the whole filter, or its `enable` register only.
   // noError, or hardwareFailure when the transport's error flag was set; the flag is clear afterwards. All writes are
-  // issued, and nothing is undone.
+  // issued, and nothing is undone. `filterRegisters` is the caller's to keep until then.
   AclCreateError regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf, Acl::AclDirection direction,
                                 bool enableRegOnly);
   KESTRIX_OPERATION(regWriteHelper);

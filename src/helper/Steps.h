@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string_view>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -28,21 +29,23 @@ inline void requireNoAccess(const AclHelper& helper, std::string_view className,
   }
 }
 
-// What each operation of the helper makes before it does anything: its trace points, and a reference to the helper, as
-// everything that it calls, a trace sink too, may drop the last other one. Raises as requireNoAccess.
+// What each operation of the helper makes before it does anything: its trace points, and references to the helper and
+// to the framework's object of the ACL, where there is one, as everything that it calls, a trace sink too, may drop the
+// last other ones. Raises as requireNoAccess.
 class OperationTrace : public AclTrace {
  public:
   // `operation` must outlive the object; it is a literal in practice.
-  OperationTrace(const AclHelper& helper, std::string_view operation)
-      : AclTrace("AclHelper", operation), self_(&helper) {
+  OperationTrace(const AclHelper& helper, std::string_view operation, Platform::Ptr<Platform::AclData> aclData = {})
+      : AclTrace("AclHelper", operation), self_(&helper), aclData_(std::move(aclData)) {
     requireNoAccess(helper, "AclHelper", operation);
   }
 
  private:
   Platform::Ptr<const AclHelper> self_;
+  Platform::Ptr<Platform::AclData> aclData_;
 };
 
-// The key of the framework's ACL object. Raises RangeError when there is none.
+// The key of the framework's ACL object, as long as that lives. Raises RangeError when there is none.
 inline const Platform::AclKey& keyOf(const Platform::Ptr<Platform::AclData>& aclData) {
   if (!aclData) throw Platform::RangeError("aclData: must not be null");
   return aclData->key();

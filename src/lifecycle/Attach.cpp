@@ -12,7 +12,7 @@ AclHelper::AclCreateError AclHelper::addIntfToAcl(const IntfPairKey& intfPair, c
                                                   const Ptr<AclDataStatus>& /*status*/) {
   const IntfId intf = intfPair.intf;
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "addIntfToAcl");
+  const OperationTrace trace(*this, "addIntfToAcl", aclData);
   trace.level5("acl: {} type: {} direction: {} intf: {}", key.name, key.type, key.direction, intf);
 
   Ptr<ShadowAcl> shadowAcl = allShadowAcl(key);
