@@ -1,6 +1,8 @@
 // Steps that the helper's operations have in common: what they check of their callers, and what they trace.
 #pragma once
 
+#include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -8,6 +10,7 @@
 
 #include "helper/AclHelper.h"
 #include "model/Refusal.h"
+#include "model/ShadowAcl.h"
 #include "model/TracePoints.h"
 #include "platform/runtime/Trace.h"
 
@@ -61,6 +64,24 @@ inline Platform::Ptr<ShadowAcl> attachedAcl(const AclHelper& helper, const Platf
                                             const Platform::TraceScope& trace) {
   if (Platform::Ptr<ShadowAcl> shadowAcl = helper.allShadowAcl(key)) return shadowAcl;
   Platform::consistencyFailure(trace, "ACL config should always exist");
+}
+
+// A pass of the ACL over its `intfs`, as forEachStable: the error of the last interface for which `visit` returned one.
+template <class Visit>
+Platform::AclCreateError passOver(ShadowAcl& shadowAcl, const Platform::Set<Platform::IntfId>& intfs, Visit&& visit) {
+  std::optional<Platform::IntfId> failed = shadowAcl.untoldIntfDel();
+  auto result = Platform::AclCreateError::noError;
+  if (failed) result = shadowAcl.errorIntf(*failed).value_or(result);
+  try {
+    Platform::forEachStable(intfs, [&](Platform::IntfId intf) {
+      const Platform::AclCreateError error = visit(intf);
+      if (error != Platform::AclCreateError::noError) failed = intf, result = error;
+    });
+  } catch (const std::bad_alloc&) {
+    if (failed) shadowAcl.untoldIntfIs(*failed);
+    throw;
+  }
+  return result;
 }
 
 // Traces why a rule is refused, and gives it on.

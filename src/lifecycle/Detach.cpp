@@ -56,11 +56,8 @@ void AclHelper::clearAclFromIntfs(const Ptr<ShadowAcl>& shadowAclArgument) {
   requireShadowAcl(shadowAcl, trace);
 
   trace.level5("acl key: {}", shadowAcl->key());
-  AclCreateError result = AclCreateError::noError;
-  Platform::forEachStable(shadowAcl->deletingIntf(), [&](IntfId intf) {
-    const AclCreateError error = clearAclFromIntf(*shadowAcl, intf);
-    if (error != AclCreateError::noError) result = error;
-  });
+  const AclCreateError result =
+      passOver(*shadowAcl, shadowAcl->deletingIntf(), [&](IntfId intf) { return clearAclFromIntf(*shadowAcl, intf); });
   aclStatusUpdateCallback(shadowAcl->key(), result);
 }
 

@@ -19,8 +19,8 @@
 namespace Kestrix::Test {
 
 struct DisturbanceTest : HelperTest {
-  // Of `acl`, on e1 and e2, and of `macAcl`, on e3.
-  enum State : uint8_t { kNew, kTranslating, kWritten };
+  // Of `acl`, on e1 and e2, and of `macAcl`, on e3. The last but one: the writes to e1, or to e2, are about to fail.
+  enum State : uint8_t { kNew, kTranslating, kFailing1, kFailing2, kWritten };
   struct Row {
     const char* name;
     State before;
@@ -45,11 +45,13 @@ struct DisturbanceTest : HelperTest {
     if (state >= kTranslating) attached(acl, {e1, e2}), translate(acl, kDns), attached(macAcl, {e3});
     transport->fails = "filter[4]";
     if (state >= kWritten) finish(acl);
-    transport->fails = "";
+    transport->fails = state == kFailing1 ? "filter[3]" : state == kFailing2 ? "filter[4]" : "";
     transport->registers.clear(), log.clear();
   }
   std::string snapshot() {
-    std::string text = fmt::format("{} {}", helper->dirty(), int(helper->unitError("Kestrix")));
+    std::string outcome;
+    for (const std::string& line : log) outcome = line.starts_with("status") ? line : outcome;
+    std::string text = fmt::format("{} {} {}", outcome, helper->dirty(), int(helper->unitError("Kestrix")));
     for (const auto& [path, value] : transport->registers) text += fmt::format("\n{} {:#x}", path, value);
     for (const auto& [key, shadow] : helper->allShadowAcl()) {
       const auto base = shadow->acl().base();
@@ -84,6 +86,8 @@ struct DisturbanceTest : HelperTest {
       {"fragments", kTranslating, [&] { return int(helper->createIpFragRule(acl, {kDeny, {}}, {}, 5, 6)); }},
       {"MAC rule", kTranslating, [&] { return int(helper->createMacAclRule(*macRule, {}, macAcl, 3)); }},
       {"final rule", kTranslating, [&] { return int(finish(acl)); }},
+      {"final rule, e1 fails", kFailing1, [&] { return int(finish(acl)); }},
+      {"final rule, e2 fails", kFailing2, [&] { return int(finish(acl)); }},
       {"detach", kWritten, [&] { return int(helper->removeIntfFromAcl({.intf = e1}, acl, false)); }},
       {"hand over", kWritten, [&] { return int(helper->removeIntfFromAcl({.intf = e1}, acl, true)); }},
       {"destroy", kWritten, [&] { return helper->destroyAcl(acl), 0; }},
