@@ -11,7 +11,8 @@ namespace Sim {
 enum class Use {
   matched,    // Read, by whoever reads the container.
   unmatched,  // The hardware does not look at it: without it the rule would match more than it says.
-  otherType,  // A container of ACLs of another type.
+  ipv4Only,   // A container of IPv4 ACLs, in one of another type.
+  macOnly,    // The same of MAC ACLs.
 };
 
 struct MatchField {
@@ -31,7 +32,6 @@ extern const MatchContainer kMacMatches;
 extern const MatchContainer kIpv4Fields;
 extern const MatchContainer kTcpFields;
 extern const MatchContainer kUdpFields;
-extern const MatchContainer kIcmpFields;
 extern const MatchContainer kEthFields;
 
 // Reports each member of `place`, a container, that is not matched.
