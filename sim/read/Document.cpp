@@ -267,13 +267,14 @@ void Place::forEachMember(const std::function<void(std::string_view, const Place
   for (const auto& [name, value] : value_->items()) visit(name, {*document_, value, childPath(path_, name)});
 }
 
-void Place::onlyMembers(std::initializer_list<std::string_view> known) const {
+void Place::onlyMembers(std::initializer_list<std::string_view> known, std::string_view advice) const {
   forEachMember([&](std::string_view name, const Place& place) {
     if (std::find(known.begin(), known.end(), name) != known.end()) return;
     std::string names;
     for (const std::string_view each : known) names += fmt::format("{}{}", names.empty() ? "" : ", ", each);
-    place.error("unknown-member", fmt::format("{} is not known here", inQuotes(name)),
-                fmt::format("Correct its name, or remove it if it is to have no effect; known are: {}.", names));
+    place.error(
+        "unknown-member", fmt::format("{} is not known here", inQuotes(name)),
+        fmt::format("Correct its name, or remove it if it is to have no effect; known are: {}.{}", names, advice));
   });
 }
 

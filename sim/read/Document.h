@@ -59,8 +59,8 @@ class Place {
   void forEachEntry(std::string_view name, const std::function<void(const Place&)>& visit) const;
   // Calls `visit` with the name and value of each member of an object.
   void forEachMember(const std::function<void(std::string_view, const Place&)>& visit) const;
-  // Reports each member that is none of `known`.
-  void onlyMembers(std::initializer_list<std::string_view> known) const;
+  // Reports each member that is none of `known`, with `advice` for who removes it.
+  void onlyMembers(std::initializer_list<std::string_view> known, std::string_view advice = {}) const;
 
   void error(std::string code, std::string message, std::string remedy) const;
   void warning(std::string code, std::string message, std::string remedy) const;
@@ -77,8 +77,8 @@ class Place {
 
 class Document {
  public:
-  // Broken JSON, JSON that is too deep or has too many members, and duplicate keys are diagnostics already here. All but
-  // the last read as an empty object.
+  // Broken JSON, JSON that is too deep or has too many members, and duplicate keys are diagnostics already here. All
+  // but the last read as an empty object.
   Document(std::string file, std::string_view text, Diagnostics& diagnostics);
 
   bool isBroken() const { return broken_; }

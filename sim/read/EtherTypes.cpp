@@ -13,7 +13,7 @@ namespace Sim {
 namespace {
 
 constexpr std::string_view kRemedy =
-    R"(Write "arp" or "lldp", or leave it out for every EtherType: the hardware tells no others apart.)";
+    R"(Write "arp" or "lldp", without an address, or leave it out for every EtherType: the hardware tells no others apart.)";
 
 // The EtherTypes that the model names (ietf-ethertypes).
 struct EtherType {

@@ -79,8 +79,8 @@ std::optional<Use> useOf(std::string_view name, const MatchContainer& container)
 constinit const MatchContainer kIpMatches{"matches", kIpMatchesRows};
 constinit const MatchContainer kMacMatches{"matches of a MAC ACL", kMacMatchesRows};
 constinit const MatchContainer kIpv4Fields{"ipv4", kIpv4Rows};
-constinit const MatchContainer kTcpFields{"tcp", kTcpRows};
-constinit const MatchContainer kUdpFields{"udp", kUdpRows};
+constinit const MatchContainer kTcpFields{"tcp", kTcpRows, kWithoutPorts};
+constinit const MatchContainer kUdpFields{"udp", kUdpRows, kWithoutPorts};
 constinit const MatchContainer kEthFields{"eth", kEthRows};
 
 void reportUnmatched(const Place& place, const MatchContainer& container) {
@@ -95,16 +95,18 @@ void reportUnmatched(const Place& place, const MatchContainer& container) {
     if (!use) {
       return member.error("unknown-member",
                           fmt::format("{} is not a field of \"{}\" in RFC 8519", inQuotes(name), container.name),
-                          "Correct its name, without a prefix for the model's own module. Or remove it, if the wider "
-                          "rule is meant.");
+                          fmt::format("Correct its name, without a prefix for the model's own module. Or remove it, "
+                                      "if the wider rule is meant.{}",
+                                      container.advice));
     }
     switch (*use) {
       case Use::matched:
         return;
       case Use::unmatched:
-        return member.error("not-matchable",
-                            fmt::format("the hardware cannot match \"{}\"; without it the rule would match more", name),
-                            "Remove the field if the wider rule is meant, or the whole ACE.");
+        return member.error(
+            "not-matchable",
+            fmt::format("the hardware cannot match \"{}\"; without it the rule would match more", name),
+            fmt::format("Remove the field if the wider rule is meant, or the whole ACE.{}", container.advice));
       case Use::ipv4Only:
         return reportWrongType(member, name, "ipv4-acl-type");
       case Use::macOnly:

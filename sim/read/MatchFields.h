@@ -23,7 +23,12 @@ struct MatchField {
 struct MatchContainer {
   std::string_view name;
   std::span<const MatchField> fields;
+  std::string_view advice = {};  // Of who removes one of its fields, or empty.
 };
+
+// TCP and UDP containers without ports are refused.
+inline constexpr std::string_view kWithoutPorts =
+    R"( If no port is left, write "ipv4": {"protocol": 6} for "tcp", or 17 for "udp".)";
 
 // The containers of an ACE, which differ by the type of its ACL.
 extern const MatchContainer kIpMatches;

@@ -8,13 +8,18 @@
 
 #include <fmt/format.h>
 
+#include "read/MatchFields.h"
 #include "read/Quote.h"
 
 namespace Sim {
 namespace {
 
-constexpr std::string_view kRemedy =
-    R"(Write one port, such as {"port": 443}, or leave it out for every port: the hardware matches no other ranges.)";
+std::string remedy() {
+  return fmt::format(
+      R"(Write one port, such as {{"port": 443}}, or leave it out for every port: the hardware matches no other ranges.{})",
+      kWithoutPorts);
+}
+
 constexpr std::string_view kNumberRemedy = "Write a port from 1 to 65535.";
 constexpr uint64_t kLastPort = 65535;
 
@@ -50,8 +55,9 @@ std::string operatorNames() {
 std::optional<Ports> portsOf(const Place& place, const Range& range) {
   if (range.low == 0 && range.high == kLastPort) return Ports{};
   if (range.high == 0) {
-    place.error("port-zero", "port 0 would match every port: the hardware reads it as any",
-                "Leave out the port if any port is meant. Port 0 itself cannot be matched.");
+    place.error(
+        "port-zero", "port 0 would match every port: the hardware reads it as any",
+        fmt::format("Leave out the port if any port is meant. Port 0 itself cannot be matched.{}", kWithoutPorts));
     return {};
   }
   const auto low = static_cast<uint16_t>(range.low);
@@ -64,13 +70,13 @@ std::optional<uint64_t> readNumber(const std::optional<Place>& place) {
 }
 
 std::optional<Ports> readRange(const Place& place) {
-  const auto lowPlace = place.required("lower-port", kRemedy);
-  const auto highPlace = place.required("upper-port", kRemedy);
+  const auto lowPlace = place.required("lower-port", remedy());
+  const auto highPlace = place.required("upper-port", remedy());
   const auto low = readNumber(lowPlace);
   const auto high = readNumber(highPlace);
   if (!low || !high) return {};
   if (*low > *high) {
-    place.error("out-of-range", fmt::format("lower-port {} is above upper-port {}", *low, *high), std::string(kRemedy));
+    place.error("out-of-range", fmt::format("lower-port {} is above upper-port {}", *low, *high), remedy());
     return {};
   }
   return portsOf(place, {*low, *high});
@@ -83,14 +89,14 @@ const Operator* operatorOf(const Place& place) {
   const auto* row = std::find_if(std::begin(kOperators), std::end(kOperators),
                                  [&](const Operator& each) { return each.name == *name; });
   if (row != std::end(kOperators)) return row;
-  place.error("out-of-range", fmt::format("{} is none of {}", inQuotes(*name), operatorNames()), std::string(kRemedy));
+  place.error("out-of-range", fmt::format("{} is none of {}", inQuotes(*name), operatorNames()), remedy());
   return nullptr;
 }
 
 std::optional<Ports> readOperator(const Place& place) {
   const auto namePlace = place.member("operator");
   const Operator* const row = namePlace ? operatorOf(*namePlace) : &kEquals;
-  const auto port = readNumber(place.required("port", kRemedy));
+  const auto port = readNumber(place.required("port", remedy()));
   return row != nullptr && port ? portsOf(place, row->range(*port)) : std::nullopt;
 }
 
@@ -98,11 +104,11 @@ std::optional<Ports> readOperator(const Place& place) {
 
 std::optional<Ports> readPorts(const Place& place) {
   if (!place.isObject()) return {};
-  place.onlyMembers({"operator", "port", "lower-port", "upper-port"});
+  place.onlyMembers({"operator", "port", "lower-port", "upper-port"}, kWithoutPorts);
   const bool isRange = place.member("lower-port") || place.member("upper-port");
   const bool isOperator = place.member("operator") || place.member("port");
   if (isRange && isOperator) {
-    place.error("conflicting-members", "a port is given both by an operator and as a range", std::string(kRemedy));
+    place.error("conflicting-members", "a port is given both by an operator and as a range", remedy());
     return {};
   }
   if (isRange) return readRange(place);
