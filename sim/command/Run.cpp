@@ -50,8 +50,7 @@ std::optional<Documents> readDocuments(const CommandLine& line, const std::strin
                                        Progress& progress) {
   progress.begin("reading " + line.deviceFile);
   Documents documents{readDevice(line.deviceFile, deviceText, diagnostics), {}};
-  // What is missing from a broken device would be missed in the configurations, too.
-  if (diagnostics.hasErrors()) return {};
+  if (!documents.device.namesKnown) return {};
   documents.configurations.reserve(configTexts.size());
   for (size_t i = 0; i < configTexts.size(); ++i) {
     const std::string& file = line.configFiles.at(i);

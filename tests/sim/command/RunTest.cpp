@@ -19,14 +19,6 @@ std::string example(const std::string& name) { return Kestrix::Test::textOfFile(
 
 json jsonOf(const RunResult& result) { return json::parse(result.output); }
 
-TEST(Run, DeviceThatTheLibraryRefusesIsBadInput) {
-  const RunResult result =
-      run({.deviceFile = "d.json", .configFiles = {"c.json"}, .json = true},
-          R"({"inRules": 25, "outRules": 1, "interfaces": []})", {R"({"ietf-access-control-list:acls": {}})"}, false);
-  EXPECT_EQ(result.exitStatus, kBadInput);
-  EXPECT_THAT(result.output, HasSubstr("Kestrix::AclHelper.inRules: 25 is above the limit 24"));
-}
-
 TEST(Run, AFailedWriteIsToldUntilALaterStepMendsIt) {
   const std::string config = example("access-edge.json");
   const json report = jsonOf(run({.configFiles = {"v1", "v2"}, .json = true, .failWrites = {120}},
