@@ -15,8 +15,8 @@
 namespace Sim {
 namespace {
 
-RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, bool colour) {
-  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, colour)};
+RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) {
+  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
 }
 
 // A step of the command line: a configuration, or, where there is none, what is set between two of them.
@@ -78,7 +78,7 @@ class Session {
   // Whether the step could be taken; a diagnostic says why not.
   bool take(const Step& step, Diagnostics& diagnostics);
   // Of the steps that were taken; of the model, too, where it is asked for.
-  RunResult report(const CommandLine& line, const Diagnostics& diagnostics, bool colour) const;
+  RunResult report(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) const;
 
  private:
   // None when the step cannot be taken.
@@ -128,13 +128,13 @@ std::optional<Outcome> Session::outcomeOf(const Step& step, Diagnostics& diagnos
   return {};
 }
 
-RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostics, bool colour) const {
+RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) const {
   std::optional<ModelNode> model;
   if (line.model) model = modelTree(framework_.helper());
   const ReportInput input{device_,     reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(),
                           diagnostics, model};
   return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
-          line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .colour = colour})};
+          line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .looks = looks})};
 }
 
 // None when the library refuses the device, as a diagnostic then says.
@@ -156,17 +156,17 @@ std::optional<Session> start(const CommandLine& line, const Device& device, Prog
 }  // namespace
 
 RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
-              bool colour, Progress& progress) {
+              const Looks& looks, Progress& progress) {
   Diagnostics diagnostics;
   const auto documents = readDocuments(line, deviceText, configTexts, diagnostics, progress);
-  if (!documents) return badInput(line, diagnostics, colour);
+  if (!documents) return badInput(line, diagnostics, looks);
   auto session = start(line, documents->device, progress, diagnostics);
-  if (!session) return badInput(line, diagnostics, colour);
+  if (!session) return badInput(line, diagnostics, looks);
   for (const Step& step : stepsOf(line, documents->configurations)) {
-    if (!session->take(step, diagnostics)) return badInput(line, diagnostics, colour);
+    if (!session->take(step, diagnostics)) return badInput(line, diagnostics, looks);
   }
   progress.begin("writing the report");
-  return session->report(line, diagnostics, colour);
+  return session->report(line, diagnostics, looks);
 }
 
 }  // namespace Sim

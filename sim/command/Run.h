@@ -6,6 +6,7 @@
 
 #include "command/CommandLine.h"
 #include "command/Progress.h"
+#include "report/Page.h"
 
 namespace Sim {
 
@@ -16,12 +17,12 @@ struct RunResult {
 
 // The files named by `line` have the contents `deviceText` and, in the same order, `configTexts`.
 RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
-              bool colour, Progress& progress);
+              const Looks& looks, Progress& progress);
 // The same, and nothing is shown of how far it is.
 inline RunResult run(const CommandLine& line, const std::string& deviceText,
                      const std::vector<std::string>& configTexts, bool colour) {
   Progress none;
-  return run(line, deviceText, configTexts, colour, none);
+  return run(line, deviceText, configTexts, {.colour = colour}, none);
 }
 
 }  // namespace Sim

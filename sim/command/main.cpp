@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
       std::fflush(stderr);
     })
                                          : Sim::Progress::Write());
-    const Sim::RunResult result = Sim::run(*line, *deviceText, configTexts, colour, progress);
+    const Sim::RunResult result = Sim::run(*line, *deviceText, configTexts, {.colour = colour}, progress);
     progress.clear();
     fmt::print("{}", result.output);
     return result.exitStatus;

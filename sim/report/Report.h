@@ -8,6 +8,7 @@
 
 #include "read/Device.h"
 #include "read/Diagnostics.h"
+#include "report/Page.h"
 #include "report/RegisterWords.h"
 #include "simulate/ModelTree.h"
 #include "simulate/Outcome.h"
@@ -44,7 +45,7 @@ bool isAllApplied(const ReportInput& input);
 
 struct TextOptions {
   bool registers = false;  // Every filter's registers, in words.
-  bool colour = false;
+  Looks looks = {};
 };
 
 std::string textReport(const ReportInput& input, const TextOptions& options);
@@ -58,7 +59,7 @@ const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step);
 std::vector<Platform::IntfId> overruledOn(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step);
 
 // Of documents that cannot be applied.
-std::string textDiagnostics(const Diagnostics& diagnostics, bool colour);
+std::string textDiagnostics(const Diagnostics& diagnostics, const Looks& looks);
 std::string jsonDiagnostics(const Diagnostics& diagnostics);
 
 }  // namespace Sim

@@ -141,7 +141,7 @@ std::vector<std::string> progressOf(std::chrono::milliseconds step) {
   {
     Progress progress([&](std::string_view line) { lines.emplace_back(line); }, [&] { return now += step; });
     const std::string config = example("access-edge.json");
-    run({.deviceFile = "d", .configFiles = {"v1", "v2"}}, example("edge-switch.json"), {config, config}, false,
+    run({.deviceFile = "d", .configFiles = {"v1", "v2"}}, example("edge-switch.json"), {config, config}, {},
         progress);
   }
   return lines;
