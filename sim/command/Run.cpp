@@ -44,19 +44,44 @@ struct Documents {
   std::vector<Configuration> configurations;
 };
 
-// None when they cannot be applied, as diagnostics then say.
-std::optional<Documents> readDocuments(const CommandLine& line, const std::string& deviceText,
-                                       const std::vector<std::string>& configTexts, Diagnostics& diagnostics,
+// The text of a file; none, and a diagnostic, when it could not be read.
+const std::string* textOf(const std::string& name, const FileText& file, Diagnostics& diagnostics) {
+  if (file.fault.empty()) return &file.text;
+  Diagnostic fault;
+  fault.code = "unreadable-file";
+  fault.file = name;
+  fault.message = "it cannot be read: " + file.fault;
+  fault.remedy = "Correct the name, or what keeps it from being read.";
+  diagnostics.add(fault);
+  return nullptr;
+}
+
+// The same diagnostics, but for those that may come from what is missing of a broken device.
+void addOfBrokenDevice(const Diagnostics& found, Diagnostics& diagnostics) {
+  for (const Diagnostic& each : found.all()) {
+    if (each.code != "unknown-interface") diagnostics.add(each);
+  }
+}
+
+// None when they cannot be applied, as diagnostics then say: all that is wrong with any of them.
+std::optional<Documents> readDocuments(const CommandLine& line, const FileText& device,
+                                       const std::vector<FileText>& configs, Diagnostics& diagnostics,
                                        Progress& progress) {
+  Documents documents;
   progress.begin("reading " + line.deviceFile);
-  Documents documents{readDevice(line.deviceFile, deviceText, diagnostics), {}};
-  // What is missing from a broken device would be missed in the configurations, too.
-  if (diagnostics.hasErrors()) return {};
-  documents.configurations.reserve(configTexts.size());
-  for (size_t i = 0; i < configTexts.size(); ++i) {
+  const std::string* const deviceText = textOf(line.deviceFile, device, diagnostics);
+  if (deviceText != nullptr) documents.device = readDevice(line.deviceFile, *deviceText, diagnostics);
+  const bool isDeviceBroken = diagnostics.hasErrors();
+  documents.configurations.reserve(configs.size());
+  for (size_t i = 0; i < configs.size(); ++i) {
     const std::string& file = line.configFiles.at(i);
     progress.begin("reading " + file);
-    documents.configurations.push_back(readConfiguration(file, configTexts[i], documents.device, diagnostics));
+    Diagnostics ofBrokenDevice;
+    Diagnostics& found = isDeviceBroken ? ofBrokenDevice : diagnostics;
+    if (const std::string* const text = textOf(file, configs[i], found)) {
+      documents.configurations.push_back(readConfiguration(file, *text, documents.device, found));
+    }
+    addOfBrokenDevice(ofBrokenDevice, diagnostics);
   }
   if (diagnostics.hasErrors()) return {};
   if (line.dropDelay) documents.device.aclDropDelay = *line.dropDelay;
@@ -155,10 +180,10 @@ std::optional<Session> start(const CommandLine& line, const Device& device, Prog
 
 }  // namespace
 
-RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
-              const Looks& looks, Progress& progress) {
+RunResult run(const CommandLine& line, const FileText& device, const std::vector<FileText>& configs, const Looks& looks,
+              Progress& progress) {
   Diagnostics diagnostics;
-  const auto documents = readDocuments(line, deviceText, configTexts, diagnostics, progress);
+  const auto documents = readDocuments(line, device, configs, diagnostics, progress);
   if (!documents) return badInput(line, diagnostics, looks);
   auto session = start(line, documents->device, progress, diagnostics);
   if (!session) return badInput(line, diagnostics, looks);
@@ -167,6 +192,15 @@ RunResult run(const CommandLine& line, const std::string& deviceText, const std:
   }
   progress.begin("writing the report");
   return session->report(line, diagnostics, looks);
+}
+
+RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
+              bool colour) {
+  std::vector<FileText> configs;
+  configs.reserve(configTexts.size());
+  for (const std::string& text : configTexts) configs.push_back({text});
+  Progress none;
+  return run(line, {deviceText}, configs, {.colour = colour}, none);
 }
 
 }  // namespace Sim

@@ -141,7 +141,7 @@ std::vector<std::string> progressOf(std::chrono::milliseconds step) {
   {
     Progress progress([&](std::string_view line) { lines.emplace_back(line); }, [&] { return now += step; });
     const std::string config = example("access-edge.json");
-    run({.deviceFile = "d", .configFiles = {"v1", "v2"}}, example("edge-switch.json"), {config, config}, {},
+    run({.deviceFile = "d", .configFiles = {"v1", "v2"}}, {example("edge-switch.json")}, {{config}, {config}}, {},
         progress);
   }
   return lines;
@@ -155,17 +155,6 @@ TEST(Run, ProgressIsShownOnceItTakesLongAndTakenAwayInTheEnd) {
   EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("reading"))));
   EXPECT_EQ(lines.back(), "\r\033[K");
   EXPECT_LT(progressOf(std::chrono::milliseconds(60)).size(), lines.size());
-}
-
-TEST(CommandLine, RefusesWhatItDoesNotKnow) {
-  using Words = std::vector<const char*>;
-  for (Words bad :
-       {Words{"d"}, {"d", "c", "--fail-write", "0"}, {"d", "c", "--trace", "x"}, {"d", "c", "--drop-delay", "1"}}) {
-    int exitStatus = -1;
-    bad.insert(bad.begin(), {"kestrix-sim", "apply"});
-    EXPECT_FALSE(parseCommandLine(static_cast<int>(bad.size()), bad.data(), exitStatus));
-    EXPECT_EQ(exitStatus, kBadInput);
-  }
 }
 
 }  // namespace
