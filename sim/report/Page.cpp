@@ -14,24 +14,22 @@ void Page::line(const Spans& spans, size_t indent) {
 }
 
 void Page::breakLine(const Spans& spans, size_t indent) {
+  constexpr size_t kLeastRoom = 20;  // Of narrower lines nobody reads many.
   std::string whole;
   std::vector<Style> styles;  // Of each byte.
   for (const auto& [text, style] : spans) {
     whole += text.text();
     styles.resize(whole.size(), style);
   }
-  bool isFirst = true;
-  for (const std::string_view line : brokenAt(whole, width_, indent)) {
-    text_.append(isFirst ? 0 : indent, ' ');
-    isFirst = false;
-    auto style = styles.begin() + (line.data() - whole.data());
+  const size_t left = std::min(indent, width_ - std::min(width_, kLeastRoom));
+  for (const std::string_view line : brokenAt(whole, width_, indent, width_ - left)) {
+    const auto begin = static_cast<size_t>(line.data() - whole.data());
+    text_.append(begin == 0 ? 0 : left, ' ');
     for (size_t at = 0; at < line.size();) {
-      const auto end = std::find_if(style, style + static_cast<std::ptrdiff_t>(line.size() - at),
-                                    [&](Style each) { return each != *style; });
-      const auto length = static_cast<size_t>(end - style);
-      text_ += paint_.in(*style, line.substr(at, length));
-      at += length;
-      style = end;
+      const size_t from = at;
+      const Style style = styles[begin + from];
+      while (at < line.size() && styles[begin + at] == style) ++at;
+      text_ += paint_.in(style, line.substr(from, at - from));
     }
     text_ += '\n';
   }

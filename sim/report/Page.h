@@ -29,7 +29,7 @@ class Page {
   explicit Page(const Looks& looks) : paint_(looks.colour), width_(looks.width) {}
 
   // A line of that; an empty one by default. Where it is too long for the terminal, it goes on in the next one behind
-  // `indent` columns, and does not break within them.
+  // `indent` columns, or fewer where that leaves too little room, and does not break within them.
   void line(const Spans& spans = {}, size_t indent = kIndent);
   const std::string& text() const { return text_; }
 

@@ -148,11 +148,9 @@ Shown Shown::filledTo(size_t columns) && {
   return std::move(*this);
 }
 
-std::vector<std::string_view> brokenAt(std::string_view shown, size_t width, size_t indent) {
-  constexpr size_t kLeastRoom = 20;  // Narrower lines are harder to read than ones that the terminal breaks.
-  const size_t room = std::max(width, indent + kLeastRoom) - indent;
+std::vector<std::string_view> brokenAt(std::string_view shown, size_t width, size_t lead, size_t room) {
   std::vector<std::string_view> lines;
-  size_t fixed = bytesOf(shown, indent);
+  const size_t fixed = bytesOf(shown, lead);
   for (size_t end = lineEnd(shown, fixed, width); end != shown.npos; end = lineEnd(shown, 0, room)) {
     lines.push_back(shown.substr(0, end));
     shown.remove_prefix(std::min(shown.find_first_not_of(' ', end), shown.size()));

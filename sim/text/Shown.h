@@ -34,9 +34,8 @@ class Shown {
   std::string text_;
 };
 
-// The lines that the text of a Shown breaks into on a terminal of `width` columns. They end between words; all but the first
-// leave `indent` columns free, and within the first `indent` columns the text does not break. A word that is longer
-// than a line stays whole.
-std::vector<std::string_view> brokenAt(std::string_view shown, size_t width, size_t indent);
+// The lines that the text of a Shown breaks into. They end between words: the first takes `width` columns, and does not
+// break within `lead` columns, the others take `room` columns. A word that is longer than a line stays whole.
+std::vector<std::string_view> brokenAt(std::string_view shown, size_t width, size_t lead, size_t room);
 
 }  // namespace Sim

@@ -37,11 +37,12 @@ TEST(Shown, DifferentTextsLookDifferent) {
 }
 
 TEST(Shown, LinesBreakBetweenWords) {
-  EXPECT_THAT(brokenAt("  one  two three four five six seven", 20, 7),
+  EXPECT_THAT(brokenAt("  one  two three four five six seven", 20, 7, 19),
               ElementsAre("  one  two three", "four five six seven"));
-  EXPECT_THAT(brokenAt("  a b  c\u00fc\u00fc d", 9, 7), ElementsAre("  a b  c\u00fc\u00fc", "d"));
-  EXPECT_THAT(brokenAt("0123456789abcdefghijklmnop q  r ", 12, 0), ElementsAre("0123456789abcdefghijklmnop", "q  r "));
-  EXPECT_THAT(brokenAt("exactly so", 10, 4), ElementsAre("exactly so"));
+  EXPECT_THAT(brokenAt("  a b  c\u00fc\u00fc d", 9, 7, 9), ElementsAre("  a b  c\u00fc\u00fc", "d"));
+  EXPECT_THAT(brokenAt("0123456789abcdefghijklmnop q  r ", 12, 0, 12),
+              ElementsAre("0123456789abcdefghijklmnop", "q  r "));
+  EXPECT_THAT(brokenAt("exactly so", 10, 4, 4), ElementsAre("exactly so"));
 }
 
 }  // namespace
