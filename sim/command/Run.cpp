@@ -1,7 +1,10 @@
 #include "command/Run.h"
 
 #include <optional>
+#include <set>
 #include <utility>
+
+#include <fmt/format.h>
 
 #include "command/Deviations.h"
 #include "command/ExitStatus.h"
@@ -88,6 +91,19 @@ std::optional<Documents> readDocuments(const CommandLine& line, const FileText& 
   return documents;
 }
 
+// The run has made `writes` writes, and ends without those of `failWrites` that would have come later.
+void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes, Diagnostics& diagnostics) {
+  for (auto each = failWrites.upper_bound(writes); each != failWrites.end(); ++each) {
+    Diagnostic warning;
+    warning.severity = Severity::warning;
+    warning.code = "unreached-write";
+    warning.file = "--fail-write";
+    warning.message = fmt::format("there is no write {}: the run makes {}", *each, writes);
+    warning.remedy = "Name one of those, counted from 1, to see it fail.";
+    diagnostics.add(warning);
+  }
+}
+
 // The simulated device, from its start-up on.
 class Session {
  public:
@@ -154,10 +170,11 @@ std::optional<Outcome> Session::outcomeOf(const Step& step, Diagnostics& diagnos
 }
 
 RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) const {
+  Diagnostics all = diagnostics;
+  warnOfUnreachedWrites(line.failWrites, fpga_->writes(), all);
   std::optional<ModelNode> model;
   if (line.model) model = modelTree(framework_.helper());
-  const ReportInput input{device_,     reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(),
-                          diagnostics, model};
+  const ReportInput input{device_, reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(), all, model};
   return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
           line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .looks = looks})};
 }
