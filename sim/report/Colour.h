@@ -17,7 +17,7 @@ class Paint {
   explicit Paint(bool enabled) : enabled_(enabled) {}
 
   std::string in(Style style, std::string_view text) const {
-    if (!enabled_ || style == Style::plain) return std::string(text);
+    if (!enabled_ || style == Style::plain || text.empty()) return std::string(text);
     return fmt::format(looks(style), "{}", text);
   }
 

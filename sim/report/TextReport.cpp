@@ -20,30 +20,42 @@ namespace {
 struct IntfItem {
   const IntfOutcome& intf;
   const FilterDump& filter;
-  unsigned slots;  // Of the filter, in use or not.
+  unsigned filled;        // Slots of the filter, by this ACL,
+  unsigned slots;         // and all.
+  std::string overruled;  // What of the ACL is overruled there.
 
   bool isActive() const { return intf.state == IntfState::active; }
 };
+
+// What of an ACL is overruled on some interface.
+std::string overruledWords(const AclOutcome& acl) {
+  return fmt::format("its {} of what no slot matches is overruled", permitsUnmatched(acl) ? "permit" : "deny");
+}
 
 constexpr Column<IntfItem> kIntfColumns[] = {
     {"interface", [](const IntfItem& item) { return item.intf.intf.toText(); }},
     {"direction", [](const IntfItem& item) { return std::string(directionName(item.intf.direction)); }},
     {"ACL", [](const IntfItem& item) { return item.intf.acl; }},
     {"state", [](const IntfItem& item) { return std::string(Platform::nameOf(item.intf.state)); },
-     [](const IntfItem& item) { return item.isActive() ? Style::good : Style::bad; }},
-    {"slots", [](const IntfItem& item) { return fmt::format("{}/{}", item.filter.slotsInUse(), item.slots); }},
+     [](const IntfItem& item) {
+       return !item.isActive() ? Style::bad : item.overruled.empty() ? Style::good : Style::odd;
+     }},
+    {"slots", [](const IntfItem& item) { return fmt::format("{}/{}", item.filled, item.slots); }},
     {"unmatched",
      [](const IntfItem& item) {
        return std::string(!item.isActive() ? "-" : item.filter.permitsUnmatched() ? "permit" : "deny");
      }},
-    {"reason", [](const IntfItem& item) { return item.intf.reason.words(); }},
+    {"reason", [](const IntfItem& item) { return item.isActive() ? item.overruled : item.intf.reason.words(); }},
 };
 
 void writeIntfs(Page& page, const StepReport& step, const Device& device) {
   std::vector<IntfItem> items;
   items.reserve(step.outcome.intfs.size());
-  for (const IntfOutcome& intf : step.outcome.intfs) {
-    items.push_back({intf, step.filters.of(intf.intf, intf.direction), device.slots(intf.direction)});
+  for (const AclOutcome& acl : step.outcome.acls) {
+    for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+      items.push_back({intf, step.filters.of(intf.intf, intf.direction), slotsFilled(intf, acl, step),
+                       device.slots(intf.direction), isOverruled(intf, acl, step) ? overruledWords(acl) : ""});
+    }
   }
   writeTable(kIntfColumns, items, page);
 }
@@ -92,11 +104,22 @@ void writeAces(Page& page, const AclOutcome& acl, const StepReport& step) {
   }
 }
 
+// What the state of an ACL leaves out: where it is applied, but not as a whole.
+std::string exceptionWords(const AclOutcome& acl, const StepReport& step) {
+  std::string intfs;
+  for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+    if (isOverruled(intf, acl, step)) intfs += (intfs.empty() ? "" : ", ") + intf.intf.toText();
+  }
+  const bool isException = acl.state == AclState::applied && !intfs.empty();
+  return isException ? fmt::format(", but {} on {}", overruledWords(acl), intfs) : "";
+}
+
 void writeAcl(Page& page, const AclOutcome& acl, const StepReport& step) {
   const std::string direction = acl.isAttached ? fmt::format(", {}", directionName(acl.key.direction)) : std::string();
   page.line();
-  page.line(
-      {{fmt::format("ACL {} ({}{}): ", acl.key.name, acl.typeName, direction)}, {aclWords(acl), styleOf(acl.state)}});
+  page.line({{fmt::format("ACL {} ({}{}): ", acl.key.name, acl.typeName, direction)},
+             {aclWords(acl), styleOf(acl.state)},
+             {exceptionWords(acl, step), Style::odd}});
   // The other refusals are of rules, and have their advice there.
   const bool isOfWholeAcl = acl.aces.empty() || acl.state == AclState::failed;
   if (acl.state != AclState::applied && isOfWholeAcl) writeRemedy(page, 2, explain(acl.reason).remedy);

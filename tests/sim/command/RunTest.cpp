@@ -49,10 +49,17 @@ TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
       {"name": "M", "type": "eth-acl-type", "aces": {"ace": [{"name": "all", "actions": {"forwarding": "drop"}}]}}],
     "attachment-points": {"interface": [
       {"interface-id": "port-1", "ingress": {"acl-sets": {"acl-set": [{"name": "I"}, {"name": "M"}]}}}]}}})";
+  const std::string device = example("edge-switch.json");
   EXPECT_THAT(
-      run({.configFiles = {"c"}}, example("edge-switch.json"), {document}, false).output,
-      HasSubstr("ACL M (eth-acl-type, ingress): applied\n  all  no slot: denies everything that no slot matches; "
-                "not on port-1, where the other ACL of the filter decides it\n"));
+      run({.configFiles = {"c"}}, device, {document}, false).output,
+      AllOf(HasSubstr("I    active  0/24   permit\nport-1     ingress    M    active  0/24   permit     its deny of "
+                      "what no slot matches is overruled\n"),
+            HasSubstr("ACL M (eth-acl-type, ingress): applied, but its deny of what no slot matches is overruled "
+                      "on port-1\n  all  no slot: denies everything that no slot matches; not on port-1, where the "
+                      "other ACL of the filter decides it\n")));
+  const json step = jsonOf(run({.configFiles = {"c"}, .json = true}, device, {document}, false))["steps"][0];
+  EXPECT_TRUE(!step["interfaces"][0]["overruled"] && step["interfaces"][1]["overruled"]);
+  EXPECT_EQ(step["acls"][0]["overruledOn"].dump() + step["acls"][1]["overruledOn"].dump(), R"([]["port-1"])");
 }
 
 // Random desired states: an example without some of its rules and attachments. With `sharing`, some filters have an ACL
