@@ -134,13 +134,6 @@ TEST(Run, TheWayToAStateLeavesNoTraceThatIsNotReported) {
   EXPECT_GT(reported, 0u);
 }
 
-TEST(Run, ColourOnlyWhereAskedFor) {
-  const std::string device = example("edge-switch.json");
-  const std::string config = example("access-edge.json");
-  EXPECT_EQ(run({.configFiles = {"c"}}, device, {config}, false).output.find('\033'), std::string::npos);
-  EXPECT_NE(run({.configFiles = {"c"}}, device, {config}, true).output.find("\033[32mactive"), std::string::npos);
-}
-
 // The lines of progress when the clock advances by `step` whenever it is read.
 std::vector<std::string> progressOf(std::chrono::milliseconds step) {
   std::vector<std::string> lines;
