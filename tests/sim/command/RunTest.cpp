@@ -62,6 +62,23 @@ TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
   EXPECT_EQ(step["acls"][0]["overruledOn"].dump() + step["acls"][1]["overruledOn"].dump(), R"([]["port-1"])");
 }
 
+TEST(Run, ARefusedAclFillsTheSlotsThatItsPreviousVersionKeeps) {
+  // On port-1, an ACL of that name with one rule.
+  const auto document = [](const std::string& name, const std::string& more) {
+    return fmt::format(R"({{"ietf-access-control-list:acls": {{"acl": [{{"name": "{0}", "type": "ipv4-acl-type", "aces":
+        {{"ace": [{{"name": "a", "actions": {{"forwarding": "accept"}}, "matches": {{"ipv4":
+        {{"source-ipv4-network": "192.0.2.1/32"{1}}}}}}}]}}}}], "attachment-points": {{"interface": [
+        {{"interface-id": "port-1", "ingress": {{"acl-sets": {{"acl-set": [{{"name": "{0}"}}]}}}}}}]}}}}}})",
+                       name, more);
+  };
+  for (const auto& [name, slots] : {std::pair("A", 1), {"B", 0}}) {
+    const json steps = jsonOf(run({.configFiles = {"v1", "v2"}, .json = true}, example("edge-switch.json"),
+                                  {document("A", ""), document(name, R"(, "length": 40)")}, false))["steps"];
+    EXPECT_EQ(steps[1]["interfaces"][0]["state"], "refused");
+    EXPECT_EQ(steps[1]["interfaces"][0]["slotsUsed"], slots) << name;
+  }
+}
+
 // Random desired states: an example without some of its rules and attachments. With `sharing`, some filters have an ACL
 // of each type, which may conflict.
 class Sequences {
