@@ -173,7 +173,10 @@ void writeModel(Page& page, const ModelNode& node, size_t depth) {
 
 // What has changed with the step, which is the `number`th of several.
 void writeStepHead(Page& page, const StepReport& step, size_t number) {
-  if (number > 1) page.line(), page.line();
+  if (number > 1) {
+    page.line();
+    page.line();
+  }
   page.line({{fmt::format("Step {}: {}", number, step.file.empty() ? "--set" : step.file), Style::head}});
   for (const std::string& setting : step.settings) page.line({{"  " + setting}});
   for (const Change& change : step.outcome.changes) page.line({{"  " + changeWords(change)}});
