@@ -108,7 +108,7 @@ Device readDevice(const std::string& file, std::string_view text, Diagnostics& d
   Device device = deviceOf(document);
   if (!device.namesKnown) {
     document.report(Severity::warning, "", "not-checked",
-                    "no configuration was checked, as it is not known which interfaces there are",
+                    "no interface that a configuration names was checked, as it is not known which there are",
                     "Mend the device description first.");
   }
   return device;

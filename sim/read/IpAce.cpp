@@ -172,9 +172,21 @@ void readLayer4(const Place& place, const Layer4& layer4, IpRule& rule) {
   rule.destination = place.read("destination-port", readPorts);
 }
 
+// The helper accepts a fragment rule, and programs nothing for it.
+void warnOfFragments(const Place& ace, Acl::Action action) {
+  ace.warning(
+      "fragments-not-enforced",
+      fmt::format("this {} has no effect: the hardware does not tell fragments apart, and the other rules decide "
+                  "what becomes of them",
+                  action),
+      "Remove the ACE; or, if all packets that it matches otherwise are meant, which is wider, leave out the "
+      "flags and the offset: it is then checked as any other rule.");
+}
+
 }  // namespace
 
 AceRule readIpAce(const Place& ace) {
+  const size_t errorsBefore = ace.errors();
   IpRule rule;
   bool isFragments = false;
   rule.config.action = readAction(ace).value_or(Acl::Action::deny);
@@ -189,8 +201,9 @@ AceRule readIpAce(const Place& ace) {
       if (const auto place = matches->object(each.name)) readLayer4(*place, each, rule);
     }
   }
-  if (isFragments) return FragmentRule{{.action = rule.config.action, .filter = rule.config.filter}};
-  return rule;
+  if (!isFragments) return rule;
+  if (ace.errors() == errorsBefore) warnOfFragments(ace, rule.config.action);
+  return FragmentRule{{.action = rule.config.action, .filter = rule.config.filter}};
 }
 
 }  // namespace Sim
