@@ -67,6 +67,7 @@ std::string outcome(const std::string& document) {
     for (const std::string& place : {kAce + "/matches", kAce}) {
       if (const auto at = each.find(place); at != each.npos) each.erase(at, place.size());
     }
+    if (each.ends_with(' ')) each.pop_back();  // It is about the ACE as a whole.
   }
   if (!read.acls.at(0).aces.empty()) found.insert(found.begin(), ruleWords(read.acls[0].aces[0]));
   return fmt::format("{}", fmt::join(found, "`, `"));
