@@ -1,10 +1,13 @@
 #include "command/CommandLine.h"
 
+#include <algorithm>
+#include <sstream>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
-#include "command/ExitStatus.h"
+#include "command/Files.h"
+#include "text/Shown.h"
 
 namespace Sim {
 namespace {
@@ -32,11 +35,31 @@ device.json: {"inRules": 24, "outRules": 24, "aclDropDelay": false,
               "interfaces": [{"name": "port-1", "core": 1, "portGroup": 1}]}
 acls.json:   ACLs in the IETF's model, RFC 8519, as JSON
 
-Exit status: 0 all applied, 1 something refused or failed on the device, 2 bad input or usage.)";
+A file named - is standard input.
+
+Exit status: 0 all applied, 1 something refused or failed on the device, 2 bad input or usage, 3 the report could not be
+written.)";
+
+// How often standard input is named.
+std::ptrdiff_t inputsOf(const CommandLine& line) {
+  return std::ranges::count(line.configFiles, kStandardInput) + (line.deviceFile == kStandardInput ? 1 : 0);
+}
+
+// What --help, --version or bad usage come to.
+RunResult endOf(CLI::App& app, const CLI::ParseError& error) {
+  // The message repeats arguments as they are.
+  app.failure_message([](const CLI::App*, const CLI::Error& fault) {
+    return Shown(fault.what()).text() + "\nRun with --help for more information.\n";
+  });
+  std::ostringstream output;
+  std::ostringstream complaint;
+  const bool isFine = app.exit(error, output, complaint) == 0;
+  return {isFine ? kAllApplied : kBadInput, output.str(), complaint.str()};
+}
 
 }  // namespace
 
-std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, int& exitStatus) {
+std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, RunResult& end) {
   CommandLine line;
   CLI::App app(kDescription, "kestrix-sim");
   app.footer(kExamples);
@@ -82,8 +105,9 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, i
 
   try {
     app.parse(argc, argv);
+    if (inputsOf(line) > 1) throw CLI::ValidationError("Standard input, -, can be read only once");
   } catch (const CLI::ParseError& error) {
-    exitStatus = app.exit(error) == 0 ? kAllApplied : kBadInput;
+    end = endOf(app, error);
     return {};
   }
   size_t configs = 0;

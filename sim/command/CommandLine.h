@@ -8,10 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "command/ExitStatus.h"
+
 namespace Sim {
 
 struct CommandLine {
-  std::string deviceFile = {};
+  std::string deviceFile = {};                // "-" is standard input, here and in configFiles; once at most.
   std::vector<std::string> configFiles = {};  // One desired state after the other.
   struct Setting {
     size_t position;   // The number of configurations before it.
@@ -26,7 +28,7 @@ struct CommandLine {
   std::optional<bool> dropDelay = {};  // Overrides the device's.
 };
 
-// None when the run ends here, as after --help; `exitStatus` is then set.
-std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, int& exitStatus);
+// None when the run ends here, as after --help; `end` then says how.
+std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, RunResult& end);
 
 }  // namespace Sim

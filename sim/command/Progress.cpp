@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include "text/Shown.h"
+
 namespace Sim {
 namespace {
 
@@ -31,7 +33,7 @@ void Progress::show(const std::string& line) {
   if (!write_ || now_() < next_) return;
   next_ = now_() + kBetweenLines;
   isShown_ = true;
-  write_(fmt::format("{}{}", kClearLine, line));
+  write_(fmt::format("{}{}", kClearLine, Shown(line).text()));
 }
 
 }  // namespace Sim

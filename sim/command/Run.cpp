@@ -1,7 +1,10 @@
 #include "command/Run.h"
 
 #include <optional>
+#include <set>
 #include <utility>
+
+#include <fmt/format.h>
 
 #include "command/Deviations.h"
 #include "command/ExitStatus.h"
@@ -15,8 +18,8 @@
 namespace Sim {
 namespace {
 
-RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, bool colour) {
-  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, colour)};
+RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) {
+  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
 }
 
 // A step of the command line: a configuration, or, where there is none, what is set between two of them.
@@ -44,23 +47,61 @@ struct Documents {
   std::vector<Configuration> configurations;
 };
 
-// None when they cannot be applied, as diagnostics then say.
-std::optional<Documents> readDocuments(const CommandLine& line, const std::string& deviceText,
-                                       const std::vector<std::string>& configTexts, Diagnostics& diagnostics,
+// The text of a file; none, and a diagnostic, when it could not be read.
+const std::string* textOf(const std::string& name, const FileText& file, Diagnostics& diagnostics) {
+  if (file.fault.empty()) return &file.text;
+  Diagnostic fault;
+  fault.code = "unreadable-file";
+  fault.file = name;
+  fault.message = "it cannot be read: " + file.fault;
+  fault.remedy = "Correct the name, or what keeps it from being read.";
+  diagnostics.add(fault);
+  return nullptr;
+}
+
+// The same diagnostics, but for those that may come from what is missing of a broken device.
+void addOfBrokenDevice(const Diagnostics& found, Diagnostics& diagnostics) {
+  for (const Diagnostic& each : found.all()) {
+    if (each.code != "unknown-interface") diagnostics.add(each);
+  }
+}
+
+// None when they cannot be applied, as diagnostics then say: all that is wrong with any of them.
+std::optional<Documents> readDocuments(const CommandLine& line, const FileText& device,
+                                       const std::vector<FileText>& configs, Diagnostics& diagnostics,
                                        Progress& progress) {
+  Documents documents;
   progress.begin("reading " + line.deviceFile);
-  Documents documents{readDevice(line.deviceFile, deviceText, diagnostics), {}};
-  // What is missing from a broken device would be missed in the configurations, too.
-  if (diagnostics.hasErrors()) return {};
-  documents.configurations.reserve(configTexts.size());
-  for (size_t i = 0; i < configTexts.size(); ++i) {
+  const std::string* const deviceText = textOf(line.deviceFile, device, diagnostics);
+  if (deviceText != nullptr) documents.device = readDevice(line.deviceFile, *deviceText, diagnostics);
+  const bool isDeviceBroken = deviceText == nullptr || !documents.device.namesKnown;
+  documents.configurations.reserve(configs.size());
+  for (size_t i = 0; i < configs.size(); ++i) {
     const std::string& file = line.configFiles.at(i);
     progress.begin("reading " + file);
-    documents.configurations.push_back(readConfiguration(file, configTexts[i], documents.device, diagnostics));
+    Diagnostics ofBrokenDevice;
+    Diagnostics& found = isDeviceBroken ? ofBrokenDevice : diagnostics;
+    if (const std::string* const text = textOf(file, configs[i], found)) {
+      documents.configurations.push_back(readConfiguration(file, *text, documents.device, found));
+    }
+    addOfBrokenDevice(ofBrokenDevice, diagnostics);
   }
   if (diagnostics.hasErrors()) return {};
   if (line.dropDelay) documents.device.aclDropDelay = *line.dropDelay;
   return documents;
+}
+
+// The run has made `writes` writes, and ends without those of `failWrites` that would have come later.
+void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes, Diagnostics& diagnostics) {
+  for (auto each = failWrites.upper_bound(writes); each != failWrites.end(); ++each) {
+    Diagnostic warning;
+    warning.severity = Severity::warning;
+    warning.code = "unreached-write";
+    warning.file = "--fail-write";
+    warning.message = fmt::format("there is no write {}: the run makes {}", *each, writes);
+    warning.remedy = "Name one of those, counted from 1, to see it fail.";
+    diagnostics.add(warning);
+  }
 }
 
 // The simulated device, from its start-up on.
@@ -78,7 +119,7 @@ class Session {
   // Whether the step could be taken; a diagnostic says why not.
   bool take(const Step& step, Diagnostics& diagnostics);
   // Of the steps that were taken; of the model, too, where it is asked for.
-  RunResult report(const CommandLine& line, const Diagnostics& diagnostics, bool colour) const;
+  RunResult report(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) const;
 
  private:
   // None when the step cannot be taken.
@@ -128,13 +169,14 @@ std::optional<Outcome> Session::outcomeOf(const Step& step, Diagnostics& diagnos
   return {};
 }
 
-RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostics, bool colour) const {
+RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) const {
+  Diagnostics all = diagnostics;
+  warnOfUnreachedWrites(line.failWrites, fpga_->writes(), all);
   std::optional<ModelNode> model;
   if (line.model) model = modelTree(framework_.helper());
-  const ReportInput input{device_,     reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(),
-                          diagnostics, model};
+  const ReportInput input{device_, reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(), all, model};
   return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
-          line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .colour = colour})};
+          line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .looks = looks})};
 }
 
 // None when the library refuses the device, as a diagnostic then says.
@@ -155,18 +197,27 @@ std::optional<Session> start(const CommandLine& line, const Device& device, Prog
 
 }  // namespace
 
-RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
-              bool colour, Progress& progress) {
+RunResult run(const CommandLine& line, const FileText& device, const std::vector<FileText>& configs, const Looks& looks,
+              Progress& progress) {
   Diagnostics diagnostics;
-  const auto documents = readDocuments(line, deviceText, configTexts, diagnostics, progress);
-  if (!documents) return badInput(line, diagnostics, colour);
+  const auto documents = readDocuments(line, device, configs, diagnostics, progress);
+  if (!documents) return badInput(line, diagnostics, looks);
   auto session = start(line, documents->device, progress, diagnostics);
-  if (!session) return badInput(line, diagnostics, colour);
+  if (!session) return badInput(line, diagnostics, looks);
   for (const Step& step : stepsOf(line, documents->configurations)) {
-    if (!session->take(step, diagnostics)) return badInput(line, diagnostics, colour);
+    if (!session->take(step, diagnostics)) return badInput(line, diagnostics, looks);
   }
   progress.begin("writing the report");
-  return session->report(line, diagnostics, colour);
+  return session->report(line, diagnostics, looks);
+}
+
+RunResult run(const CommandLine& line, const std::string& deviceText, const std::vector<std::string>& configTexts,
+              bool colour) {
+  std::vector<FileText> configs;
+  configs.reserve(configTexts.size());
+  for (const std::string& text : configTexts) configs.push_back({text});
+  Progress none;
+  return run(line, {deviceText}, configs, {.colour = colour}, none);
 }
 
 }  // namespace Sim

@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "read/Quote.h"
+
 namespace Sim {
 namespace {
 
@@ -20,7 +22,7 @@ void checkLogging(const Place& place) {
   if (withoutPrefix(*logging) == "log-syslog") {
     return place.warning("not-logged", "the hardware does not log: the rule is applied without", "Remove the logging.");
   }
-  place.error("unknown-value", fmt::format("\"{}\" is not a log action", *logging), "Write log-none.");
+  place.error("unknown-value", fmt::format("{} is not a log action", inQuotes(*logging)), "Write \"log-none\".");
 }
 
 std::optional<Acl::Action> readForwarding(const Place& place) {
@@ -30,9 +32,10 @@ std::optional<Acl::Action> readForwarding(const Place& place) {
   if (identity == "accept") return Acl::Action::permit;
   if (identity == "drop") return Acl::Action::deny;
   if (identity == "reject") {
-    place.error("no-reject", "the hardware sends no ICMP error, which \"reject\" asks for", "Write \"drop\".");
+    place.error("no-reject", "the hardware sends no ICMP error, which \"reject\" asks for",
+                "Write \"drop\", which sends none.");
   } else {
-    place.error("unknown-value", fmt::format("\"{}\" is not a forwarding action", *forwarding),
+    place.error("unknown-value", fmt::format("{} is not a forwarding action", inQuotes(*forwarding)),
                 "Write \"accept\" or \"drop\".");
   }
   return {};

@@ -1,6 +1,7 @@
 #include "read/ConfigurationReader.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <set>
 #include <tuple>
@@ -9,6 +10,7 @@
 
 #include "read/AceReader.h"
 #include "read/Document.h"
+#include "read/Quote.h"
 
 namespace Sim {
 namespace {
@@ -27,18 +29,32 @@ constexpr TypeRow kTypes[] = {
     {"mixed-eth-ipv6-acl-type", static_cast<Acl::AclType>(4)},
     {"mixed-eth-ipv4-ipv6-acl-type", static_cast<Acl::AclType>(5)},
 };
-constexpr auto kUnknownType = static_cast<Acl::AclType>(255);
+constexpr const TypeRow& kIpv4 = kTypes[0];
+constexpr const TypeRow& kMac = kTypes[2];
 
-Acl::AclType typeOf(std::string_view identity) {
-  for (const TypeRow& row : kTypes) {
-    if (row.identity == identity) return row.type;
-  }
-  return kUnknownType;
+// What names of a type often contain that is meant.
+struct NearMiss {
+  std::string_view part;  // In lower case.
+  const TypeRow* meant;   // Null where the hardware takes no such type.
+};
+constexpr NearMiss kNearMisses[] = {
+    {"mixed", nullptr}, {"6", nullptr}, {"mac", &kMac}, {"eth", &kMac}, {"l2", &kMac},
+    {"layer2", &kMac},  {"ip", &kIpv4}, {"l3", &kIpv4}, {"4", &kIpv4},
+};
+
+const TypeRow* typeOf(std::string_view identity) {
+  const auto* row = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                 [&](const TypeRow& each) { return each.identity == identity; });
+  return row == std::end(kTypes) ? nullptr : row;
 }
 
-// The length of a YANG string: its characters, not its octets.
-size_t characters(const std::string& text) {
-  return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+// The type that was meant by a name of none; null when that is not clear.
+const TypeRow* meantBy(std::string name) {
+  std::transform(name.begin(), name.end(), name.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  const auto* row = std::find_if(std::begin(kNearMisses), std::end(kNearMisses),
+                                 [&](const NearMiss& each) { return name.find(each.part) != name.npos; });
+  return row == std::end(kNearMisses) ? nullptr : row->meant;
 }
 
 class Reader {
@@ -66,47 +82,63 @@ class Reader {
 
  private:
   // The name of a list entry, its key: 1 to 64 characters, once in `seen`.
-  std::optional<std::string> readName(const Place& entry, std::string_view what, std::set<std::string>& seen) {
+  static std::optional<std::string> readName(const Place& entry, std::string_view what, std::set<std::string>& seen,
+                                             std::string_view remedyForSecond) {
     const auto place = entry.required("name", fmt::format("Name the {}.", what));
     auto name = place ? place->text() : std::nullopt;
     if (!name) return {};
     if (name->empty() || characters(*name) > 64) {
-      place->error("out-of-range", fmt::format("the name of an {} has 1 to 64 characters", what), "Shorten it.");
+      place->error("out-of-range", fmt::format("the name of an {} has 1 to 64 characters", what),
+                   name->empty() ? fmt::format("Name the {}.", what) : "Shorten it.");
       return {};
     }
     if (!seen.insert(*name).second) {
-      place->error("duplicate-name", fmt::format("there is another {} \"{}\"", what, *name), "Rename one of them.");
+      place->error("duplicate-name", fmt::format("there is another {} {}", what, inQuotes(*name)),
+                   std::string(remedyForSecond));
       return {};
     }
     return name;
   }
 
-  // The name of an ACL's type, without the module's prefix.
-  static std::optional<std::string> readType(const Place& acl) {
-    const auto place = acl.required("type", R"(Add "type": "ipv4-acl-type".)");
-    auto name = place ? place->text() : std::nullopt;
+  // An ACL's type, after a diagnostic the one that was meant. Null when that is not clear.
+  static const TypeRow* readType(const Place& acl) {
+    const auto place = acl.required("type", R"(Add "type": "ipv4-acl-type" or "eth-acl-type", as its ACEs match.)");
+    const auto text = place ? place->text() : std::nullopt;
+    if (!text) return nullptr;
     constexpr std::string_view kPrefix = "ietf-access-control-list:";
-    if (name && name->starts_with(kPrefix)) name->erase(0, kPrefix.size());
-    return name;
+    const std::string name = text->starts_with(kPrefix) ? text->substr(kPrefix.size()) : *text;
+    if (const TypeRow* known = typeOf(name)) return known;
+    const TypeRow* const meant = meantBy(name);
+    place->error("unknown-value", fmt::format("{} is not a type of ACL", inQuotes(*text)),
+                 meant != nullptr ? fmt::format("Write \"{}\".", meant->identity)
+                                  : fmt::format("Write \"{}\" or \"{}\": the hardware takes no other type.",
+                                                kIpv4.identity, kMac.identity));
+    return meant;
   }
 
   void readAcl(const Place& place) {
-    const auto name = readName(place, "ACL", aclNames_);
+    const auto name = readName(place, "ACL", aclNames_, "Rename one of them.");
     document_.aboutAcl(name.value_or(""));
     place.onlyMembers({"name", "type", "aces"});
-    const auto typeName = readType(place);
-    AclConfiguration acl{name.value_or(""), typeName.value_or(""), typeOf(typeName.value_or("")), {}};
+    const TypeRow* const type = readType(place);
+    AclConfiguration acl{.name = name.value_or(""), .typeName = {}, .aces = {}};
+    if (type != nullptr) {
+      acl.typeName = type->identity;
+      acl.type = type->type;
+    }
     if (const auto aces = place.object("aces")) {
       aces->onlyMembers({"ace"});
       std::set<std::string> aceNames;
-      aces->forEachEntry("ace", [&](const Place& ace) { readAceOf(acl, ace, aceNames, typeName.has_value()); });
+      aces->forEachEntry("ace", [&](const Place& ace) { readAceOf(acl, ace, aceNames, type != nullptr); });
     }
     document_.aboutAcl("");
-    if (name) configuration_.acls.push_back(std::move(acl));
+    if (!name) return;
+    aclByName_.emplace(*name, configuration_.acls.size());
+    configuration_.acls.push_back(std::move(acl));
   }
 
   void readAceOf(AclConfiguration& acl, const Place& place, std::set<std::string>& names, bool typeKnown) {
-    const auto name = readName(place, "ACE", names);
+    const auto name = readName(place, "ACE", names, "Rename one of them.");
     document_.aboutAce(name.value_or(""));
     // What its matches mean depends on the type.
     const auto rule = typeKnown ? readAce(place, acl.type) : std::nullopt;
@@ -122,13 +154,14 @@ class Reader {
 
   void readInterface(const Place& place, std::set<std::string>& names) {
     place.onlyMembers({"name", "description", "type", "enabled", "link-up-down-trap-enable"});
-    const auto name = readName(place, "interface", names);
+    const auto name = readName(place, "interface", names, "Remove one of them.");
     const auto enabledPlace = place.member("enabled");
     const auto enabled = enabledPlace ? enabledPlace->boolean() : true;
     if (!name || !enabled) return;
     const Interface* interface = device_.find(*name);
     if (interface == nullptr) {
-      place.warning("unknown-interface", fmt::format("the device has no interface \"{}\"", *name), "It is left out.");
+      place.warning("unknown-interface", fmt::format("the device has no interface {}", inQuotes(*name)),
+                    "Correct the name; otherwise it is left out.");
     } else if (!*enabled) {
       configuration_.disabled.insert(interface->id);
     }
@@ -140,12 +173,12 @@ class Reader {
     const auto id = idPlace ? idPlace->text() : std::nullopt;
     if (!id) return;
     if (!attachmentPoints_.insert(*id).second) {
-      idPlace->error("duplicate-name", fmt::format("there is another attachment point \"{}\"", *id),
-                     "Put all ACL sets of an interface into one.");
+      idPlace->error("duplicate-name", fmt::format("there is another attachment point {}", inQuotes(*id)),
+                     "Put all ACL sets of an interface into one: one of each type, each way.");
     }
     const Interface* interface = device_.find(*id);
     if (interface == nullptr) {
-      idPlace->error("unknown-interface", fmt::format("the device has no interface \"{}\"", *id),
+      idPlace->error("unknown-interface", fmt::format("the device has no interface {}", inQuotes(*id)),
                      "Correct the name, or add the interface to the device description.");
     }
     for (const auto direction : {Acl::AclDirection::in, Acl::AclDirection::out}) {
@@ -174,31 +207,34 @@ class Reader {
   const AclConfiguration* readAclSet(const Place& set, std::set<std::string>& names,
                                      std::map<std::string, std::string>& aclOfType) {
     set.onlyMembers({"name"});
-    const auto name = readName(set, "ACL set", names);
+    const auto name = readName(set, "ACL set", names, "Remove one of them.");
     if (!name) return nullptr;
-    const auto acl = std::find_if(configuration_.acls.begin(), configuration_.acls.end(),
-                                  [&](const auto& each) { return each.name == *name; });
-    if (acl == configuration_.acls.end()) {
+    const auto found = aclByName_.find(*name);
+    if (found == aclByName_.end()) {
       if (!aclNames_.contains(*name)) {
-        set.error("unknown-acl", fmt::format("there is no ACL \"{}\"", *name), "Correct the name, or add the ACL.");
+        set.error("unknown-acl", fmt::format("there is no ACL {}", inQuotes(*name)),
+                  "Correct the name, or add the ACL.");
       }
       return nullptr;
     }
+    const AclConfiguration* const acl = &configuration_.acls[found->second];
     const auto [other, isFirst] = aclOfType.try_emplace(acl->typeName, *name);
     if (!isFirst) {
       set.error("same-type",
                 fmt::format("\"{}\" and \"{}\" are both of type {}; a filter takes one ACL of a type", other->second,
                             *name, acl->typeName),
-                "Merge them into one ACL, or detach one of them.");
+                "Merge them into one ACL, as far as its rules match the same side and fit the slots, or detach one of "
+                "them.");
       return nullptr;
     }
-    return &*acl;
+    return acl;
   }
 
   // Interfaces that share filters write them in turn, so they must have the same ACLs, and be enabled or not, together.
   void checkSharedFilters() {
     std::map<std::pair<uint16_t, uint16_t>, const Interface*> firstOf;
     for (const Interface& interface : device_.interfaces) {
+      if (interface.core == 0 || interface.portGroup == 0) continue;
       const auto [position, isFirst] = firstOf.try_emplace({interface.core, interface.portGroup}, &interface);
       if (isFirst) continue;
       const Interface& first = *position->second;
@@ -218,6 +254,7 @@ class Reader {
   const Device& device_;
   Configuration configuration_;
   std::set<std::string> aclNames_;
+  std::map<std::string, size_t> aclByName_;  // Positions in the configuration.
   std::set<std::string> attachmentPoints_;
   std::map<Platform::IntfId, std::set<std::pair<Acl::AclDirection, std::string>>> aclsOf_;
 };

@@ -25,6 +25,8 @@ struct Device {
   bool aclDropDelay = false;
   std::vector<Interface> interfaces;
   std::map<std::string, size_t, std::less<>> byName;  // Positions in `interfaces`.
+  // Whether the name of each interface could be read. Otherwise it is not known what a configuration may name.
+  bool namesKnown = false;
 
   // Null when the device has no such interface.
   const Interface* find(std::string_view name) const;
@@ -40,7 +42,8 @@ inline std::string_view directionName(Acl::AclDirection direction) {
   return direction == Acl::AclDirection::in ? "ingress" : "egress";
 }
 
-// Reads a device description; what is wrong goes to `diagnostics`.
+// Reads a device description; what is wrong goes to `diagnostics`. An interface whose core or port group cannot be read
+// has 0 there.
 Device readDevice(const std::string& file, std::string_view text, Diagnostics& diagnostics);
 
 }  // namespace Sim

@@ -6,74 +6,120 @@
 
 #include <fmt/format.h>
 
+#include "read/Quote.h"
+
 namespace Sim {
 namespace {
 
+// A document of the model has 12 levels.
+constexpr size_t kMostLevels = 64;
+// An object of the model has 11 members at most; one of the parser looks at all of them for each that is added.
+constexpr size_t kMostMembers = 1000;
+// What a message shows of a path, and of what the parser says; and a path of each of its names.
+constexpr size_t kMostOfPath = 256;
+constexpr size_t kMostOfParserMessage = 200;
+constexpr size_t kMostOfName = 64;
+
 std::string childPath(const std::string& path, std::string_view name) {
   std::string child = path + "/";
-  for (const char c : name) child += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
+  for (const char c : cut(name, kMostOfName)) child += c == '~' ? "~0" : c == '/' ? "~1" : std::string(1, c);
   return child;
 }
 
-// Follows the events of the parser to know where each key stands, as the parsed value no longer shows duplicates.
-class DuplicateFinder {
+// Follows the events of the parser, for what the parsed value no longer shows or is not to be built for.
+class Survey final : public Json::json_sax_t {
  public:
-  explicit DuplicateFinder(std::function<void(std::string path)> found) : found_(std::move(found)) {}
+  bool isTooDeep() const { return isTooDeep_; }
+  bool hasTooManyMembers() const { return !open_.empty() && open_.back().keys.size() > kMostMembers; }
+  // Of the value that is being parsed.
+  std::string path() const {
+    std::string path;
+    for (const Container& each : open_) path = childPath(path, each.isArray ? std::to_string(each.index) : each.key);
+    return path;
+  }
+  // Each key that stands a second time in its object.
+  const std::vector<std::string>& duplicates() const { return duplicates_; }
+  // What the parser stumbled over, if it did, and behind which byte.
+  const std::string& failure() const { return failure_; }
+  size_t failedAt() const { return failedAt_; }
 
-  bool operator()(Json::parse_event_t event, const Json& value) {
-    using Event = Json::parse_event_t;
-    switch (event) {
-      case Event::object_start:
-      case Event::array_start:
-        open_.push_back({event == Event::array_start, path_, 0, {}});
-        enterElement();
-        break;
-      case Event::key: {
-        const auto& key = value.get_ref<const std::string&>();
-        path_ = childPath(open_.back().path, key);
-        if (!open_.back().keys.insert(key).second) found_(path_);
-        break;
-      }
-      case Event::object_end:
-      case Event::array_end:
-        path_ = open_.back().path;
-        open_.pop_back();
-        leaveElement();
-        break;
-      case Event::value:
-        leaveElement();
-        break;
-    }
-    return true;
+  bool null() override { return leaveValue(); }
+  bool boolean(bool) override { return leaveValue(); }
+  bool number_integer(number_integer_t) override { return leaveValue(); }
+  bool number_unsigned(number_unsigned_t) override { return leaveValue(); }
+  bool number_float(number_float_t, const string_t&) override { return leaveValue(); }
+  bool string(string_t&) override { return leaveValue(); }
+  bool binary(binary_t&) override { return leaveValue(); }
+  bool start_object(size_t) override { return enter(/*isArray=*/false); }
+  bool start_array(size_t) override { return enter(/*isArray=*/true); }
+  bool end_object() override { return leave(); }
+  bool end_array() override { return leave(); }
+  bool key(string_t& name) override {
+    open_.back().key = name;
+    if (!open_.back().keys.insert(name).second) duplicates_.push_back(path());
+    return !hasTooManyMembers();
+  }
+  bool parse_error(size_t position, const std::string&, const Json::exception& error) override {
+    failedAt_ = position;
+    failure_ = error.what();
+    return false;
   }
 
  private:
   struct Container {
     bool isArray;
-    std::string path;
-    size_t index;
-    std::set<std::string> keys;
+    size_t index = 0;
+    std::string key = {};
+    std::set<std::string> keys = {};
   };
 
-  void enterElement() {
-    if (open_.back().isArray) path_ = childPath(open_.back().path, std::to_string(open_.back().index));
+  bool enter(bool isArray) {
+    isTooDeep_ = open_.size() == kMostLevels;
+    if (!isTooDeep_) open_.push_back({isArray});
+    return !isTooDeep_;
   }
-  void leaveElement() {
-    if (open_.empty() || !open_.back().isArray) return;
-    ++open_.back().index;
-    enterElement();
+  bool leave() {
+    open_.pop_back();
+    return leaveValue();
+  }
+  bool leaveValue() {
+    if (!open_.empty()) ++open_.back().index;
+    return true;
   }
 
-  std::function<void(std::string)> found_;
   std::vector<Container> open_;
-  std::string path_;
+  bool isTooDeep_ = false;
+  std::vector<std::string> duplicates_;
+  std::string failure_;
+  size_t failedAt_ = 0;
 };
 
-std::string placeInText(std::string_view text, size_t byte) {
-  const std::string_view before = text.substr(0, std::min(byte == 0 ? 0 : byte - 1, text.size()));
+// Where the first array or object stands that is nested too deep, in a text that is JSON up to there.
+size_t firstTooDeep(std::string_view text) {
+  size_t levels = 0;
+  bool isInString = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '"') isInString = !isInString;
+    if (isInString) {
+      if (c == '\\') ++i;
+    } else if (c == '[' || c == '{') {
+      if (++levels > kMostLevels) return i;
+    } else if (c == ']' || c == '}') {
+      --levels;
+    }
+  }
+  return text.size();
+}
+
+bool holdsNothing(const Json& value) {
+  return value.is_object() && std::all_of(value.begin(), value.end(), holdsNothing);
+}
+
+// The place behind `before`.
+std::string placeInText(std::string_view before) {
   const auto line = std::count(before.begin(), before.end(), '\n') + 1;
-  const auto lastBreak = before.rfind('\n');
-  const size_t column = before.size() - (lastBreak == before.npos ? 0 : lastBreak + 1) + 1;
+  const size_t column = characters(before.substr(before.rfind('\n') + 1)) + 1;
   return fmt::format("line {}, column {}", line, column);
 }
 
@@ -82,33 +128,53 @@ std::string parserMessage(std::string message) {
   for (const std::string_view start : {"] ", ": "}) {
     if (const auto at = message.find(start); at != message.npos) message.erase(0, at + start.size());
   }
-  return message;
+  return cut(message, kMostOfParserMessage);
 }
 
 }  // namespace
 
 Document::Document(std::string file, std::string_view text, Diagnostics& diagnostics)
-    : file_(std::move(file)), diagnostics_(diagnostics) {
-  DuplicateFinder duplicates([this](std::string path) {
-    report(Severity::error, std::move(path), "duplicate-key", "the key stands here a second time", "Keep one of them.");
-  });
-  try {
-    value_ = Json::parse(text, [&](int, Json::parse_event_t event, Json& value) { return duplicates(event, value); });
-  } catch (const Json::parse_error& error) {
-    broken_ = true;
-    report(Severity::error, "", "broken-json",
-           fmt::format("{}: {}", placeInText(text, error.byte), parserMessage(error.what())),
-           "Mend the JSON at that place.");
-  } catch (const Json::exception& error) {
-    broken_ = true;
-    report(Severity::error, "", "broken-json", parserMessage(error.what()), "Mend the JSON.");
-  }
-  if (broken_) value_ = Json::object();
+    : file_(std::move(file)), diagnostics_(diagnostics), broken_(!survey(text)) {
+  if (!broken_) value_ = Json::parse(text);
 }
 
-void Document::report(Severity severity, std::string path, std::string code, std::string message, std::string remedy) {
+bool Document::survey(std::string_view text) {
+  const auto broken = [&](const std::string& path, std::string code, size_t at, std::string_view what,
+                          std::string remedy) {
+    report(Severity::error, path, std::move(code), fmt::format("{}: {}", placeInText(text.substr(0, at)), what),
+           std::move(remedy));
+    return false;
+  };
+  // To the parser it is the end of the text.
+  if (const size_t nul = text.find('\0'); nul != text.npos) {
+    return broken("", "broken-json", nul, "a NUL octet", "Remove it; save the file as UTF-8, not as UTF-16.");
+  }
+  Survey survey;
+  const bool isSound = Json::sax_parse(text, &survey);
+  for (const std::string& path : survey.duplicates()) {
+    report(Severity::error, path, "duplicate-key", "the key stands here a second time", "Keep one of them.");
+  }
+  if (isSound) return true;
+  if (survey.isTooDeep()) {
+    return broken(survey.path(), "too-deep", firstTooDeep(text),
+                  fmt::format("arrays and objects are nested more than {} deep", kMostLevels),
+                  "Remove what is nested there: no configuration or device is as deep.");
+  }
+  if (survey.hasTooManyMembers()) {
+    report(Severity::error, survey.path(), "too-many-members",
+           fmt::format("the object has more than {} members", kMostMembers),
+           "Remove this one and those behind it: none of them is read.");
+    return false;
+  }
+  const size_t at = std::min(survey.failedAt(), text.size() + 1);
+  return broken("", "broken-json", at == 0 ? 0 : at - 1, parserMessage(survey.failure()),
+                "Mend the JSON at that place.");
+}
+
+void Document::report(Severity severity, const std::string& path, std::string code, std::string message,
+                      std::string remedy) {
   diagnostics_.add(
-      {severity, std::move(code), file_, std::move(path), acl_, ace_, std::move(message), std::move(remedy)});
+      {severity, std::move(code), file_, cut(path, kMostOfPath), acl_, ace_, std::move(message), std::move(remedy)});
 }
 
 void Place::error(std::string code, std::string message, std::string remedy) const {
@@ -136,6 +202,8 @@ bool Place::isArray() const {
   return value_->is_array();
 }
 
+bool Place::isEmpty() const { return holdsNothing(*value_); }
+
 std::optional<std::string> Place::text() const {
   if (value_->is_string()) return value_->get<std::string>();
   expected("a string");
@@ -148,7 +216,7 @@ std::optional<bool> Place::boolean() const {
   return {};
 }
 
-std::optional<uint64_t> Place::number(uint64_t least, uint64_t most) const {
+std::optional<uint64_t> Place::number(uint64_t least, uint64_t most, std::string_view remedy) const {
   if (!value_->is_number()) {
     expected("a number");
     return {};
@@ -157,7 +225,7 @@ std::optional<uint64_t> Place::number(uint64_t least, uint64_t most) const {
     if (const auto number = value_->get<uint64_t>(); number >= least && number <= most) return number;
   }
   error("out-of-range", fmt::format("{} is not a whole number from {} to {}", value_->dump(), least, most),
-        "Write a number of that range.");
+        std::string(remedy));
   return {};
 }
 
@@ -199,13 +267,14 @@ void Place::forEachMember(const std::function<void(std::string_view, const Place
   for (const auto& [name, value] : value_->items()) visit(name, {*document_, value, childPath(path_, name)});
 }
 
-void Place::onlyMembers(std::initializer_list<std::string_view> known) const {
+void Place::onlyMembers(std::initializer_list<std::string_view> known, std::string_view advice) const {
   forEachMember([&](std::string_view name, const Place& place) {
     if (std::find(known.begin(), known.end(), name) != known.end()) return;
     std::string names;
     for (const std::string_view each : known) names += fmt::format("{}{}", names.empty() ? "" : ", ", each);
-    place.error("unknown-member", fmt::format("\"{}\" is not known here", name),
-                fmt::format("Remove it; known are: {}.", names));
+    place.error(
+        "unknown-member", fmt::format("{} is not known here", inQuotes(name)),
+        fmt::format("Correct its name, or remove it if it is to have no effect; known are: {}.{}", names, advice));
   });
 }
 

@@ -32,9 +32,12 @@ class Place {
   bool isArray() const;
   // Whether it is a string; no diagnostic.
   bool isText() const { return value_->is_string(); }
+  // Whether it is an object that holds no value, however deep; no diagnostic.
+  bool isEmpty() const;
   std::optional<std::string> text() const;
   std::optional<bool> boolean() const;
-  std::optional<uint64_t> number(uint64_t least, uint64_t most) const;
+  std::optional<uint64_t> number(uint64_t least, uint64_t most,
+                                 std::string_view remedy = "Write a number of that range.") const;
 
   // The member of an object, without a diagnostic when there is none.
   std::optional<Place> member(std::string_view name) const;
@@ -56,8 +59,8 @@ class Place {
   void forEachEntry(std::string_view name, const std::function<void(const Place&)>& visit) const;
   // Calls `visit` with the name and value of each member of an object.
   void forEachMember(const std::function<void(std::string_view, const Place&)>& visit) const;
-  // Reports each member that is none of `known`.
-  void onlyMembers(std::initializer_list<std::string_view> known) const;
+  // Reports each member that is none of `known`, with `advice` for who removes it.
+  void onlyMembers(std::initializer_list<std::string_view> known, std::string_view advice = {}) const;
 
   void error(std::string code, std::string message, std::string remedy) const;
   void warning(std::string code, std::string message, std::string remedy) const;
@@ -74,7 +77,8 @@ class Place {
 
 class Document {
  public:
-  // Broken JSON and duplicate keys are diagnostics already here; broken JSON reads as an empty object.
+  // Broken JSON, JSON that is too deep or has too many members, and duplicate keys are diagnostics already here. All
+  // but the last read as an empty object.
   Document(std::string file, std::string_view text, Diagnostics& diagnostics);
 
   bool isBroken() const { return broken_; }
@@ -88,15 +92,19 @@ class Document {
   void aboutAce(std::string ace) { ace_ = std::move(ace); }
 
   size_t errors() const { return diagnostics_.errors(); }
-  void report(Severity severity, std::string path, std::string code, std::string message, std::string remedy);
+  // `path` is cut where it is long.
+  void report(Severity severity, const std::string& path, std::string code, std::string message, std::string remedy);
 
  private:
+  // Whether the text can be read; otherwise a diagnostic says why not.
+  bool survey(std::string_view text);
+
   std::string file_;
   Diagnostics& diagnostics_;
-  Json value_ = Json::object();
-  bool broken_ = false;
   std::string acl_;
   std::string ace_;
+  bool broken_;
+  Json value_ = Json::object();
 };
 
 }  // namespace Sim

@@ -2,12 +2,18 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 #include <string_view>
 
 #include <fmt/format.h>
 
+#include "read/Quote.h"
+
 namespace Sim {
 namespace {
+
+constexpr std::string_view kRemedy =
+    R"(Write "arp" or "lldp", without an address, or leave it out for every EtherType: the hardware tells no others apart.)";
 
 // The EtherTypes that the model names (ietf-ethertypes).
 struct EtherType {
@@ -68,8 +74,7 @@ std::optional<uint32_t> readName(const Place& place) {
   const auto* row = std::find_if(std::begin(kEtherTypes), std::end(kEtherTypes),
                                  [&](const EtherType& each) { return each.name == *name; });
   if (row != std::end(kEtherTypes)) return row->number;
-  place.error("unknown-value", fmt::format("\"{}\" is not an EtherType", *name),
-              "Write its number, or a name of the model such as arp or lldp.");
+  place.error("unknown-value", fmt::format("{} is not an EtherType", inQuotes(*name)), std::string(kRemedy));
   return {};
 }
 
@@ -77,11 +82,11 @@ std::optional<uint32_t> readName(const Place& place) {
 
 std::optional<uint32_t> readEtherType(const Place& place) {
   if (place.isText()) return readName(place);
-  const auto number = place.number(0, 65535);
+  const auto number = place.number(0, 65535, kRemedy);
   if (!number) return {};
   if (*number == 0) {
     place.error("ethertype-zero", "EtherType 0 would match every EtherType: the hardware reads it as any",
-                "Leave out the EtherType if any is meant.");
+                "Leave out the EtherType if any is meant. EtherType 0 itself cannot be matched.");
     return {};
   }
   return static_cast<uint32_t>(*number);

@@ -1,5 +1,8 @@
 #include "read/MacAce.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -8,25 +11,65 @@
 #include "read/Action.h"
 #include "read/EtherTypes.h"
 #include "read/MatchFields.h"
+#include "read/Quote.h"
 
 namespace Sim {
 namespace {
 
+using Platform::EthAddr;
+
 // One side's address and its mask; any address when neither is there.
 struct MacMatch {
-  Platform::EthAddr addr;
-  Platform::EthAddr mask;
+  EthAddr addr;
+  EthAddr mask;
 };
 
-std::optional<Platform::EthAddr> readMac(const Place& place) {
+std::optional<EthAddr> readMac(const Place& place) {
   const auto text = place.text();
   if (!text) return {};
   try {
-    return Platform::EthAddr::fromText(*text);
-  } catch (const Platform::RangeError& error) {
-    place.error("out-of-range", error.what(), "Write six octets in hexadecimal, such as 00:11:22:33:44:55.");
+    return EthAddr::fromText(*text);
+  } catch (const Platform::RangeError&) {
+    place.error("out-of-range", fmt::format("{} is not a MAC address", inQuotes(*text)),
+                "Write six octets in hexadecimal, such as 00:11:22:33:44:55.");
     return {};
   }
+}
+
+// The address with one bit that `mask` does not compare; all zero when it compares them all.
+EthAddr zeroUnder(const EthAddr& mask) {
+  EthAddr::Octets octets{};
+  for (size_t i = octets.size(); i-- > 0;) {
+    const unsigned notCompared = mask.complement().octets()[i];
+    if (notCompared == 0) continue;
+    octets[i] = static_cast<uint8_t>(notCompared & (~notCompared + 1));
+    break;
+  }
+  return EthAddr(octets);
+}
+
+bool isZeroUnder(const EthAddr& addr, const EthAddr& mask) {
+  return std::ranges::equal(addr.octets(), mask.octets(), [](uint8_t a, uint8_t m) { return (a & m) == 0; });
+}
+
+// The hardware reads the all-zero address as any, whatever its mask, and ignores the bits that the mask leaves out.
+void checkZeroAddress(const Place& place, const EthAddr& addr, const EthAddr& mask) {
+  const EthAddr none;
+  if (mask == none || !isZeroUnder(addr, mask)) return;
+  if (addr != none) {
+    return place.warning("host-bits",
+                         fmt::format("the bits of \"{}\" that the mask leaves out keep it from being read as any "
+                                     "address; a management stack may put them back to zero",
+                                     addr),
+                         "See that they reach the device as written here.");
+  }
+  const EthAddr instead = zeroUnder(mask);
+  const std::string wider = "leave out the address and its mask if any address is meant, which is wider.";
+  place.error("any-address",
+              fmt::format("\"{}\" would match every address: the hardware reads the all-zero address as any", addr),
+              instead == none
+                  ? "The all-zero address cannot be matched: " + wider
+                  : fmt::format("Write {} beside this mask, which does not compare that bit. Or {}", instead, wider));
 }
 
 // `side` is "source" or "destination".
@@ -40,16 +83,11 @@ MacMatch readMacMatch(const Place& eth, const std::string& side) {
     }
     return {};
   }
-  const Platform::EthAddr none;
+  const EthAddr none;
   const auto addr = readMac(*addrPlace);
   const auto mask = maskPlace ? readMac(*maskPlace) : none.complement();
   if (!addr || !mask) return {};
-  if (addr->isEq(none) && !mask->isEq(none)) {
-    addrPlace->error(
-        "any-address",
-        fmt::format("\"{}\" would match every address: the hardware reads the all-zero address as any", *addr),
-        "Leave out the address if any address is meant. The all-zero address itself cannot be matched.");
-  }
+  checkZeroAddress(*addrPlace, *addr, *mask);
   return {*addr, *mask};
 }
 

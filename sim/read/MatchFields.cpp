@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "read/Quote.h"
+
 namespace Sim {
 namespace {
 
@@ -13,19 +15,19 @@ constexpr MatchField kIpMatchesRows[] = {
     {"tcp", Use::matched},
     {"udp", Use::matched},
     {"icmp", Use::matched},
-    {"eth", Use::otherType},
-    {"ipv6", Use::otherType},
+    {"eth", Use::macOnly},
+    {"ipv6", Use::unmatched},
     {"ingress-interface", Use::unmatched},
     {"egress-interface", Use::unmatched},
 };
 
 constexpr MatchField kMacMatchesRows[] = {
     {"eth", Use::matched},
-    {"ipv4", Use::otherType},
-    {"ipv6", Use::otherType},
-    {"tcp", Use::otherType},
-    {"udp", Use::otherType},
-    {"icmp", Use::otherType},
+    {"ipv4", Use::ipv4Only},
+    {"ipv6", Use::unmatched},
+    {"tcp", Use::ipv4Only},
+    {"udp", Use::ipv4Only},
+    {"icmp", Use::unmatched},
     {"ingress-interface", Use::unmatched},
     {"egress-interface", Use::unmatched},
 };
@@ -58,12 +60,6 @@ constexpr MatchField kUdpRows[] = {
     {"length", Use::unmatched},
 };
 
-constexpr MatchField kIcmpRows[] = {
-    {"type", Use::unmatched},
-    {"code", Use::unmatched},
-    {"rest-of-header", Use::unmatched},
-};
-
 constexpr MatchField kEthRows[] = {
     {"source-mac-address", Use::matched},
     {"source-mac-address-mask", Use::matched},
@@ -83,29 +79,38 @@ std::optional<Use> useOf(std::string_view name, const MatchContainer& container)
 constinit const MatchContainer kIpMatches{"matches", kIpMatchesRows};
 constinit const MatchContainer kMacMatches{"matches of a MAC ACL", kMacMatchesRows};
 constinit const MatchContainer kIpv4Fields{"ipv4", kIpv4Rows};
-constinit const MatchContainer kTcpFields{"tcp", kTcpRows};
-constinit const MatchContainer kUdpFields{"udp", kUdpRows};
-constinit const MatchContainer kIcmpFields{"icmp", kIcmpRows};
+constinit const MatchContainer kTcpFields{"tcp", kTcpRows, kWithoutPorts};
+constinit const MatchContainer kUdpFields{"udp", kUdpRows, kWithoutPorts};
 constinit const MatchContainer kEthFields{"eth", kEthRows};
 
 void reportUnmatched(const Place& place, const MatchContainer& container) {
+  const auto reportWrongType = [](const Place& member, std::string_view name, std::string_view type) {
+    member.error("wrong-container", fmt::format("an ACL of this type has no \"{}\" matches", name),
+                 fmt::format("Move the ACE to an ACL of type \"{}\", without its matches of this type. Or remove "
+                             "\"{}\", if the wider rule is meant.",
+                             type, name));
+  };
   place.forEachMember([&](std::string_view name, const Place& member) {
     const auto use = useOf(name, container);
     if (!use) {
       return member.error("unknown-member",
-                          fmt::format("\"{}\" is not a field of \"{}\" in RFC 8519", name, container.name),
-                          "Remove it, or correct its name; the names of the model's own module carry no prefix here.");
+                          fmt::format("{} is not a field of \"{}\" in RFC 8519", inQuotes(name), container.name),
+                          fmt::format("Correct its name, without a prefix for the model's own module. Or remove it, "
+                                      "if the wider rule is meant.{}",
+                                      container.advice));
     }
     switch (*use) {
       case Use::matched:
         return;
       case Use::unmatched:
-        return member.error("not-matchable",
-                            fmt::format("the hardware cannot match \"{}\"; without it the rule would match more", name),
-                            "Remove the field if the wider rule is meant, or the whole ACE.");
-      case Use::otherType:
-        return member.error("wrong-container", fmt::format("an ACL of this type has no \"{}\" matches", name),
-                            "Move the ACE to an ACL of that type.");
+        return member.error(
+            "not-matchable",
+            fmt::format("the hardware cannot match \"{}\"; without it the rule would match more", name),
+            fmt::format("Remove the field if the wider rule is meant, or the whole ACE.{}", container.advice));
+      case Use::ipv4Only:
+        return reportWrongType(member, name, "ipv4-acl-type");
+      case Use::macOnly:
+        return reportWrongType(member, name, "eth-acl-type");
     }
   });
 }

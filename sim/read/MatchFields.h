@@ -11,7 +11,8 @@ namespace Sim {
 enum class Use {
   matched,    // Read, by whoever reads the container.
   unmatched,  // The hardware does not look at it: without it the rule would match more than it says.
-  otherType,  // A container of ACLs of another type.
+  ipv4Only,   // A container of IPv4 ACLs, in one of another type.
+  macOnly,    // The same of MAC ACLs.
 };
 
 struct MatchField {
@@ -22,7 +23,12 @@ struct MatchField {
 struct MatchContainer {
   std::string_view name;
   std::span<const MatchField> fields;
+  std::string_view advice = {};  // Of who removes one of its fields, or empty.
 };
+
+// TCP and UDP containers without ports are refused.
+inline constexpr std::string_view kWithoutPorts =
+    R"( If no port is left, write "ipv4": {"protocol": 6} for "tcp", or 17 for "udp".)";
 
 // The containers of an ACE, which differ by the type of its ACL.
 extern const MatchContainer kIpMatches;
@@ -31,7 +37,6 @@ extern const MatchContainer kMacMatches;
 extern const MatchContainer kIpv4Fields;
 extern const MatchContainer kTcpFields;
 extern const MatchContainer kUdpFields;
-extern const MatchContainer kIcmpFields;
 extern const MatchContainer kEthFields;
 
 // Reports each member of `place`, a container, that is not matched.

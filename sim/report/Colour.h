@@ -17,13 +17,9 @@ class Paint {
   explicit Paint(bool enabled) : enabled_(enabled) {}
 
   std::string in(Style style, std::string_view text) const {
-    if (!enabled_ || style == Style::plain) return std::string(text);
+    if (!enabled_ || style == Style::plain || text.empty()) return std::string(text);
     return fmt::format(looks(style), "{}", text);
   }
-  std::string head(std::string_view text) const { return in(Style::head, text); }
-  std::string good(std::string_view text) const { return in(Style::good, text); }
-  std::string odd(std::string_view text) const { return in(Style::odd, text); }
-  std::string bad(std::string_view text) const { return in(Style::bad, text); }
 
  private:
   static fmt::text_style looks(Style style) {

@@ -59,20 +59,27 @@ Json aclJson(const AclOutcome& acl, const StepReport& step) {
   if (acl.isAttached) json["direction"] = directionName(acl.key.direction);
   if (acl.state == AclState::refused) json["keepsPrevious"] = acl.keepsPrevious;
   addReason(json, acl.error, acl.reason);
+  json["overruledOn"] = Json::array();
+  for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+    if (isOverruled(intf, acl, step)) json["overruledOn"].push_back(intf.intf.toText());
+  }
   json["aces"] = Json::array();
   for (const AceOutcome& ace : acl.aces) json["aces"].push_back(aceJson(ace, acl, step));
   return json;
 }
 
-Json intfJson(const IntfOutcome& intf, const StepReport& step, const Device& device) {
+Json intfJson(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step, const Device& device) {
   const FilterDump& filter = step.filters.of(intf.intf, intf.direction);
   Json json{{"interface", intf.intf.toText()},
             {"direction", directionName(intf.direction)},
             {"acl", intf.acl},
             {"state", nameOf(intf.state)},
-            {"slotsUsed", filter.slotsInUse()},
+            {"slotsUsed", slotsFilled(intf, acl, step)},
             {"slots", device.slots(intf.direction)}};
-  if (intf.state == IntfState::active) json["unmatched"] = filter.permitsUnmatched() ? "permit" : "deny";
+  if (intf.state == IntfState::active) {
+    json["unmatched"] = filter.permitsUnmatched() ? "permit" : "deny";
+    json["overruled"] = isOverruled(intf, acl, step);
+  }
   addReason(json, intf.error, intf.reason);
   return json;
 }
@@ -114,9 +121,13 @@ Json stepJson(const StepReport& step, const Device& device) {
             {"writes", step.outcome.writes}, {"interfaces", Json::array()}, {"blocked", Json::array()},
             {"acls", Json::array()},         {"deviations", Json::array()}};
   for (const Change& change : step.outcome.changes) json["changes"].push_back(changeJson(change));
-  for (const IntfOutcome& intf : step.outcome.intfs) json["interfaces"].push_back(intfJson(intf, step, device));
   for (const Platform::IntfId intf : step.outcome.blocked) json["blocked"].push_back(intf.toText());
-  for (const AclOutcome& acl : step.outcome.acls) json["acls"].push_back(aclJson(acl, step));
+  for (const AclOutcome& acl : step.outcome.acls) {
+    for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+      json["interfaces"].push_back(intfJson(intf, acl, step, device));
+    }
+    json["acls"].push_back(aclJson(acl, step));
+  }
   for (const Deviation& each : step.deviations) {
     json["deviations"].push_back(
         {{"interface", each.intf.toText()}, {"direction", directionName(each.direction)}, {"why", each.why}});

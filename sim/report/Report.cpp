@@ -26,4 +26,22 @@ std::vector<Platform::IntfId> overruledOn(const AceOutcome& ace, const AclOutcom
   return intfs;
 }
 
+unsigned slotsFilled(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step) {
+  const FilterDump& filter = step.filters.of(intf.intf, intf.direction);
+  const bool isOfItsType =
+      filter.isSet(Kestrix::Layout::kEnable, Kestrix::Layout::kIpv4) == (acl.key.type == Acl::AclType::ipv4);
+  const bool isInFilter = intf.state != IntfState::refused || intf.keepsPrevious;
+  return isOfItsType && isInFilter ? filter.slotsInUse() : 0;
+}
+
+bool permitsUnmatched(const AclOutcome& acl) {
+  const auto verdict = std::ranges::find(acl.aces, Verdict::unmatched, &AceOutcome::verdict);
+  return verdict != acl.aces.end() && verdict->permits;
+}
+
+bool isOverruled(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step) {
+  return intf.state == IntfState::active && acl.state != AclState::refused &&
+         step.filters.of(intf.intf, intf.direction).permitsUnmatched() != permitsUnmatched(acl);
+}
+
 }  // namespace Sim

@@ -9,6 +9,7 @@
 #include "read/Device.h"
 #include "read/Diagnostics.h"
 #include "registers/RegisterWords.h"
+#include "report/Page.h"
 #include "simulate/ModelTree.h"
 #include "simulate/Outcome.h"
 
@@ -44,7 +45,7 @@ bool isAllApplied(const ReportInput& input);
 
 struct TextOptions {
   bool registers = false;  // Every filter's registers, in words.
-  bool colour = false;
+  Looks looks = {};
 };
 
 std::string textReport(const ReportInput& input, const TextOptions& options);
@@ -57,8 +58,15 @@ const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step);
 // says: the other ACL of the filter decides it.
 std::vector<Platform::IntfId> overruledOn(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step);
 
+// How many slots of its filter an ACL fills on one of its interfaces: none where it only shares the filter.
+unsigned slotsFilled(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step);
+// The ACL's own verdict for what no slot matches: that of its rules, or the deny that every ACL ends with.
+bool permitsUnmatched(const AclOutcome& acl);
+// Whether the ACL is in the filter, and that verdict is not, as the other ACL of the filter decides.
+bool isOverruled(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step);
+
 // Of documents that cannot be applied.
-std::string textDiagnostics(const Diagnostics& diagnostics, bool colour);
+std::string textDiagnostics(const Diagnostics& diagnostics, const Looks& looks);
 std::string jsonDiagnostics(const Diagnostics& diagnostics);
 
 }  // namespace Sim

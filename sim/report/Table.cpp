@@ -1,36 +1,35 @@
 #include "report/Table.h"
 
 #include <algorithm>
-
-#include <fmt/format.h>
+#include <utility>
 
 namespace Sim {
 namespace {
 
-std::vector<size_t> widthsOf(const std::vector<CellRow>& rows) {
+constexpr size_t kGap = 2;  // Columns between two cells.
+
+std::vector<size_t> widthsOf(const std::vector<Spans>& rows) {
   std::vector<size_t> widths;
-  for (const CellRow& row : rows) {
+  for (const Spans& row : rows) {
     widths.resize(std::max(widths.size(), row.size()));
-    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].text.size());
+    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].text.columns());
   }
   return widths;
 }
 
 }  // namespace
 
-std::string layOut(const std::vector<CellRow>& rows, const Paint& paint) {
+void layOut(const std::vector<Spans>& rows, Page& page) {
   const std::vector<size_t> widths = widthsOf(rows);
-  std::string text;
-  for (const CellRow& row : rows) {
-    std::string line;
-    for (size_t i = 0; i < row.size(); ++i) {
-      const bool isLast = i + 1 == row.size();
-      line += paint.in(row[i].style, isLast ? row[i].text : fmt::format("{:<{}}  ", row[i].text, widths[i]));
+  for (Spans row : rows) {
+    while (!row.empty() && row.back().text.text().empty()) row.pop_back();
+    size_t indent = 0;
+    for (size_t i = 0; i + 1 < row.size(); ++i) {
+      row[i].text = std::move(row[i].text).filledTo(widths[i] + kGap);
+      indent += widths[i] + kGap;
     }
-    line.erase(line.find_last_not_of(' ') + 1);
-    text += line + "\n";
+    page.line(row, indent);
   }
-  return text;
 }
 
 }  // namespace Sim

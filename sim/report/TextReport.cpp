@@ -1,53 +1,63 @@
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fmt/format.h>
 
-#include "report/Colour.h"
+#include "registers/RegisterWords.h"
 #include "report/Explanations.h"
 #include "report/OutcomeWords.h"
-#include "registers/RegisterWords.h"
+#include "report/Page.h"
 #include "report/Report.h"
 #include "report/Table.h"
 
 namespace Sim {
 namespace {
 
-using Out = std::back_insert_iterator<std::string>;
-
 // What a row of the table of interfaces is about.
 struct IntfItem {
   const IntfOutcome& intf;
   const FilterDump& filter;
-  unsigned slots;  // Of the filter, in use or not.
+  unsigned filled;        // Slots of the filter, by this ACL,
+  unsigned slots;         // and all.
+  std::string overruled;  // What of the ACL is overruled there.
 
   bool isActive() const { return intf.state == IntfState::active; }
 };
+
+// What of an ACL is overruled on some interface.
+std::string overruledWords(const AclOutcome& acl) {
+  return fmt::format("its {} of what no slot matches is overruled", permitsUnmatched(acl) ? "permit" : "deny");
+}
 
 constexpr Column<IntfItem> kIntfColumns[] = {
     {"interface", [](const IntfItem& item) { return item.intf.intf.toText(); }},
     {"direction", [](const IntfItem& item) { return std::string(directionName(item.intf.direction)); }},
     {"ACL", [](const IntfItem& item) { return item.intf.acl; }},
     {"state", [](const IntfItem& item) { return std::string(Platform::nameOf(item.intf.state)); },
-     [](const IntfItem& item) { return item.isActive() ? Style::good : Style::bad; }},
-    {"slots", [](const IntfItem& item) { return fmt::format("{}/{}", item.filter.slotsInUse(), item.slots); }},
+     [](const IntfItem& item) {
+       return !item.isActive() ? Style::bad : item.overruled.empty() ? Style::good : Style::odd;
+     }},
+    {"slots", [](const IntfItem& item) { return fmt::format("{}/{}", item.filled, item.slots); }},
     {"unmatched",
      [](const IntfItem& item) {
        return std::string(!item.isActive() ? "-" : item.filter.permitsUnmatched() ? "permit" : "deny");
      }},
-    {"reason", [](const IntfItem& item) { return item.intf.reason.words(); }},
+    {"reason", [](const IntfItem& item) { return item.isActive() ? item.overruled : item.intf.reason.words(); }},
 };
 
-std::string intfTable(const StepReport& step, const Device& device, const Paint& paint) {
+void writeIntfs(Page& page, const StepReport& step, const Device& device) {
   std::vector<IntfItem> items;
   items.reserve(step.outcome.intfs.size());
-  for (const IntfOutcome& intf : step.outcome.intfs) {
-    items.push_back({intf, step.filters.of(intf.intf, intf.direction), device.slots(intf.direction)});
+  for (const AclOutcome& acl : step.outcome.acls) {
+    for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+      items.push_back({intf, step.filters.of(intf.intf, intf.direction), slotsFilled(intf, acl, step),
+                       device.slots(intf.direction), isOverruled(intf, acl, step) ? overruledWords(acl) : ""});
+    }
   }
-  return tableText(kIntfColumns, items, paint);
+  writeTable(kIntfColumns, items, page);
 }
 
 Style styleOf(AclState state) {
@@ -77,136 +87,172 @@ Style styleOf(AceState state) {
   return Style::plain;
 }
 
-void writeAces(Out out, const AclOutcome& acl, const StepReport& step, const Paint& paint) {
+// What to do about what stands above it, from `column` on.
+void writeRemedy(Page& page, size_t column, std::string_view remedy) {
+  page.line({{fmt::format("{:{}}-> {}", "", column, remedy)}}, column + 3);
+}
+
+void writeAces(Page& page, const AclOutcome& acl, const StepReport& step) {
   size_t width = 0;
-  for (const AceOutcome& ace : acl.aces) width = std::max(width, ace.name.size());
+  for (const AceOutcome& ace : acl.aces) width = std::max(width, Shown(ace.name).columns());
+  const size_t words = 2 + width + 2;  // Where they begin.
   const FilterDump* holder = holderOf(acl, step);
   for (const AceOutcome& ace : acl.aces) {
-    fmt::format_to(out, "  {:<{}}  {}\n", ace.name, width,
-                   paint.in(styleOf(ace.state), aceWords(ace, acl, step, holder)));
-    if (ace.state == AceState::refused) {
-      fmt::format_to(out, "  {:<{}}  -> {}\n", "", width, explain(ace.reason).remedy);
-    }
+    page.line({{Shown("  " + ace.name).filledTo(words)}, {aceWords(ace, acl, step, holder), styleOf(ace.state)}},
+              words);
+    if (ace.state == AceState::refused) writeRemedy(page, words, explain(ace.reason).remedy);
   }
 }
 
-void writeAcl(Out out, const AclOutcome& acl, const StepReport& step, const Paint& paint) {
+// What the state of an ACL leaves out: where it is applied, but not as a whole.
+std::string exceptionWords(const AclOutcome& acl, const StepReport& step) {
+  std::string intfs;
+  for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+    if (isOverruled(intf, acl, step)) intfs += (intfs.empty() ? "" : ", ") + intf.intf.toText();
+  }
+  const bool isException = acl.state == AclState::applied && !intfs.empty();
+  return isException ? fmt::format(", but {} on {}", overruledWords(acl), intfs) : "";
+}
+
+void writeAcl(Page& page, const AclOutcome& acl, const StepReport& step) {
   const std::string direction = acl.isAttached ? fmt::format(", {}", directionName(acl.key.direction)) : std::string();
-  fmt::format_to(out, "\nACL {} ({}{}): {}\n", acl.key.name, acl.typeName, direction,
-                 paint.in(styleOf(acl.state), aclWords(acl)));
+  page.line();
+  page.line({{fmt::format("ACL {} ({}{}): ", acl.key.name, acl.typeName, direction)},
+             {aclWords(acl), styleOf(acl.state)},
+             {exceptionWords(acl, step), Style::odd}});
   // The other refusals are of rules, and have their advice there.
   const bool isOfWholeAcl = acl.aces.empty() || acl.state == AclState::failed;
-  if (acl.state != AclState::applied && isOfWholeAcl) {
-    fmt::format_to(out, "  -> {}\n", explain(acl.reason).remedy);
-  }
-  writeAces(out, acl, step, paint);
+  if (acl.state != AclState::applied && isOfWholeAcl) writeRemedy(page, 2, explain(acl.reason).remedy);
+  writeAces(page, acl, step);
 }
 
-void writeRegisterLine(Out out, std::string_view name, uint32_t value, const std::string& words) {
-  fmt::format_to(out, "  {:<7} 0x{:08x}{}{}\n", name, value, words.empty() ? "" : "  ", words);
+void writeRegister(Page& page, std::string_view name, uint32_t value, const std::string& words) {
+  const std::string lead = fmt::format("  {:<7} 0x{:08x}", name, value);
+  page.line({{lead}, {words.empty() ? "" : "  " + words}}, lead.size() + 2);
 }
 
-void writeFilter(Out out, const FilterDump& filter, const Paint& paint) {
-  const std::string title = fmt::format("{} {}  {}", filter.intf, directionName(filter.direction), filter.path);
-  if (filter.isZero()) {
-    fmt::format_to(out, "\n{}  all registers 0\n", paint.head(title));
-    return;
-  }
-  fmt::format_to(out, "\n{}\n", paint.head(title));
+void writeSlot(Page& page, const FilterDump& filter, const SlotDump& slot) {
+  page.line({{fmt::format("  rule[{}]  {}", slot.slot, filter.slotWords(slot))}});
+  std::string registers = "  ";
+  for (const auto& row : Kestrix::Layout::kSlotRegisters)
+    registers += fmt::format("  {} 0x{:0{}x}", row.name, slot.value(row), row.width / 4);
+  page.line({{registers}});
+}
+
+void writeFilter(Page& page, const FilterDump& filter) {
+  const Span title{fmt::format("{} {}  {}", filter.intf, directionName(filter.direction), filter.path), Style::head};
+  page.line();
+  if (filter.isZero()) return page.line({title, {"  all registers 0"}});
+  page.line({title});
   for (const auto& row : Kestrix::Layout::kFilterRegisters)
-    writeRegisterLine(out, row.name, filter.value(row), filter.words(row));
+    writeRegister(page, row.name, filter.value(row), filter.words(row));
   size_t zeroSlots = 0;
   for (const SlotDump& slot : filter.slots) {
     if (slot.isZero() && !filter.slotEnabled(slot.slot)) {
       ++zeroSlots;
-      continue;
+    } else {
+      writeSlot(page, filter, slot);
     }
-    fmt::format_to(out, "  rule[{}]  {}\n", slot.slot, filter.slotWords(slot));
-    fmt::format_to(out, "  ");
-    for (const auto& row : Kestrix::Layout::kSlotRegisters)
-      fmt::format_to(out, "  {} 0x{:0{}x}", row.name, slot.value(row), row.width / 4);
-    fmt::format_to(out, "\n");
   }
-  if (zeroSlots != 0) fmt::format_to(out, "  {} slots free, all 0\n", zeroSlots);
+  if (zeroSlots != 0) page.line({{fmt::format("  {} slots free, all 0", zeroSlots)}});
 }
 
-void writeFilters(Out out, const FilterDumps& filters, const Paint& paint) {
+void writeFilters(Page& page, const FilterDumps& filters) {
   for (const FilterDump& filter : filters.all()) {
-    if (!filter.slots.empty()) writeFilter(out, filter, paint);
+    if (!filter.slots.empty()) writeFilter(page, filter);
   }
 }
 
-void writeFailedWrites(Out out, const std::vector<FailedWrite>& failedWrites) {
-  for (const auto& [number, path] : failedWrites) fmt::format_to(out, "  write {} failed: {}\n", number, path);
+// Two blanks for each level; "=" where a value can be set, ":" elsewhere.
+void writeModel(Page& page, const ModelNode& node, size_t depth) {
+  const size_t indent = 2 * depth;
+  page.line({{fmt::format("{:{}}{}{} {}", "", indent, node.name, node.isSettable ? " =" : ":", node.value)}},
+            indent + 4);
+  for (const ModelNode& member : node.members) writeModel(page, member, depth + 1);
 }
 
 // What has changed with the step, which is the `number`th of several.
-void writeStepHead(Out out, const StepReport& step, size_t number, const Paint& paint) {
-  const std::string title = fmt::format("Step {}: {}", number, step.file.empty() ? "--set" : step.file);
-  fmt::format_to(out, "{}{}\n", number == 1 ? "" : "\n\n", paint.head(title));
-  for (const std::string& setting : step.settings) fmt::format_to(out, "  {}\n", setting);
-  for (const Change& change : step.outcome.changes) fmt::format_to(out, "  {}\n", changeWords(change));
-  if (step.outcome.changes.empty() && step.settings.empty()) fmt::format_to(out, "  nothing changed\n");
-  fmt::format_to(out, "  {} register writes\n\n", step.outcome.writes);
+void writeStepHead(Page& page, const StepReport& step, size_t number) {
+  if (number > 1) {
+    page.line();
+    page.line();
+  }
+  page.line({{fmt::format("Step {}: {}", number, step.file.empty() ? "--set" : step.file), Style::head}});
+  for (const std::string& setting : step.settings) page.line({{"  " + setting}});
+  for (const Change& change : step.outcome.changes) page.line({{"  " + changeWords(change)}});
+  if (step.outcome.changes.empty() && step.settings.empty()) page.line({{"  nothing changed"}});
+  page.line({{fmt::format("  {} register writes", step.outcome.writes)}});
+  page.line();
 }
 
-void writeStep(Out out, const StepReport& step, const Device& device, const Paint& paint) {
+void writeStep(Page& page, const StepReport& step, const Device& device) {
   const Outcome& outcome = step.outcome;
   if (outcome.intfs.empty()) {
-    fmt::format_to(out, "No ACL is attached to an interface.\n");
+    page.line({{"No ACL is attached to an interface."}});
   } else {
-    fmt::format_to(out, "{}", intfTable(step, device, paint));
+    writeIntfs(page, step, device);
   }
   for (const Platform::IntfId intf : outcome.blocked) {
-    fmt::format_to(out, "{}\n", paint.odd(fmt::format("{} is blocked: it passes no traffic", intf)));
+    page.line({{fmt::format("{} is blocked: it passes no traffic", intf), Style::odd}});
   }
-  for (const AclOutcome& acl : outcome.acls) writeAcl(out, acl, step, paint);
-  if (!step.deviations.empty()) fmt::format_to(out, "\nNot as on a fresh device:\n");
+  for (const AclOutcome& acl : outcome.acls) writeAcl(page, acl, step);
+  if (step.deviations.empty()) return;
+  page.line();
+  page.line({{"Not as on a fresh device:"}});
   for (const Deviation& each : step.deviations) {
-    fmt::format_to(out, "  {} {}: {}\n", each.intf, directionName(each.direction), paint.odd(each.why));
+    page.line({{fmt::format("  {} {}: ", each.intf, directionName(each.direction))}, {each.why, Style::odd}});
   }
+}
+
+void writeDiagnostic(Page& page, const Diagnostic& each) {
+  const bool isError = each.severity == Severity::error;
+  std::string about;
+  if (!each.acl.empty()) about += fmt::format("ACL \"{}\"", each.acl);
+  if (!each.ace.empty()) about += fmt::format(", ACE \"{}\"", each.ace);
+  if (!about.empty()) about += ": ";
+  page.line({{each.file + ": "},
+             isError ? Span{"error", Style::bad} : Span{"warning", Style::odd},
+             {": " + about + each.message}});
+  if (!each.path.empty()) page.line({{"  at " + each.path}});
+  writeRemedy(page, 2, each.remedy);
+}
+
+void writeTotals(Page& page, const ReportInput& input) {
+  const auto& failed = input.failedWrites;
+  Spans totals{{fmt::format("{} register writes, {} of them at start-up", input.writes, input.startupWrites)}};
+  if (!failed.empty()) totals.insert(totals.end(), {{", "}, {fmt::format("{} failed", failed.size()), Style::bad}});
+  page.line();
+  page.line(totals);
+  for (const auto& [number, path] : failed) page.line({{fmt::format("  write {} failed: {}", number, path)}});
 }
 
 }  // namespace
 
-std::string textDiagnostics(const Diagnostics& diagnostics, bool colour) {
-  const Paint paint(colour);
-  std::string text;
-  Out out(text);
-  for (const Diagnostic& each : diagnostics.all()) {
-    const bool isError = each.severity == Severity::error;
-    std::string about;
-    if (!each.acl.empty()) about += fmt::format("ACL \"{}\"", each.acl);
-    if (!each.ace.empty()) about += fmt::format(", ACE \"{}\"", each.ace);
-    if (!about.empty()) about += ": ";
-    fmt::format_to(out, "{}: {}: {}{}\n", each.file, isError ? paint.bad("error") : paint.odd("warning"), about,
-                   each.message);
-    if (!each.path.empty()) fmt::format_to(out, "  at {}\n", each.path);
-    fmt::format_to(out, "  -> {}\n", each.remedy);
-  }
-  return text;
+std::string textDiagnostics(const Diagnostics& diagnostics, const Looks& looks) {
+  Page page(looks);
+  for (const Diagnostic& each : diagnostics.all()) writeDiagnostic(page, each);
+  return page.text();
 }
 
 std::string textReport(const ReportInput& input, const TextOptions& options) {
-  const Paint paint(options.colour);
-  std::string text = textDiagnostics(input.diagnostics, options.colour);
-  if (!text.empty()) text += "\n";
-  Out out(text);
-  const auto& failedWrites = input.failedWrites;
-  if (!failedWrites.empty() && failedWrites.front().number <= input.startupWrites) {
-    fmt::format_to(out, "{}\n\n", paint.bad("The drop delay did not reach all filters at start-up."));
+  Page page(options.looks);
+  for (const Diagnostic& each : input.diagnostics.all()) writeDiagnostic(page, each);
+  if (!input.diagnostics.all().empty()) page.line();
+  if (!input.failedWrites.empty() && input.failedWrites.front().number <= input.startupWrites) {
+    page.line({{"The drop delay did not reach all filters at start-up.", Style::bad}});
+    page.line();
   }
   for (size_t i = 0; i < input.steps.size(); ++i) {
-    if (input.steps.size() > 1) writeStepHead(out, input.steps[i], i + 1, paint);
-    writeStep(out, input.steps[i], input.device, paint);
+    if (input.steps.size() > 1) writeStepHead(page, input.steps[i], i + 1);
+    writeStep(page, input.steps[i], input.device);
   }
-  if (options.registers) writeFilters(out, input.steps.back().filters, paint);
-  if (input.model) fmt::format_to(out, "\n{}", textOf(*input.model));
-  fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.writes, input.startupWrites);
-  if (!failedWrites.empty()) fmt::format_to(out, ", {}", paint.bad(fmt::format("{} failed", failedWrites.size())));
-  text += "\n";
-  writeFailedWrites(out, failedWrites);
-  return text;
+  if (options.registers) writeFilters(page, input.steps.back().filters);
+  if (input.model) {
+    page.line();
+    writeModel(page, *input.model, 0);
+  }
+  writeTotals(page, input);
+  return page.text();
 }
 
 }  // namespace Sim

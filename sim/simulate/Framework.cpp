@@ -230,13 +230,15 @@ AclOutcome Framework::reportAcl(const WantedAcl& wanted, Outcome& outcome) {
     acl.reason = {{}, OwnReason::notAttached};
   }
   for (const Platform::IntfId intf : wanted.intfs) {
-    acl.keepsPrevious = acl.keepsPrevious || (acl.state == AclState::refused && isInFilter(*helper_, wanted.key, intf));
+    const bool keepsPrevious = acl.state == AclState::refused && isInFilter(*helper_, wanted.key, intf);
+    acl.keepsPrevious = acl.keepsPrevious || keepsPrevious;
     if (status(wanted.key, intf).isActive) {
       published_.at(wanted.key).data->activeIntfIs(intf);
       outcome.intfs.push_back({.intf = intf, .acl = acl.key.name, .direction = acl.key.direction, .reason = {}});
       continue;
     }
     outcome.intfs.push_back(failureOn(*helper_, intf, acl));
+    outcome.intfs.back().keepsPrevious = keepsPrevious;
     if (acl.state != AclState::applied) continue;
     acl.state = AclState::failed;
     acl.error = outcome.intfs.back().error;

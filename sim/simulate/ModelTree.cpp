@@ -70,11 +70,6 @@ class TreeBuilder {
   std::set<std::string> shown_;  // Entities, by their references.
 };
 
-void write(const ModelNode& node, size_t depth, std::string& text) {
-  text += fmt::format("{:{}}{}{} {}\n", "", 2 * depth, node.name, node.isSettable ? " =" : ":", node.value);
-  for (const ModelNode& member : node.members) write(member, depth + 1, text);
-}
-
 // --- Setting -------------------------------------------------------------------------------------------------------
 
 struct PathStep {
@@ -134,12 +129,6 @@ void setBelow(const ByName& object, const std::vector<PathStep>& steps, size_t s
 
 ModelNode modelTree(const Platform::Ptr<Platform::Entity>& helper) {
   return TreeBuilder().node("helper", helper, false);
-}
-
-std::string textOf(const ModelNode& root) {
-  std::string text;
-  write(root, 0, text);
-  return text;
 }
 
 void setByPath(Platform::Entity& root, std::string_view setting) {

@@ -21,9 +21,6 @@ struct ModelNode {
 // of their keys, digit runs by their number.
 ModelNode modelTree(const Platform::Ptr<Platform::Entity>& helper);
 
-// Two blanks for each level; "=" where a value can be set, ":" elsewhere.
-std::string textOf(const ModelNode& root);
-
 // Sets what "PATH=VALUE" says. PATH is the names of a tree's nodes below its root, joined by dots, keys as they are:
 // outShadowFilter.shadowFilter[port-1].multicast=1. Raises Platform::ModelError, and has then set nothing.
 void setByPath(Platform::Entity& root, std::string_view setting);

@@ -66,6 +66,7 @@ struct IntfOutcome {
   IntfState state = IntfState::active;
   Platform::AclCreateError error = Platform::AclCreateError::noError;
   Reason reason;
+  bool keepsPrevious = false;  // As of the ACL, in this filter.
 };
 
 enum class ChangeKind : uint8_t {

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "model/AclTrace.h"
+#include "text/Shown.h"
 
 namespace Sim {
 
@@ -22,8 +23,10 @@ TracePrinter::~TracePrinter() {
 
 void TracePrinter::print(const Platform::TraceRecord& record) const {
   if (mute_ || record.level > level_) return;
-  fmt::print(stderr, "[{}] {}:{} {}::{} {}\n", record.level, record.file, record.line, record.className,
-             record.operation, record.message);
+  const Shown line = fmt::format("[{}] {}:{} {}::{} {}", record.level, record.file, record.line, record.className,
+                                 record.operation, record.message);
+  // Where standard error cannot be written, the traces are lost, and the run goes on: this must not throw.
+  std::fputs((line.text() + "\n").c_str(), stderr);
 }
 
 }  // namespace Sim

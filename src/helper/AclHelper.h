@@ -28,10 +28,11 @@ class FilterRegisters;
 inline constexpr char kUnitName[] = "Kestrix";
 
 // The helper of this platform. The framework's operations raise RangeError for a null AclData, and those of the model
-// ConsistencyError for a null ShadowAcl. Both raise ConsistencyError when the framework broke the order of calls, or
-// when they are called while the transport reads or writes a register: nothing has changed then. An AclDataStatus may
-// be null. Whatever they call may drop the last reference to the helper. Not final, as an agent calls the overridden
-// operations through the virtual table: they are not exported.
+// ConsistencyError for a null ShadowAcl. Both raise ConsistencyError when the framework broke the order of calls:
+// nothing has changed since the check that found it; and when they are called while the transport reads or writes a
+// register: nothing has changed then. An AclDataStatus may be null. Whatever they call may drop the last reference to
+// the helper and to an argument. Not final, as an agent calls the overridden operations through the virtual table: they
+// are not exported.
 class KESTRIX_API AclHelper : public VelHelper::AclHelper {
   KESTRIX_ENTITY(AclHelper, "Kestrix::AclHelper");
   // Where the registers are. Shared with the creator.
@@ -77,21 +78,22 @@ class KESTRIX_API AclHelper : public VelHelper::AclHelper {
                                   const UniqueId& ruleId, uint32_t ruleNum, uint32_t subruleNum) override;
   AclCreateError createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
                                   const Ptr<AclData>& aclData, uint32_t ruleNum) override;
-  // Returns, and tells by `aclStatusUpdate`, the error of the last interface that failed. Where the filter holds
-  // another type it also raises the unit error; after a failed write it does not. `dirty` stays. noError after a
-  // refused rule: no interface waits any more.
+  // Returns, and tells by `aclStatusUpdate`, the error of the last interface that failed. Where the filter does not
+  // take the ACL it also raises the unit error; after a failed write it does not. `dirty` stays. noError after a
+  // refused rule: no interface waits any more. For an ACL that is not supported, noError, and nothing is told.
   AclCreateError createFinalAclRule(Acl::AclType aclType, const Ptr<AclData>& aclData, uint32_t ruleNum) override;
   AclCreateError precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& status) override;
   void destroyAcl(const Ptr<AclData>& aclData) override;
   void cleanupAcl(const Ptr<AclData>& aclData) override;
   void commitAcl(const Ptr<AclData>& aclData) override;
   void blockIntf(IntfId intf, bool block, uint32_t reason) override;
-  // Always returns noError. When the rules of the ACL are final, `aclStatusUpdate` tells the outcome, and the unit
-  // error is raised where the filter holds another type, but not after a failed write.
+  // Always returns noError. When the rules of the ACL are final, and it is not active there already, `aclStatusUpdate`
+  // tells the outcome, and the unit error is raised where the filter does not take the ACL, but not after a failed
+  // write.
   AclCreateError addIntfToAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                               const Ptr<AclDataStatus>& status) override;
   // Always returns noError; `aclStatusUpdate` tells the outcome, and nothing is told when `belongsToAnother` or
-  // `destroying`. After a failed write the interface stays active, and is in error.
+  // `destroying`. After a failed write an active interface stays active, and is in error.
   AclCreateError removeIntfFromAcl(const IntfPairKey& intfPair, const Ptr<AclData>& aclData,
                                    bool belongsToAnother) override;
   void updateAclPorts(const Ptr<AclData>& aclData, bool add) override;
@@ -111,20 +113,20 @@ class KESTRIX_API AclHelper : public VelHelper::AclHelper {
 
   // Writes `filterRegisters` into the filter of `intf` in `direction`: the whole filter, or its `enable` register only.
   // noError, or hardwareFailure when the transport's error flag was set; the flag is clear afterwards. All writes are
-  // issued, and nothing is undone.
+  // issued, and nothing is undone. `filterRegisters` is the caller's to keep until then.
   AclCreateError regWriteHelper(const FilterRegisters& filterRegisters, IntfId intf, Acl::AclDirection direction,
                                 bool enableRegOnly);
   KESTRIX_OPERATION(regWriteHelper);
 
-  // Writes a finalized ACL to the filters of its applying interfaces, and reports the pass to the framework.
-  // noError, or the error of the last interface that failed. Raises ConsistencyError for a null ACL and for an applying
-  // interface without a shadow filter.
+  // Writes a finalized ACL to the filters of its applying interfaces, and reports the pass to the framework; of another
+  // ACL, does neither. noError, or the error of the last interface that failed. Raises ConsistencyError for a null ACL,
+  // one that was never pre-created, and an applying interface without a shadow filter.
   AclCreateError writeAclToIntfs(const Ptr<ShadowAcl>& shadowAcl);
   KESTRIX_OPERATION(writeAclToIntfs);
 
   // Takes an ACL off the filters of its deleting interfaces, keeping the ACL of the other type that shares one, and
-  // reports the pass to the framework. Raises ConsistencyError for a null ACL, and for an active interface without a
-  // shadow filter.
+  // reports the pass to the framework. Raises ConsistencyError for a null ACL, and for an active interface that is not
+  // in error and has no shadow filter.
   void clearAclFromIntfs(const Ptr<ShadowAcl>& shadowAcl);
   KESTRIX_OPERATION(clearAclFromIntfs);
 
@@ -133,8 +135,8 @@ class KESTRIX_API AclHelper : public VelHelper::AclHelper {
   AclCreateError setCreationError(const Ptr<ShadowAcl>& shadowAcl, AclCreateError error);
   KESTRIX_OPERATION(setCreationError);
 
-  // The filters of a direction, and the number of slots of one of them. The filters are null after they were deleted by
-  // name.
+  // The filters of a direction, and the number of slots of one of them. The filters are null after they were
+  // deleted.
   const Ptr<ShadowFilters>& shadowFilters(Acl::AclDirection direction) const {
     return direction == Acl::AclDirection::in ? inShadowFilter() : outShadowFilter();
   }

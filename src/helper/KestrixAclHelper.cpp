@@ -80,8 +80,8 @@ bool AclHelper::aclSupported(const Platform::AclKey& key) const { return !checkA
 
 Refused AclHelper::checkAcl(const Platform::AclKey& key) const {
   const OperationTrace trace(*this, "aclSupported");
+  const Refused refused = aclRefusal(key, ingressAclsSupported());  // First: the sink may drop the owner of `key`.
   trace.level6("ACL direction: {} type: {}", key.direction, key.type);
-  const Refused refused = aclRefusal(key, ingressAclsSupported());
   if (refused) trace.level6("{}", refused);
   return refused;
 }

@@ -1,12 +1,16 @@
 // Steps that the helper's operations have in common: what they check of their callers, and what they trace.
 #pragma once
 
+#include <new>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "helper/AclHelper.h"
 #include "model/Refusal.h"
+#include "model/ShadowAcl.h"
 #include "model/TracePoints.h"
 #include "platform/runtime/Trace.h"
 
@@ -28,21 +32,23 @@ inline void requireNoAccess(const AclHelper& helper, std::string_view className,
   }
 }
 
-// What each operation of the helper makes before it does anything: its trace points, and a reference to the helper, as
-// everything that it calls, a trace sink too, may drop the last other one. Raises as requireNoAccess.
+// What each operation of the helper makes before it does anything: its trace points, and references to the helper and
+// to the framework's object of the ACL, where there is one, as everything that it calls, a trace sink too, may drop the
+// last other ones. Raises as requireNoAccess.
 class OperationTrace : public AclTrace {
  public:
   // `operation` must outlive the object; it is a literal in practice.
-  OperationTrace(const AclHelper& helper, std::string_view operation)
-      : AclTrace("AclHelper", operation), self_(&helper) {
+  OperationTrace(const AclHelper& helper, std::string_view operation, Platform::Ptr<Platform::AclData> aclData = {})
+      : AclTrace("AclHelper", operation), self_(&helper), aclData_(std::move(aclData)) {
     requireNoAccess(helper, "AclHelper", operation);
   }
 
  private:
   Platform::Ptr<const AclHelper> self_;
+  Platform::Ptr<Platform::AclData> aclData_;
 };
 
-// The key of the framework's ACL object. Raises RangeError when there is none.
+// The key of the framework's ACL object, as long as that lives. Raises RangeError when there is none.
 inline const Platform::AclKey& keyOf(const Platform::Ptr<Platform::AclData>& aclData) {
   if (!aclData) throw Platform::RangeError("aclData: must not be null");
   return aclData->key();
@@ -58,6 +64,24 @@ inline Platform::Ptr<ShadowAcl> attachedAcl(const AclHelper& helper, const Platf
                                             const Platform::TraceScope& trace) {
   if (Platform::Ptr<ShadowAcl> shadowAcl = helper.allShadowAcl(key)) return shadowAcl;
   Platform::consistencyFailure(trace, "ACL config should always exist");
+}
+
+// A pass of the ACL over its `intfs`, as forEachStable: the error of the last interface for which `visit` returned one.
+template <class Visit>
+Platform::AclCreateError passOver(ShadowAcl& shadowAcl, const Platform::Set<Platform::IntfId>& intfs, Visit&& visit) {
+  std::optional<Platform::IntfId> failed = shadowAcl.untoldIntfDel();
+  auto result = Platform::AclCreateError::noError;
+  if (failed) result = shadowAcl.errorIntf(*failed).value_or(result);
+  try {
+    Platform::forEachStable(intfs, [&](Platform::IntfId intf) {
+      const Platform::AclCreateError error = visit(intf);
+      if (error != Platform::AclCreateError::noError) failed = intf, result = error;
+    });
+  } catch (const std::bad_alloc&) {
+    if (failed) shadowAcl.untoldIntfIs(*failed);
+    throw;
+  }
+  return result;
 }
 
 // Traces why a rule is refused, and gives it on.

@@ -12,7 +12,7 @@ AclHelper::AclCreateError AclHelper::addIntfToAcl(const IntfPairKey& intfPair, c
                                                   const Ptr<AclDataStatus>& /*status*/) {
   const IntfId intf = intfPair.intf;
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "addIntfToAcl");
+  const OperationTrace trace(*this, "addIntfToAcl", aclData);
   trace.level5("acl: {} type: {} direction: {} intf: {}", key.name, key.type, key.direction, intf);
 
   Ptr<ShadowAcl> shadowAcl = allShadowAcl(key);
@@ -44,12 +44,10 @@ AclHelper::AclCreateError AclHelper::writeAclToIntfs(const Ptr<ShadowAcl>& shado
   const ShadowAcl::Acl acl = shadowAcl->acl();
   requireShadowAcl(acl.base(), trace);
 
-  AclCreateError result = AclCreateError::noError;
-  Platform::forEachStable(shadowAcl->applyingIntf(), [&](IntfId intf) {
+  const AclCreateError result = passOver(*shadowAcl, shadowAcl->applyingIntf(), [&](IntfId intf) {
     // Pre-created again by a callback: the new rules get a pass of their own.
-    if (!shadowAcl->aclRulesFinalized() || shadowAcl->acl() != acl) return;
-    const AclCreateError error = writeAclToIntf(*shadowAcl, acl, intf);
-    if (error != AclCreateError::noError) result = error;
+    if (!shadowAcl->aclRulesFinalized() || shadowAcl->acl() != acl) return AclCreateError::noError;
+    return writeAclToIntf(*shadowAcl, acl, intf);
   });
   aclStatusUpdateCallback(shadowAcl->key(), result);
   return result;

@@ -22,7 +22,7 @@ AclHelper::AclCreateError AclHelper::removeIntfFromAcl(const IntfPairKey& intfPa
                                                        bool belongsToAnother) {
   const IntfId intf = intfPair.intf;
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "removeIntfFromAcl");
+  const OperationTrace trace(*this, "removeIntfFromAcl", aclData);
   trace.level5("acl: {} type: {} direction: {} intf: {}", key.name, key.type, key.direction, intf);
   trace.level6("belongsToAnother: {}", belongsToAnother);
   if (destroying()) {
@@ -56,11 +56,8 @@ void AclHelper::clearAclFromIntfs(const Ptr<ShadowAcl>& shadowAclArgument) {
   requireShadowAcl(shadowAcl, trace);
 
   trace.level5("acl key: {}", shadowAcl->key());
-  AclCreateError result = AclCreateError::noError;
-  Platform::forEachStable(shadowAcl->deletingIntf(), [&](IntfId intf) {
-    const AclCreateError error = clearAclFromIntf(*shadowAcl, intf);
-    if (error != AclCreateError::noError) result = error;
-  });
+  const AclCreateError result =
+      passOver(*shadowAcl, shadowAcl->deletingIntf(), [&](IntfId intf) { return clearAclFromIntf(*shadowAcl, intf); });
   aclStatusUpdateCallback(shadowAcl->key(), result);
 }
 
@@ -112,7 +109,7 @@ AclHelper::AclCreateError AclHelper::clearAclFromIntf(ShadowAcl& shadowAcl, Intf
 
 void AclHelper::destroyAcl(const Ptr<AclData>& aclData) {
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "destroyAcl");
+  const OperationTrace trace(*this, "destroyAcl", aclData);
   traceAcl(trace, key);
   if (!aclSupported(key)) return;
   if (!allShadowAcl(key)) {
@@ -122,7 +119,7 @@ void AclHelper::destroyAcl(const Ptr<AclData>& aclData) {
 
 void AclHelper::cleanupAcl(const Ptr<AclData>& aclData) {
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "cleanupAcl");
+  const OperationTrace trace(*this, "cleanupAcl", aclData);
   traceAcl(trace, key);
   if (destroying()) return trace.level6("Kestrix instance cleanup, skipping");
 

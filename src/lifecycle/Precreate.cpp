@@ -50,7 +50,8 @@ std::vector<Platform::IntfId> intfsToReapply(const ShadowAcl& shadowAcl, const P
 
 AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, const Ptr<AclDataStatus>& /*status*/) {
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "precreateAcl");
+  const bool isActive = !aclData->activeIntf().empty();
+  const OperationTrace trace(*this, "precreateAcl", aclData);
   traceAcl(trace, key);
   lastRefused_ = checkAcl(key);
   if (lastRefused_) return rowOf(lastRefused_.reason).error;
@@ -58,7 +59,7 @@ AclHelper::AclCreateError AclHelper::precreateAcl(const Ptr<AclData>& aclData, c
   const Ptr<ShadowAcl> shadowAcl = allShadowAcl(key);
   if (!shadowAcl) {
     trace.level5("ACL not attached to any interfaces. Ignoring");
-    if (!aclData->activeIntf().empty()) {
+    if (isActive) {
       Platform::consistencyFailure(trace, "ACL not attached to any interfaces, but there are active interfaces");
     }
     return AclCreateError::noError;

@@ -66,8 +66,14 @@ class ShadowAcl final : public Platform::Entity {
     return errorIntf().contains(intf) ? Platform::lookUp<Refusal>(intfRefusal_, intf) : Refusal::none;
   }
 
+  // The interface that failed last in a pass that std::bad_alloc ended, so that nobody was told of it: as long as it is
+  // in error, the next pass reports it. Taken by that pass, and given by one that ends so.
+  std::optional<Platform::IntfId> untoldIntfDel() { return std::exchange(untoldIntf_, std::nullopt); }
+  void untoldIntfIs(Platform::IntfId intf) { untoldIntf_ = intf; }
+
  private:
   Platform::Map<Platform::IntfId, Refusal> intfRefusal_;
+  std::optional<Platform::IntfId> untoldIntf_;
 };
 
 }  // namespace Kestrix

@@ -37,7 +37,7 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
       .ipLength = {ipLen, ipLenMask, ipLenLow, ipLenHigh},
   };
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "createIpAclSubrule");
+  const OperationTrace trace(*this, "createIpAclSubrule", aclData);
   trace.level5("acl: {} type: {} direction: {} rule: {}", key.name, key.type, key.direction, ruleNum);
   lastRefused_ = {};
 
@@ -75,22 +75,23 @@ AclHelper::AclCreateError AclHelper::createIpAclSubrule(
 AclHelper::AclCreateError AclHelper::createIpFragRule(const Ptr<AclData>& aclData, const Acl::IpRuleConfig& ruleConfig,
                                                       const UniqueId& /*ruleId*/, uint32_t ruleNum,
                                                       uint32_t /*subruleNum*/) {
+  const Acl::Action action = ruleConfig.action;
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "createIpFragRule");
+  const OperationTrace trace(*this, "createIpFragRule", aclData);
   trace.level5("acl: {} type: {} direction: {} rule: {}", key.name, key.type, key.direction, ruleNum);
   lastRefused_ = {};
 
   const Refused refused = checkAcl(key);
   // Accepted, though the hardware does not tell fragments apart.
   if (!refused) return AclCreateError::noError;
-  if (ruleConfig.action == Acl::Action::permit) return AclCreateError::noError;
+  if (action == Acl::Action::permit) return AclCreateError::noError;
   return refuseRule(attachedAcl(*this, key, trace), refused);
 }
 
 AclHelper::AclCreateError AclHelper::createFinalAclRule(Acl::AclType /*aclType*/, const Ptr<AclData>& aclData,
                                                         uint32_t ruleNum) {
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "createFinalAclRule");
+  const OperationTrace trace(*this, "createFinalAclRule", aclData);
   trace.level5("acl: {}, type: {}, direction: {}, rule: {}", key.name, key.type, key.direction, ruleNum);
 
   if (!aclSupported(key)) return AclCreateError::noError;

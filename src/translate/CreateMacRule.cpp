@@ -39,9 +39,10 @@ void setVerdict(MacAcl& macAcl, MacRuleKind kind, bool permit) {
 
 AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig& ruleConfig, const UniqueId& ruleId,
                                                       const Ptr<AclData>& aclData, uint32_t ruleNum) {
-  const Acl::MacFilter& filter = ruleConfig.filter;
+  const Acl::MacRuleConfig rule = ruleConfig;  // A copy: a trace sink may drop the framework's own.
+  const Acl::MacFilter& filter = rule.filter;
   const Platform::AclKey& key = keyOf(aclData);
-  const OperationTrace trace(*this, "createMacAclRule");
+  const OperationTrace trace(*this, "createMacAclRule", aclData);
   trace.level5("acl: {} type: {} direction: {} rule: {} id: {} filter: {}", key.name, key.type, key.direction, ruleNum,
                ruleId, filter);
   lastRefused_ = {};
@@ -68,14 +69,14 @@ AclHelper::AclCreateError AclHelper::createMacAclRule(const Acl::MacRuleConfig& 
   }
   trace.level5(kMacSideTraces[static_cast<size_t>(side)]);
   if (side == RuleSide::neither) {
-    setVerdict(*macAcl, kind, ruleConfig.action == Acl::Action::permit);
+    setVerdict(*macAcl, kind, rule.action == Acl::Action::permit);
     return AclCreateError::noError;
   }
   if (kind != MacRuleKind::everyEtherType) return refuseRule(shadowAcl, traced({Refusal::protocolAddress}, trace));
 
   const auto slot = freeSlot(*macAcl, slotCount(key.direction));
   if (!slot) return refuseRule(shadowAcl, traced({Refusal::noSlot}, trace));
-  storeRule(*macAcl, macRule(*slot, side, ruleConfig), side, trace);
+  storeRule(*macAcl, macRule(*slot, side, rule), side, trace);
   return AclCreateError::noError;
 }
 

@@ -1,5 +1,6 @@
-// What may go wrong around any operation: its surroundings drop the helper or call it, or there is no memory.
+// What may go wrong around any operation: its surroundings drop what it works with or call it, or there is no memory.
 #include <cstdlib>
+#include <memory>
 #include <new>
 
 #include "hw/FilterRegisters.h"
@@ -18,8 +19,8 @@
 namespace Kestrix::Test {
 
 struct DisturbanceTest : HelperTest {
-  // Of `acl`, on e1 and e2, and of `macAcl`, on e3.
-  enum State : uint8_t { kNew, kTranslating, kWritten };
+  // Of `acl`, on e1 and e2, and of `macAcl`, on e3. The last but one: the writes to e1, or to e2, are about to fail.
+  enum State : uint8_t { kNew, kTranslating, kFailing1, kFailing2, kWritten };
   struct Row {
     const char* name;
     State before;
@@ -35,17 +36,22 @@ struct DisturbanceTest : HelperTest {
   // Everything new, in the state. An IPv4 ACL does not fit on e3; the write of e2 has failed.
   void begin(State state) {
     reactor = nullptr;
+    acl = make<AclData>(AclKey{"edge", kIpv4, kOut}), macAcl = make<AclData>(AclKey{"guard", kMac, kOut});
+    macRule = std::make_unique<Acl::MacRuleConfig>();
+    macRule->filter.srcAddr = macRule->filter.srcMask = Platform::EthAddr::fromText("02:00:00:00:00:01");
     build(2, 2);
     filter(e3)->ruleIs(aRule({.port = 1}));
     reactor = aclHelperInstanceConfigSmFactory(config, status, vcsd, helper);
     if (state >= kTranslating) attached(acl, {e1, e2}), translate(acl, kDns), attached(macAcl, {e3});
     transport->fails = "filter[4]";
     if (state >= kWritten) finish(acl);
-    transport->fails = "";
+    transport->fails = state == kFailing1 ? "filter[3]" : state == kFailing2 ? "filter[4]" : "";
     transport->registers.clear(), log.clear();
   }
   std::string snapshot() {
-    std::string text = fmt::format("{} {}", helper->dirty(), int(helper->unitError("Kestrix")));
+    std::string outcome;
+    for (const std::string& line : log) outcome = line.starts_with("status") ? line : outcome;
+    std::string text = fmt::format("{} {} {}", outcome, helper->dirty(), int(helper->unitError("Kestrix")));
     for (const auto& [path, value] : transport->registers) text += fmt::format("\n{} {:#x}", path, value);
     for (const auto& [key, shadow] : helper->allShadowAcl()) {
       const auto base = shadow->acl().base();
@@ -65,6 +71,7 @@ struct DisturbanceTest : HelperTest {
   const Ptr<Platform::InstanceConfig> config = make<Platform::InstanceConfig>();
   const Ptr<Platform::InstanceStatus> status = make<Platform::InstanceStatus>();
   Ptr<AclHelperInstanceConfigSm> reactor;
+  std::unique_ptr<Acl::MacRuleConfig> macRule;
   const std::vector<Row> rows{
       {"hwInit", kNew, [&] { return helper->hwInit(), 0; }},
       {"intfSupportsAcl", kNew, [&] { return int(helper->intfSupportsAcl(e1)); }},
@@ -77,9 +84,10 @@ struct DisturbanceTest : HelperTest {
       {"refused rule", kTranslating, [&] { return int(translate(acl, {.proto = 1})); }},
       {"verdict", kTranslating, [&] { return int(translate(acl, {})); }},
       {"fragments", kTranslating, [&] { return int(helper->createIpFragRule(acl, {kDeny, {}}, {}, 5, 6)); }},
-      {"MAC rule", kTranslating,
-       [&] { return int(translateMac(macAcl, {.src = "02:00:00:00:00:01/ff:ff:ff:ff:ff:ff"})); }},
+      {"MAC rule", kTranslating, [&] { return int(helper->createMacAclRule(*macRule, {}, macAcl, 3)); }},
       {"final rule", kTranslating, [&] { return int(finish(acl)); }},
+      {"final rule, e1 fails", kFailing1, [&] { return int(finish(acl)); }},
+      {"final rule, e2 fails", kFailing2, [&] { return int(finish(acl)); }},
       {"detach", kWritten, [&] { return int(helper->removeIntfFromAcl({.intf = e1}, acl, false)); }},
       {"hand over", kWritten, [&] { return int(helper->removeIntfFromAcl({.intf = e1}, acl, true)); }},
       {"destroy", kWritten, [&] { return helper->destroyAcl(acl), 0; }},
@@ -98,10 +106,10 @@ struct DisturbanceTest : HelperTest {
 };
 
 // At each trace, register access and call of the listener, one after the other.
-TEST_F(DisturbanceTest, WhateverIsCalledMayDropTheHelper) {
+TEST_F(DisturbanceTest, WhateverIsCalledMayDropTheHelperAndTheArguments) {
   int event = 0, dropAt = 0;
   const auto happens = [&] {
-    if (event++ == dropAt) reactor = nullptr, helper = nullptr;
+    if (event++ == dropAt) reactor = nullptr, helper = nullptr, acl = macAcl = nullptr, macRule = nullptr;
   };
   for (const Row& row : rows) {
     for (dropAt = 0, event = 1; dropAt < event; ++dropAt) {

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <memory>
 
-#include "hw/FilterWriter.h"
+#include "hw/FilterRegisters.h"
 #include "instance/AclHelperInstanceConfigSm.h"
 
 namespace Kestrix::Test {
@@ -355,14 +355,15 @@ struct Machine : Rig {
   // A register of the device that is not as the shadow filter has it, where no write has failed since.
   std::string wrongRegister() const {
     Lines unused;
+    const auto image = make<FakeTransport>(unused);
+    const auto writer = aclHelperFactory(image, helper->intfMap(), limitOf(true), limitOf(false), vcsd);
     for (const bool in : {false, true}) {
       for (size_t i = 0; i < kIntfs; ++i) {
-        const auto image = make<FakeTransport>(unused);
         const auto direction = in ? kIn : kOut;
         const auto filter = seenFilter(direction, i);
-        FilterPath path(filterAddress(intfs[i], helper->intfMap()), direction);
+        image->registers.clear();
         if (filter && filter->maxRules() != limitOf(in)) return "\nwrong: maxRules";
-        if (filter) writeFilter(*image, path, filter->genRegisters(), limitOf(in));
+        if (filter) writer->regWriteHelper(filter->genRegisters(), intfs[i], direction, false);
         for (const auto& [name, value] : image->registers) {
           if (!(name.ends_with("/enable") ? filters[in][i].isEnableExact : filters[in][i].isExact)) continue;
           const auto found = transport->registers.find(name);

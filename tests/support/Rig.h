@@ -170,8 +170,8 @@ struct Rig {
 
   Lines log;
   std::function<void()> onTrace = [] {};
-  const Ptr<AclData> acl = make<AclData>(AclKey{"edge", kIpv4, kOut});
-  const Ptr<AclData> macAcl = make<AclData>(AclKey{"guard", kMac, kOut});
+  Ptr<AclData> acl = make<AclData>(AclKey{"edge", kIpv4, kOut});
+  Ptr<AclData> macAcl = make<AclData>(AclKey{"guard", kMac, kOut});
   const IntfId e1{"e1"}, e2{"e2"}, e3{"e3"};
   Platform::TraceHandle& trace = aclTraceHandle();
   const Ptr<FakeTransport> transport = make<FakeTransport>(log);

@@ -20,13 +20,13 @@ class AclStatusListener : public Platform::Node {
  public:
   // The outcome of one pass that applied or cleared an ACL.
   virtual void aclStatusUpdate(const Platform::AclKey&, Platform::AclCreateError) noexcept {}
-  // Publishing the errors of the hardware unit was switched on or off.
+  // Publishing the errors of the hardware unit was switched on or off, possibly to what it was.
   virtual void unitErrorPublished(const Platform::String& /*unit*/, bool) noexcept {}
   // The error of the hardware unit was set, possibly to the value that it had.
   virtual void unitErrorChanged(const Platform::String& /*unit*/, Platform::AclCreateError) noexcept {}
-  // The flag `dirty` of the helper was set or cleared.
+  // The flag `dirty` of the helper was set or cleared, possibly to the value that it had.
   virtual void dirtyChanged(bool) noexcept {}
-  // All traffic of the interface was blocked or unblocked.
+  // The interface's traffic was to be blocked or unblocked: told whether or not the register could be written.
   virtual void aclIntfBlocked(Platform::IntfId, bool) noexcept {}
 };
 
@@ -55,7 +55,8 @@ class KESTRIX_API AclHelper : public Platform::Entity {
   virtual String intfLinecardName(IntfId intf) = 0;
 
   // One subrule of a configured IPv4 rule, in the order of the rules. Port 0 is none; `*PortLow` and `*PortHigh` are a
-  // range, and `ipLen*` match the IP length. The masks and the arguments after `ipLenHigh` are for other platforms.
+  // range, and `ipLen*` match the IP length. The masks of ports and the arguments after `ipLenHigh` are for other
+  // platforms.
   virtual AclCreateError createIpAclSubrule(Acl::AclType aclType, const Acl::RuleConfig& ruleConfig,
                                             const UniqueId& ruleId, const Ptr<AclData>& aclData, uint32_t ruleNum,
                                             uint32_t subruleNum, uint16_t srcPort, uint16_t srcPortMask,
@@ -118,7 +119,7 @@ class KESTRIX_API AclHelper : public Platform::Entity {
   // Sets or clears `dirty`, and tells the listener.
   void dirtyIs(bool dirty);
 
-  // The interfaces whose traffic is blocked, each with true.
+  // The interfaces whose traffic is to be blocked, each with true.
   const Platform::Map<IntfId, bool>& aclIntfBlockedStatus() const { return aclIntfBlockedStatus_; }
   // Sets or removes the entry of `intf`, and tells the listener.
   void aclIntfBlockedStatusIs(IntfId intf, bool blocked);

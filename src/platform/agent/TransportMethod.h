@@ -24,9 +24,9 @@ class TransportMethodError {
 // Implemented by the agent. Neither operation throws: a block of writes is issued to its end whatever fails in it, and
 // only the flag reports a failure.
 // Neither calls the helper that accesses the register, nor changes the configuration that its reactor follows: an
-// operation of theirs that is called meanwhile changes nothing, traces a failure and raises ConsistencyError, which the
-// transport must catch. Make the call again after the operation that made the access. Dropping the last reference to
-// the helper is no call.
+// operation of theirs that does more than to read or set an attribute, called meanwhile, changes nothing, traces a
+// failure and raises ConsistencyError, which the transport must catch. Make the call again after the operation that
+// made the access. Dropping the last reference to the helper is no call.
 class TransportMethod : public Node {
  public:
   // The register's value; unspecified when the transaction failed. The path is valid during the call only.

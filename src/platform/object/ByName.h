@@ -100,7 +100,8 @@ struct KESTRIX_API ModelType {
 
 // One object, by the names of its attributes. An entity is kept alive, a value is the caller's to keep. Every operation
 // raises UnknownAttributeError for an unknown name, AttributeKindError for a kind of attribute that has no such
-// operation, and WrongTypeError or RangeError for an argument that is none. It has then changed nothing.
+// operation, and WrongTypeError or RangeError for an argument that is none. It has then changed nothing, and keeps no
+// name of an interface.
 class KESTRIX_API ConstByName {
  public:
   // `self` is a value of the class that `type` describes, or the Entity of one. It lives as long as `keep`; without

@@ -89,19 +89,27 @@ T convert(const Value& value, std::string_view name) try {
   error.in(name);
   throw;
 }
-template <class Key>
-std::optional<Key> knownKey(const Value& value) try {
-  return value.asKnown<Key>();
+// The same as far as it is known, with the same errors: a text does not become a T that is kept for ever.
+template <class T>
+std::optional<T> known(const Value& value, std::string_view name) try {
+  return value.asKnown<T>();
 } catch (ModelError& error) {
-  error.in("key");
+  error.in(name);
   throw;
 }
+template <class Key>
+std::optional<Key> knownKey(const Value& value) {
+  return known<Key>(value, "key");
+}
 
-// The arguments as the tuple `Types`.
+// The arguments as the tuple `Types`. Nothing is kept for ever before all of them are known to be good.
 template <class Types>
 Types convertAll(const Arguments& arguments, ArgumentName name, const ModelType* type = nullptr) {
   requireCount(arguments, std::tuple_size_v<Types>);
   return [&]<size_t... I>(std::index_sequence<I...>) {
+    if constexpr ((KeptForEver<std::tuple_element_t<I, Types>> || ...)) {
+      (known<std::tuple_element_t<I, Types>>(arguments[I], name(type, I)), ...);
+    }
     return Types{convert<std::tuple_element_t<I, Types>>(arguments[I], name(type, I))...};
   }(std::make_index_sequence<std::tuple_size_v<Types>>());
 }
@@ -204,14 +212,15 @@ struct Attribute<what, ObjectType, T, kMember, kInsert...> {
     if constexpr (what == What::set) {
       const bool isMember = arguments.size() != 2 || convert<bool>(arguments[1], "membership");
       requireCount(arguments, arguments.size() == 2 ? 2 : 1);
-      const Key key = keyFrom(arguments[0]);
+      knownKey<Key>(arguments[0]);
       if (!isMember) throw SetFalseError("a member is taken out by removing it, not by setting it to false");
-      of(self).insert(key);
+      of(self).insert(keyFrom(arguments[0]));
       return true;
     } else if constexpr (what == What::map) {
       requireCount(arguments, 2);
-      const Key key = keyFrom(arguments[0]);
-      return store(of(self), key, convert<typename Container::mapped_type>(arguments[1], "value"));
+      knownKey<Key>(arguments[0]);
+      auto value = convert<typename Container::mapped_type>(arguments[1], "value");
+      return store(of(self), keyFrom(arguments[0]), std::move(value));
     } else if constexpr (what == What::values) {
       requireCount(arguments, 1);
       return std::invoke(kInsert..., objectOf<Object>(self), convert<T>(arguments[0], "value"));

@@ -26,6 +26,10 @@ concept ModelValue = requires {
   { T::model() } -> std::same_as<const ModelType&>;
 } && !std::derived_from<T, Entity>;
 
+// A type that keeps for ever what it was once made of, as IntfId does names; T::known makes none of what is not kept.
+template <class T>
+concept KeptForEver = requires(std::string_view text) { T::known(text); };
+
 namespace Detail {
 // How errors call the type T.
 template <class T>
@@ -98,7 +102,7 @@ class KESTRIX_API Value {
   // The same of a key to look up: nothing where it is a text that stands for no T so far, which does not become one.
   template <class T>
   std::optional<T> asKnown() const {
-    if constexpr (requires(std::string_view text) { T::known(text); }) {
+    if constexpr (KeptForEver<T>) {
       if (const auto* text = heldText()) return T::known(*text);
     }
     return as<T>();

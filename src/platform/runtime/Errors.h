@@ -1,6 +1,6 @@
 // The exceptions that may leave the library. Failures of ACLs are not among them: those are AclCreateError values.
 // Besides these, there is std::bad_alloc alone. An operation that it leaves may have done a part of its work; called
-// again, it does the rest, and nothing twice.
+// again, it does the rest, nothing twice, and also reports what failed in that part.
 #pragma once
 
 #include <exception>

@@ -19,8 +19,8 @@ std::vector<std::string> linesOfCommand(std::string command) {
   std::vector<std::string> words{std::istream_iterator<std::string>(in), {}};
   std::vector<const char*> arguments;
   for (const std::string& word : words) arguments.push_back(word.c_str());
-  int exitStatus = 0;
-  const CommandLine line = parseCommandLine(int(arguments.size()), arguments.data(), exitStatus).value();
+  RunResult end;
+  const CommandLine line = parseCommandLine(int(arguments.size()), arguments.data(), end).value();
   std::vector<std::string> configs;
   for (const std::string& file : line.configFiles) configs.push_back(textOfFile(KESTRIX_ROOT + file));
   const RunResult result = run(line, textOfFile(KESTRIX_ROOT + line.deviceFile), configs, /*colour=*/false);

@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "command/ExitStatus.h"
@@ -18,14 +19,6 @@ using testing::HasSubstr;
 std::string example(const std::string& name) { return Kestrix::Test::textOfFile(KESTRIX_ROOT "examples/" + name); }
 
 json jsonOf(const RunResult& result) { return json::parse(result.output); }
-
-TEST(Run, DeviceThatTheLibraryRefusesIsBadInput) {
-  const RunResult result =
-      run({.deviceFile = "d.json", .configFiles = {"c.json"}, .json = true},
-          R"({"inRules": 25, "outRules": 1, "interfaces": []})", {R"({"ietf-access-control-list:acls": {}})"}, false);
-  EXPECT_EQ(result.exitStatus, kBadInput);
-  EXPECT_THAT(result.output, HasSubstr("Kestrix::AclHelper.inRules: 25 is above the limit 24"));
-}
 
 TEST(Run, AFailedWriteIsToldUntilALaterStepMendsIt) {
   const std::string config = example("access-edge.json");
@@ -44,17 +37,34 @@ TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
       {"name": "M", "type": "eth-acl-type", "aces": {"ace": [{"name": "all", "actions": {"forwarding": "drop"}}]}}],
     "attachment-points": {"interface": [
       {"interface-id": "port-1", "ingress": {"acl-sets": {"acl-set": [{"name": "I"}, {"name": "M"}]}}}]}}})";
+  const std::string device = example("edge-switch.json");
   EXPECT_THAT(
-      run({.configFiles = {"c"}}, example("edge-switch.json"), {document}, false).output,
-      HasSubstr("ACL M (eth-acl-type, ingress): applied\n  all  no slot: denies everything that no slot matches; "
-                "not on port-1, where the other ACL of the filter decides it\n"));
+      run({.configFiles = {"c"}}, device, {document}, false).output,
+      AllOf(HasSubstr("I    active  0/24   permit\nport-1     ingress    M    active  0/24   permit     its deny of "
+                      "what no slot matches is overruled\n"),
+            HasSubstr("ACL M (eth-acl-type, ingress): applied, but its deny of what no slot matches is overruled "
+                      "on port-1\n  all  no slot: denies everything that no slot matches; not on port-1, where the "
+                      "other ACL of the filter decides it\n")));
+  const json step = jsonOf(run({.configFiles = {"c"}, .json = true}, device, {document}, false))["steps"][0];
+  EXPECT_TRUE(!step["interfaces"][0]["overruled"] && step["interfaces"][1]["overruled"]);
+  EXPECT_EQ(step["acls"][0]["overruledOn"].dump() + step["acls"][1]["overruledOn"].dump(), R"([]["port-1"])");
 }
 
-TEST(Run, ColourOnlyWhereAskedFor) {
-  const std::string device = example("edge-switch.json");
-  const std::string config = example("access-edge.json");
-  EXPECT_EQ(run({.configFiles = {"c"}}, device, {config}, false).output.find('\033'), std::string::npos);
-  EXPECT_NE(run({.configFiles = {"c"}}, device, {config}, true).output.find("\033[32mactive"), std::string::npos);
+TEST(Run, ARefusedAclFillsTheSlotsThatItsPreviousVersionKeeps) {
+  // On port-1, an ACL of that name with one rule.
+  const auto document = [](const std::string& name, const std::string& more) {
+    return fmt::format(R"({{"ietf-access-control-list:acls": {{"acl": [{{"name": "{0}", "type": "ipv4-acl-type", "aces":
+        {{"ace": [{{"name": "a", "actions": {{"forwarding": "accept"}}, "matches": {{"ipv4":
+        {{"source-ipv4-network": "192.0.2.1/32"{1}}}}}}}]}}}}], "attachment-points": {{"interface": [
+        {{"interface-id": "port-1", "ingress": {{"acl-sets": {{"acl-set": [{{"name": "{0}"}}]}}}}}}]}}}}}})",
+                       name, more);
+  };
+  for (const auto& [name, slots] : {std::pair("A", 1), {"B", 0}}) {
+    const json steps = jsonOf(run({.configFiles = {"v1", "v2"}, .json = true}, example("edge-switch.json"),
+                                  {document("A", ""), document(name, R"(, "length": 40)")}, false))["steps"];
+    EXPECT_EQ(steps[1]["interfaces"][0]["state"], "refused");
+    EXPECT_EQ(steps[1]["interfaces"][0]["slotsUsed"], slots) << name;
+  }
 }
 
 // The lines of progress when the clock advances by `step` whenever it is read.
@@ -64,7 +74,7 @@ std::vector<std::string> progressOf(std::chrono::milliseconds step) {
   {
     Progress progress([&](std::string_view line) { lines.emplace_back(line); }, [&] { return now += step; });
     const std::string config = example("access-edge.json");
-    run({.deviceFile = "d", .configFiles = {"v1", "v2"}}, example("edge-switch.json"), {config, config}, false,
+    run({.deviceFile = "d", .configFiles = {"v1", "v2"}}, {example("edge-switch.json")}, {{config}, {config}}, {},
         progress);
   }
   return lines;
@@ -78,17 +88,6 @@ TEST(Run, ProgressIsShownOnceItTakesLongAndTakenAwayInTheEnd) {
   EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("reading"))));
   EXPECT_EQ(lines.back(), "\r\033[K");
   EXPECT_LT(progressOf(std::chrono::milliseconds(60)).size(), lines.size());
-}
-
-TEST(CommandLine, RefusesWhatItDoesNotKnow) {
-  using Words = std::vector<const char*>;
-  for (Words bad :
-       {Words{"d"}, {"d", "c", "--fail-write", "0"}, {"d", "c", "--trace", "x"}, {"d", "c", "--drop-delay", "1"}}) {
-    int exitStatus = -1;
-    bad.insert(bad.begin(), {"kestrix-sim", "apply"});
-    EXPECT_FALSE(parseCommandLine(static_cast<int>(bad.size()), bad.data(), exitStatus));
-    EXPECT_EQ(exitStatus, kBadInput);
-  }
 }
 
 }  // namespace

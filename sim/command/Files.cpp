@@ -1,0 +1,80 @@
+#include "command/Files.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include <fmt/format.h>
+
+namespace Sim {
+namespace {
+
+std::string lastError() { return std::generic_category().message(errno); }
+
+// What of a file is still to be read.
+FileText restOf(int file) {
+  FileText read;
+  std::array<char, 65536> part{};
+  for (;;) {
+    const ssize_t length = ::read(file, part.data(), part.size());
+    if (length == 0) return read;
+    if (length > 0) {
+      read.text.append(part.data(), static_cast<size_t>(length));
+    } else if (errno != EINTR) {
+      return {.fault = lastError()};
+    }
+  }
+}
+
+// Whether all of `text` was written; errno otherwise says why not.
+bool writeAll(int file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t length = ::write(file, text.data(), text.size());
+    if (length >= 0) {
+      text.remove_prefix(static_cast<size_t>(length));
+    } else if (errno == EAGAIN) {
+      pollfd room{file, POLLOUT, 0};
+      ::poll(&room, 1, /*timeout=*/-1);
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+void holdStandardStreams() {
+  for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(file, F_GETFD) != -1) continue;
+    // The lowest number that is free, which is this one, and the wrong way round: it cannot be used.
+    if (::open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY) == -1) return;
+  }
+}
+
+FileText readFile(const std::string& name) {
+  if (name == kStandardInput) return restOf(STDIN_FILENO);
+  const int file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file == -1) return {.fault = lastError()};
+  FileText read = restOf(file);
+  ::close(file);
+  return read;
+}
+
+void tell(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
+
+int finish(const RunResult& result) {
+  tell(result.complaint);
+  if (result.output.empty()) return result.exitStatus;
+  // Some file systems tell only at the end that there was no room.
+  if (writeAll(STDOUT_FILENO, result.output) && ::close(STDOUT_FILENO) == 0) return result.exitStatus;
+  if (errno != EPIPE) tell(fmt::format("kestrix-sim: cannot write to standard output: {}\n", lastError()));
+  return kReportLost;
+}
+
+}  // namespace Sim

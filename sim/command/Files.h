@@ -1,0 +1,34 @@
+// The files and standard streams of a run. What goes wrong with them is a value; nothing here throws for it.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "command/ExitStatus.h"
+
+namespace Sim {
+
+// What a file holds, or why it cannot be read.
+struct FileText {
+  std::string text = {};
+  std::string fault = {};  // Empty when it could be read.
+};
+
+// The name that stands for standard input.
+inline constexpr std::string_view kStandardInput = "-";
+
+// Takes the places of the standard streams that the program was started without, so that no file opened later becomes
+// one of them. Using such a stream goes on to fail.
+void holdStandardStreams();
+
+FileText readFile(const std::string& name);
+
+// Writes `text` to standard error. What cannot be written there is lost.
+void tell(std::string_view text);
+
+// Writes what the run has to say, ends standard output, and gives the exit status: kReportLost, with the reason on
+// standard error, where not all of the output could be written. A reader that has gone is no news for it: without a
+// word, by SIGPIPE or, where that is ignored, with kReportLost.
+int finish(const RunResult& result);
+
+}  // namespace Sim
