@@ -50,11 +50,40 @@ struct ForeignRule {
 
 using AceRule = std::variant<IpRule, FragmentRule, MacRule, ForeignRule>;
 
+// What a field is about.
+enum class Match : uint8_t {
+  sourceAddress,
+  sourcePort,
+  sourcePortRange,
+  destinationAddress,
+  destinationPort,
+  destinationPortRange,
+  protocol,
+  length,
+  etherType,
+  aclType,   // Of the ACL as a whole.
+  otherAcl,  // An ACL that is in the way of this one.
+};
+
+// A field as its author has written it, for whoever explains what became of the rule.
+struct ConfiguredField {
+  Match match = Match::protocol;
+  std::string name;        // In RFC 8519.
+  std::string value;       // In short: "192.0.2.0/24", "gte 1024". Empty for a container that says it all.
+  uint32_t ports = 0;      // How many there are, of ports; any port is no field,
+  uint16_t firstPort = 0;  // and the first of them.
+
+  std::string toText() const { return value.empty() ? name : name + " " + value; }
+};
+
 struct Ace {
   std::string name;
   AceRule rule;
+  std::string path = {};                     // A JSON Pointer into the document.
+  std::vector<ConfiguredField> fields = {};  // What narrows the rule down; a fragment rule has none.
 
-  bool operator==(const Ace&) const = default;
+  // The same rule may be written in two ways, and elsewhere.
+  bool operator==(const Ace& other) const { return name == other.name && rule == other.rule; }
 };
 
 struct AclConfiguration {

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "read/AceReader.h"
+#include "read/ConfiguredFields.h"
 #include "read/Document.h"
 
 namespace Sim {
@@ -111,7 +112,7 @@ class Reader {
     // What its matches mean depends on the type.
     const auto rule = typeKnown ? readAce(place, acl.type) : std::nullopt;
     document_.aboutAce("");
-    if (rule) acl.aces.push_back({name.value_or(""), *rule});
+    if (rule) acl.aces.push_back({name.value_or(""), *rule, place.path(), configuredFields(place, *rule)});
   }
 
   void readInterfaces(const Place& interfaces) {

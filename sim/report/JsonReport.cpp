@@ -11,6 +11,28 @@ using Json = nlohmann::ordered_json;
 
 using Platform::nameOf;
 
+Json fieldJson(const ConfiguredField& field) { return {{"name", field.name}, {"value", field.value}}; }
+
+// What a refused rule was up against.
+void addSituation(Json& json, const Reason& reason) {
+  const Situation& situation = reason.situation;
+  json["path"] = situation.path;
+  if (const auto ports = portsOf(reason)) json["ports"] = *ports;
+  json["slots"] = situation.slots;
+  json["freeSlots"] = situation.freeSlots;
+  if (situation.settled) {
+    json["settledBy"] = {{"ace", situation.settled->ace},
+                         {"side", nameOf(situation.settled->side)},
+                         {"field", fieldJson(situation.settled->field)}};
+  }
+  json["next"] = Json::array();
+  for (const Reason& next : reasonsAfter(reason)) {
+    const Explanation explanation = explain(next);
+    json["next"].push_back(
+        {{"code", explanation.code}, {"reason", explanation.message}, {"remedy", explanation.remedy}});
+  }
+}
+
 // The members that say why: absent where nothing is wrong.
 void addReason(Json& json, Platform::AclCreateError error, const Reason& reason) {
   if (reason.empty()) return;
@@ -18,8 +40,10 @@ void addReason(Json& json, Platform::AclCreateError error, const Reason& reason)
   json["code"] = explanation.code;
   json["aclCreateError"] = static_cast<uint32_t>(error);
   json["culprit"] = reason.culprit;
-  json["reason"] = reason.text();
+  json["reason"] = explanation.message;
   json["remedy"] = explanation.remedy;
+  json["fields"] = Json::array();
+  for (const ConfiguredField& field : explanation.fields) json["fields"].push_back(fieldJson(field));
 }
 
 Json diagnosticsJson(const Diagnostics& diagnostics) {
@@ -51,6 +75,7 @@ Json aceJson(const AceOutcome& ace, const AclOutcome& acl, const StepReport& ste
   }
   if (ace.slot && isInForce) json["slot"] = *ace.slot;
   addReason(json, ace.error, ace.reason);
+  if (ace.state == AceState::refused) addSituation(json, ace.reason);
   return json;
 }
 

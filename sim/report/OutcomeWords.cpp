@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "report/Explanations.h"
+
 namespace Sim {
 namespace {
 
@@ -33,7 +35,7 @@ std::string aceWords(const AceOutcome& ace, const AclOutcome& acl, const StepRep
     case AceState::notEnforced:
       return "accepted, not enforced: the hardware does not tell fragments apart";
     case AceState::refused:
-      return "refused: " + ace.reason.text();
+      return "refused: " + explain(ace.reason).message;
   }
   return {};
 }
@@ -45,10 +47,10 @@ std::string aclWords(const AclOutcome& acl) {
     case AclState::notAttached:
       return "not attached to any interface, nothing to program";
     case AclState::refused:
-      return (acl.aces.empty() ? "refused: " + acl.reason.text() : "refused") +
+      return (acl.aces.empty() ? "refused: " + explain(acl.reason).message : "refused") +
              (acl.keepsPrevious ? "; its previous version stays in force" : ", nothing of it is programmed");
     case AclState::failed:
-      return "failed: " + acl.reason.words();
+      return fmt::format("failed: {}: {}", acl.reason.culprit, explain(acl.reason).message);
   }
   return {};
 }

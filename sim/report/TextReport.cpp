@@ -86,6 +86,11 @@ void writeAces(Out out, const AclOutcome& acl, const StepReport& step, const Pai
                    paint.in(styleOf(ace.state), aceWords(ace, acl, step, holder)));
     if (ace.state == AceState::refused) {
       fmt::format_to(out, "  {:<{}}  -> {}\n", "", width, explain(ace.reason).remedy);
+      for (const Reason& next : reasonsAfter(ace.reason)) {
+        const Explanation explanation = explain(next);
+        fmt::format_to(out, "  {:<{}}  then: {}\n", "", width, explanation.message);
+        fmt::format_to(out, "  {:<{}}  -> {}\n", "", width, explanation.remedy);
+      }
     }
   }
 }
