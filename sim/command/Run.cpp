@@ -1,10 +1,12 @@
 #include "command/Run.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
 #include "command/Deviations.h"
 #include "command/ExitStatus.h"
+#include "command/Rehearsal.h"
 #include "read/ConfigurationReader.h"
 #include "read/Device.h"
 #include "report/Report.h"
@@ -24,16 +26,28 @@ struct Step {
   const Configuration* configuration = nullptr;
   std::string file = {};
   std::vector<std::string> settings = {};
+  StepState state = StepState::applied;  // Once it is taken.
 };
 
-std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configuration>& configurations) {
+// A configuration as its document says.
+struct ReadConfiguration {
+  Configuration desired;
+  bool hasErrors = false;
+};
+
+std::vector<Step> stepsOf(const CommandLine& line, const std::vector<ReadConfiguration>& configurations) {
   std::vector<Step> steps;
   auto setting = line.settings.begin();
   for (size_t i = 0; i <= configurations.size(); ++i) {
     Step set;
     for (; setting != line.settings.end() && setting->position == i; ++setting) set.settings.push_back(setting->text);
     if (!set.settings.empty()) steps.push_back(std::move(set));
-    if (i < configurations.size()) steps.push_back({&configurations[i], line.configFiles[i]});
+    if (i < configurations.size()) steps.push_back({&configurations[i].desired, line.configFiles[i]});
+    if (i < configurations.size() && configurations[i].hasErrors) steps.back().state = StepState::hasErrors;
+  }
+  const auto isBad = [](const Step& step) { return step.state == StepState::hasErrors; };
+  for (auto step = std::ranges::find_if(steps, isBad); step != steps.end(); ++step) {
+    if (!isBad(*step)) step->state = StepState::afterErrors;
   }
   return steps;
 }
@@ -41,10 +55,10 @@ std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configurati
 // What the run is about, as its documents say.
 struct Documents {
   Device device;
-  std::vector<Configuration> configurations;
+  std::vector<ReadConfiguration> configurations;
 };
 
-// None when they cannot be applied, as diagnostics then say.
+// None when nothing can be applied to the device, as diagnostics then say.
 std::optional<Documents> readDocuments(const CommandLine& line, const std::string& deviceText,
                                        const std::vector<std::string>& configTexts, Diagnostics& diagnostics,
                                        Progress& progress) {
@@ -56,9 +70,10 @@ std::optional<Documents> readDocuments(const CommandLine& line, const std::strin
   for (size_t i = 0; i < configTexts.size(); ++i) {
     const std::string& file = line.configFiles.at(i);
     progress.begin("reading " + file);
-    documents.configurations.push_back(readConfiguration(file, configTexts[i], documents.device, diagnostics));
+    const size_t errorsBefore = diagnostics.errors();
+    Configuration desired = readConfiguration(file, configTexts[i], documents.device, diagnostics);
+    documents.configurations.push_back({std::move(desired), diagnostics.errors() != errorsBefore});
   }
-  if (diagnostics.hasErrors()) return {};
   if (line.dropDelay) documents.device.aclDropDelay = *line.dropDelay;
   return documents;
 }
@@ -81,6 +96,7 @@ class Session {
   RunResult report(const CommandLine& line, const Diagnostics& diagnostics, bool colour) const;
 
  private:
+  void rehearse(const Step& step);
   // None when the step cannot be taken.
   std::optional<Outcome> outcomeOf(const Step& step, Diagnostics& diagnostics);
 
@@ -96,6 +112,10 @@ class Session {
 };
 
 bool Session::take(const Step& step, Diagnostics& diagnostics) {
+  if (step.state != StepState::applied) {
+    rehearse(step);
+    return true;
+  }
   if (step.configuration != nullptr) desired_ = *step.configuration;
   isSet_ = isSet_ || !step.settings.empty();
   progress_.begin("applying " + (step.configuration != nullptr ? step.file : "--set"));
@@ -107,6 +127,15 @@ bool Session::take(const Step& step, Diagnostics& diagnostics) {
   const auto fresh = freshFilters(device_, desired_, traces_, progress_);
   reports_.back().deviations = deviations(reports_.back(), fresh, *fpga_, isSet_);
   return true;
+}
+
+void Session::rehearse(const Step& step) {
+  progress_.begin("trying " + (step.configuration != nullptr ? step.file : "--set"));
+  const Configuration nothing;
+  const Configuration& desired = step.configuration != nullptr ? *step.configuration : nothing;
+  reports_.push_back(Sim::rehearse(device_, desired, step.state, traces_, progress_));
+  reports_.back().file = step.file;
+  reports_.back().settings = step.settings;
 }
 
 std::optional<Outcome> Session::outcomeOf(const Step& step, Diagnostics& diagnostics) {
@@ -131,9 +160,11 @@ std::optional<Outcome> Session::outcomeOf(const Step& step, Diagnostics& diagnos
 RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostics, bool colour) const {
   std::optional<ModelNode> model;
   if (line.model) model = modelTree(framework_.helper());
-  const ReportInput input{device_,     reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(),
+  const FilterDumps filters(*fpga_, device_);
+  const ReportInput input{device_,     reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(), filters,
                           diagnostics, model};
-  return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
+  const int exitStatus = diagnostics.hasErrors() ? kBadInput : isAllApplied(input) ? kAllApplied : kNotAllApplied;
+  return {exitStatus,
           line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .colour = colour})};
 }
 

@@ -48,7 +48,12 @@ struct ForeignRule {
   bool operator==(const ForeignRule&) const = default;
 };
 
-using AceRule = std::variant<IpRule, FragmentRule, MacRule, ForeignRule>;
+// A rule that cannot be read, or not in full: it is never given to the helper.
+struct UnreadRule {
+  bool operator==(const UnreadRule&) const = default;
+};
+
+using AceRule = std::variant<IpRule, FragmentRule, MacRule, ForeignRule, UnreadRule>;
 
 // What a field is about.
 enum class Match : uint8_t {
@@ -91,6 +96,7 @@ struct AclConfiguration {
   std::string typeName;  // As configured, without the module's prefix.
   Acl::AclType type = Acl::AclType::ipv4;
   std::vector<Ace> aces;
+  bool hasErrors = false;  // Of its own or of an ACE.
 
   bool operator==(const AclConfiguration&) const = default;
 };
@@ -101,10 +107,17 @@ struct Attachment {
   std::string acl;
 };
 
+// An ACL that is to be attached, but not to an interface that can have it.
+struct UnplacedAcl {
+  std::string acl;
+  Acl::AclDirection direction = Acl::AclDirection::in;
+};
+
 struct Configuration {
   std::vector<AclConfiguration> acls;
   std::vector<Attachment> attachments;
-  std::set<Platform::IntfId> disabled;  // Interfaces that are to pass no traffic.
+  std::set<Platform::IntfId> disabled;     // Interfaces that are to pass no traffic.
+  std::vector<UnplacedAcl> unplaced = {};  // Each for an error.
 };
 
 }  // namespace Sim

@@ -42,6 +42,12 @@ size_t characters(const std::string& text) {
   return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
+// What stands for the name of a list entry that has none of its own: the end of its path.
+std::string placeName(const Place& entry) {
+  const std::string& path = entry.path();
+  return path.substr(path.rfind('/', path.rfind('/') - 1) + 1);
+}
+
 class Reader {
  public:
   Reader(const std::string& file, std::string_view text, const Device& device, Diagnostics& diagnostics)
@@ -92,6 +98,7 @@ class Reader {
   }
 
   void readAcl(const Place& place) {
+    const size_t errorsBefore = place.errors();
     const auto name = readName(place, "ACL", aclNames_);
     document_.aboutAcl(name.value_or(""));
     place.onlyMembers({"name", "type", "aces"});
@@ -103,16 +110,21 @@ class Reader {
       aces->forEachEntry("ace", [&](const Place& ace) { readAceOf(acl, ace, aceNames, typeName.has_value()); });
     }
     document_.aboutAcl("");
-    if (name) configuration_.acls.push_back(std::move(acl));
+    acl.hasErrors = place.errors() != errorsBefore;
+    if (!name) acl.name = placeName(place);
+    configuration_.acls.push_back(std::move(acl));
   }
 
   void readAceOf(AclConfiguration& acl, const Place& place, std::set<std::string>& names, bool typeKnown) {
+    const size_t errorsBefore = place.errors();
     const auto name = readName(place, "ACE", names);
     document_.aboutAce(name.value_or(""));
     // What its matches mean depends on the type.
     const auto rule = typeKnown ? readAce(place, acl.type) : std::nullopt;
     document_.aboutAce("");
-    if (rule) acl.aces.push_back({name.value_or(""), *rule, place.path(), configuredFields(place, *rule)});
+    const bool isRead = rule && place.errors() == errorsBefore;
+    acl.aces.push_back({name.value_or(placeName(place)), isRead ? *rule : UnreadRule(), place.path(),
+                        isRead ? configuredFields(place, *rule) : std::vector<ConfiguredField>()});
   }
 
   void readInterfaces(const Place& interfaces) {
@@ -164,7 +176,11 @@ class Reader {
     std::map<std::string, std::string> aclOfType;
     sets->forEachEntry("acl-set", [&](const Place& set) {
       const AclConfiguration* acl = readAclSet(set, names, aclOfType);
-      if (acl == nullptr || interface == nullptr) return;
+      if (acl == nullptr || interface == nullptr) {
+        const auto acl_ = set.member("name");
+        if (acl_ && acl_->isText()) configuration_.unplaced.push_back({*acl_->text(), direction});
+        return;
+      }
       configuration_.attachments.push_back({interface->id, direction, acl->name});
       aclsOf_[interface->id].emplace(direction, acl->name);
     });

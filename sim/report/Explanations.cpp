@@ -134,8 +134,9 @@ std::string onNoIngress(const Situation&) {
 }
 
 std::string onAclType(const Situation&) {
-  return "The hardware filters by ipv4-acl-type and eth-acl-type only. Detach the ACL, or write what it says of IPv4 "
-         "and of Ethernet as ACLs of those types, whose rules are then looked at.";
+  return "The hardware filters by ipv4-acl-type and eth-acl-type only. Remove the ACL and the ACL sets that name it, "
+         "or "
+         "write what it says of IPv4 and of Ethernet as ACLs of those types, whose rules are then looked at.";
 }
 
 std::string onTypeConflict(const Situation& acl) {
@@ -151,31 +152,31 @@ std::string onTheUnknown(const Situation&) { return "The traces tell more: --tra
 
 struct Advice {
   Refusal reason;
+  Matches about;  // The fields that it is about.
   std::string_view code;
-  Matches about;  // The fields that the reason is about.
   std::string (*remedy)(const Situation&);
 };
 
 // In the order of Kestrix::kRefusals.
 constexpr Advice kRefusalAdvice[] = {
-    {Refusal::none, "refused", kNone, onTheUnknown},  // Refused, and the library does not say why.
-    {Refusal::noIngress, "no-ingress", kNone, onNoIngress},
-    {Refusal::aclType, "acl-type", {Match::aclType}, onAclType},
-    {Refusal::ipLength, "ip-length", {Match::length}, onLength},
-    {Refusal::portRange, "port-range", kPortRanges, onRange},
-    {Refusal::ipProtocol, "ip-protocol", {Match::protocol}, onProtocol},
-    {Refusal::ipBothSides, "both-sides", kSides, onBothSides},
-    {Refusal::etherType, "ethertype", {Match::etherType}, onEtherType},
-    {Refusal::macBothSides, "both-sides", kSides, onBothSides},
+    {Refusal::none, kNone, "refused", onTheUnknown},  // Refused, and the library does not say why.
+    {Refusal::noIngress, kNone, "no-ingress", onNoIngress},
+    {Refusal::aclType, {Match::aclType}, "acl-type", onAclType},
+    {Refusal::ipLength, {Match::length}, "ip-length", onLength},
+    {Refusal::portRange, kPortRanges, "port-range", onRange},
+    {Refusal::ipProtocol, {Match::protocol}, "ip-protocol", onProtocol},
+    {Refusal::ipBothSides, kSides, "both-sides", onBothSides},
+    {Refusal::etherType, {Match::etherType}, "ethertype", onEtherType},
+    {Refusal::macBothSides, kSides, "both-sides", onBothSides},
     {Refusal::protocolAddress,
-     "protocol-address",
      {Match::etherType, Match::sourceAddress, Match::destinationAddress},
+     "protocol-address",
      onProtocolAddress},
-    {Refusal::sourceInDestinationAcl, "side-conflict", kSourceFields, onSideConflict},
-    {Refusal::destinationInSourceAcl, "side-conflict", kDestinationFields, onSideConflict},
-    {Refusal::noSlot, "no-slot", kNone, onNoSlot},
-    {Refusal::tooManyRules, "no-slot", kNone, onNoSlot},
-    {Refusal::typeConflict, "type-conflict", {Match::otherAcl}, onTypeConflict},
+    {Refusal::sourceInDestinationAcl, kSourceFields, "side-conflict", onSideConflict},
+    {Refusal::destinationInSourceAcl, kDestinationFields, "side-conflict", onSideConflict},
+    {Refusal::noSlot, kNone, "no-slot", onNoSlot},
+    {Refusal::tooManyRules, kNone, "no-slot", onNoSlot},
+    {Refusal::typeConflict, {Match::otherAcl}, "type-conflict", onTypeConflict},
 };
 
 struct OwnAdvice {
@@ -202,7 +203,7 @@ static_assert(adviseOn(kOwnAdvice, kOwnReasons), "a reason of the simulator has 
 const Advice& adviceOn(Refusal reason) { return kRefusalAdvice[static_cast<size_t>(reason)]; }
 
 Explanation explanationOf(const Reason& reason, const Kestrix::Refused& refused) {
-  const auto& [_, code, about, remedy] = adviceOn(refused.reason);
+  const auto& [_, about, code, remedy] = adviceOn(refused.reason);
   Explanation explanation{code, reason.text(), about.in(reason.situation.fields), remedy(reason.situation)};
   if (!explanation.fields.empty()) explanation.message += fmt::format(" ({})", listOf(explanation.fields));
   return explanation;

@@ -82,6 +82,7 @@ Json aceJson(const AceOutcome& ace, const AclOutcome& acl, const StepReport& ste
 Json aclJson(const AclOutcome& acl, const StepReport& step) {
   Json json{{"name", acl.key.name}, {"type", acl.typeName}, {"state", nameOf(acl.state)}};
   if (acl.isAttached) json["direction"] = directionName(acl.key.direction);
+  if (!step.isApplied()) json["hasErrors"] = acl.hasErrors;
   if (acl.state == AclState::refused) json["keepsPrevious"] = acl.keepsPrevious;
   addReason(json, acl.error, acl.reason);
   json["aces"] = Json::array();
@@ -135,9 +136,9 @@ Json failedWritesJson(const std::vector<FailedWrite>& failedWrites) {
 }
 
 Json stepJson(const StepReport& step, const Device& device) {
-  Json json{{"config", step.file},           {"settings", step.settings},   {"changes", Json::array()},
-            {"writes", step.outcome.writes}, {"interfaces", Json::array()}, {"blocked", Json::array()},
-            {"acls", Json::array()},         {"deviations", Json::array()}};
+  Json json{{"config", step.file},      {"applied", step.isApplied()},   {"settings", step.settings},
+            {"changes", Json::array()}, {"writes", step.outcome.writes}, {"interfaces", Json::array()},
+            {"blocked", Json::array()}, {"acls", Json::array()},         {"deviations", Json::array()}};
   for (const Change& change : step.outcome.changes) json["changes"].push_back(changeJson(change));
   for (const IntfOutcome& intf : step.outcome.intfs) json["interfaces"].push_back(intfJson(intf, step, device));
   for (const Platform::IntfId intf : step.outcome.blocked) json["blocked"].push_back(intf.toText());
@@ -165,7 +166,9 @@ std::string jsonDiagnostics(const Diagnostics& diagnostics) {
 }
 
 std::string jsonReport(const ReportInput& input) {
-  Json json{{"result", isAllApplied(input) ? "applied" : "not-all-applied"},
+  Json json{{"result", input.diagnostics.hasErrors() ? "bad-input"
+                       : isAllApplied(input)         ? "applied"
+                                                     : "not-all-applied"},
             {"diagnostics", diagnosticsJson(input.diagnostics)},
             {"steps", Json::array()},
             {"filters", Json::array()},
@@ -174,7 +177,7 @@ std::string jsonReport(const ReportInput& input) {
             {"failedWrites", failedWritesJson(input.failedWrites)}};
   for (const StepReport& step : input.steps) json["steps"].push_back(stepJson(step, input.device));
   // Every filter that holds anything in the end.
-  for (const FilterDump& filter : input.steps.back().filters.all()) {
+  for (const FilterDump& filter : input.filters.all()) {
     if (!filter.isZero()) json["filters"].push_back(filterJson(filter));
   }
   if (input.model) json["model"] = modelJson(*input.model);

@@ -23,6 +23,7 @@ struct IntfItem {
   const IntfOutcome& intf;
   const FilterDump& filter;
   unsigned slots;  // Of the filter, in use or not.
+  bool isApplied;  // Or what would be.
 
   bool isActive() const { return intf.state == IntfState::active; }
 };
@@ -31,7 +32,10 @@ constexpr Column<IntfItem> kIntfColumns[] = {
     {"interface", [](const IntfItem& item) { return item.intf.intf.toText(); }},
     {"direction", [](const IntfItem& item) { return std::string(directionName(item.intf.direction)); }},
     {"ACL", [](const IntfItem& item) { return item.intf.acl; }},
-    {"state", [](const IntfItem& item) { return std::string(Platform::nameOf(item.intf.state)); },
+    {"state",
+     [](const IntfItem& item) {
+       return fmt::format("{}{}", item.isApplied ? "" : "would be ", Platform::nameOf(item.intf.state));
+     },
      [](const IntfItem& item) { return item.isActive() ? Style::good : Style::bad; }},
     {"slots", [](const IntfItem& item) { return fmt::format("{}/{}", item.filter.slotsInUse(), item.slots); }},
     {"unmatched",
@@ -45,7 +49,7 @@ std::string intfTable(const StepReport& step, const Device& device, const Paint&
   std::vector<IntfItem> items;
   items.reserve(step.outcome.intfs.size());
   for (const IntfOutcome& intf : step.outcome.intfs) {
-    items.push_back({intf, step.filters.of(intf.intf, intf.direction), device.slots(intf.direction)});
+    items.push_back({intf, step.filters.of(intf.intf, intf.direction), device.slots(intf.direction), step.isApplied()});
   }
   return tableText(kIntfColumns, items, paint);
 }
@@ -72,6 +76,7 @@ Style styleOf(AceState state) {
     case AceState::notEnforced:
       return Style::odd;
     case AceState::refused:
+    case AceState::inError:
       return Style::bad;
   }
   return Style::plain;
@@ -98,7 +103,7 @@ void writeAces(Out out, const AclOutcome& acl, const StepReport& step, const Pai
 void writeAcl(Out out, const AclOutcome& acl, const StepReport& step, const Paint& paint) {
   const std::string direction = acl.isAttached ? fmt::format(", {}", directionName(acl.key.direction)) : std::string();
   fmt::format_to(out, "\nACL {} ({}{}): {}\n", acl.key.name, acl.typeName, direction,
-                 paint.in(styleOf(acl.state), aclWords(acl)));
+                 paint.in(styleOf(acl.state), aclWords(acl, step)));
   // The other refusals are of rules, and have their advice there.
   const bool isOfWholeAcl = acl.aces.empty() || acl.state == AclState::failed;
   if (acl.state != AclState::applied && isOfWholeAcl) {
@@ -151,17 +156,38 @@ void writeStepHead(Out out, const StepReport& step, size_t number, const Paint& 
   fmt::format_to(out, "{}{}\n", number == 1 ? "" : "\n\n", paint.head(title));
   for (const std::string& setting : step.settings) fmt::format_to(out, "  {}\n", setting);
   for (const Change& change : step.outcome.changes) fmt::format_to(out, "  {}\n", changeWords(change));
+  if (!step.isApplied()) return;
   if (step.outcome.changes.empty() && step.settings.empty()) fmt::format_to(out, "  nothing changed\n");
   fmt::format_to(out, "  {} register writes\n\n", step.outcome.writes);
 }
 
+// Why a step was not applied, and what is shown of it instead.
+void writeNotApplied(Out out, const StepReport& step, const Paint& paint) {
+  const std::string name = step.file.empty() ? "--set" : step.file;
+  const std::string_view why = step.state == StepState::hasErrors ? "it has errors" : "a document before it has errors";
+  fmt::format_to(out, "{}\n", paint.bad(fmt::format("Nothing of {} was applied: {}.", name, why)));
+  if (step.outcome.acls.empty()) return;
+  fmt::format_to(out, "What would become of its ACLs on a fresh device:\n\n");
+}
+
+void writeStandIns(Out out, const Outcome& outcome, const Device& device) {
+  const auto isStandIn = [&](const IntfOutcome& each) { return device.find(each.intf.toText()) == nullptr; };
+  const auto first = std::ranges::find_if(outcome.intfs, isStandIn);
+  if (first == outcome.intfs.end()) return;
+  fmt::format_to(out, "{} {} for an interface that no ACL set names, or not without an error\n", first->intf,
+                 std::ranges::count_if(outcome.intfs, isStandIn) == 1 ? "stands" : "and the like stand");
+}
+
 void writeStep(Out out, const StepReport& step, const Device& device, const Paint& paint) {
   const Outcome& outcome = step.outcome;
+  if (!step.isApplied()) writeNotApplied(out, step, paint);
+  if (!step.isApplied() && outcome.acls.empty()) return;
   if (outcome.intfs.empty()) {
     fmt::format_to(out, "No ACL is attached to an interface.\n");
   } else {
     fmt::format_to(out, "{}", intfTable(step, device, paint));
   }
+  if (!step.isApplied()) writeStandIns(out, outcome, device);
   for (const Platform::IntfId intf : outcome.blocked) {
     fmt::format_to(out, "{}\n", paint.odd(fmt::format("{} is blocked: it passes no traffic", intf)));
   }
@@ -205,7 +231,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
     if (input.steps.size() > 1) writeStepHead(out, input.steps[i], i + 1, paint);
     writeStep(out, input.steps[i], input.device, paint);
   }
-  if (options.registers) writeFilters(out, input.steps.back().filters, paint);
+  if (options.registers) writeFilters(out, input.filters, paint);
   if (input.model) fmt::format_to(out, "\n{}", textOf(*input.model));
   fmt::format_to(out, "\n{} register writes, {} of them at start-up", input.writes, input.startupWrites);
   if (!failedWrites.empty()) fmt::format_to(out, ", {}", paint.bad(fmt::format("{} failed", failedWrites.size())));

@@ -127,7 +127,11 @@ void Framework::make(const HandOver& call) {
 
 void Framework::make(const Precreate& call) {
   AclOutcome& outcome = held_.at(call.key).outcome;
-  outcome = {.key = call.key, .typeName = call.config->typeName, .reason = {}, .aces = {}};
+  outcome = {.key = call.key,
+             .typeName = call.config->typeName,
+             .hasErrors = call.config->hasErrors,
+             .reason = {},
+             .aces = {}};
   const auto& [data, status] = published_.at(call.key);
   outcome.error = helper_->precreateAcl(data, status);
   if (outcome.error != AclCreateError::noError) {

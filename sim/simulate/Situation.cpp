@@ -40,32 +40,35 @@ struct Rule {
 };
 
 struct ObstacleRow {
-  Refusal reason;
-  bool (*isMet)(const Rule& rule);
+  Refusal reason = Refusal::none;
   Matches leftOut = {};  // The fields that can only be left out.
+  bool (*isMet)(const Rule& rule) = nullptr;
 };
 
 // In the order in which the helper meets them.
 constexpr ObstacleRow kObstacles[] = {
-    {Refusal::ipLength, [](const Rule& rule) { return rule.has({Match::length}); }, {Match::length}},
-    {Refusal::portRange, [](const Rule& rule) { return rule.has(kPortRanges); }},
-    {Refusal::ipProtocol, [](const Rule& rule) { return rule.isIp() && rule.isOtherKind(); }, {Match::protocol}},
-    {Refusal::etherType, [](const Rule& rule) { return !rule.isIp() && rule.isOtherKind(); }, {Match::etherType}},
-    {Refusal::ipBothSides, [](const Rule& rule) { return rule.isIp() && rule.hasBothSides(); }},
-    {Refusal::macBothSides, [](const Rule& rule) { return !rule.isIp() && rule.hasBothSides(); }},
+    {Refusal::ipLength, {Match::length}, [](const Rule& rule) { return rule.has({Match::length}); }},
+    {Refusal::portRange, {}, [](const Rule& rule) { return rule.has(kPortRanges); }},
+    {Refusal::ipProtocol, {Match::protocol}, [](const Rule& rule) { return rule.isIp() && rule.isOtherKind(); }},
+    {Refusal::etherType, {Match::etherType}, [](const Rule& rule) { return !rule.isIp() && rule.isOtherKind(); }},
+    {Refusal::ipBothSides, {}, [](const Rule& rule) { return rule.isIp() && rule.hasBothSides(); }},
+    {Refusal::macBothSides, {}, [](const Rule& rule) { return !rule.isIp() && rule.hasBothSides(); }},
     {Refusal::sourceInDestinationAcl,
+     {},
      [](const Rule& rule) {
        return rule.hasOneSide() && rule.has(kSourceFields) && rule.side == SrcOrDst::destination;
      }},
     {Refusal::destinationInSourceAcl,
+     {},
      [](const Rule& rule) {
        return rule.hasOneSide() && rule.has(kDestinationFields) && rule.side == SrcOrDst::source;
      }},
     {Refusal::protocolAddress,
+     {},
      [](const Rule& rule) {
        return rule.isOfWholeFilter() && (rule.has(kSourceFields) || rule.has(kDestinationFields));
      }},
-    {Refusal::noSlot, [](const Rule& rule) { return rule.freeSlots == 0 && rule.takesSlot(); }},
+    {Refusal::noSlot, {}, [](const Rule& rule) { return rule.freeSlots == 0 && rule.takesSlot(); }},
 };
 
 Matches leftOutFor(const ObstacleRow& row, const Rule& rule) {
