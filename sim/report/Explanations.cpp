@@ -116,8 +116,9 @@ std::string onSideConflict(const Situation& rule) {
 std::string onProtocolAddress(const Situation& rule) {
   const std::string text =
       "ARP and LLDP are permitted or denied for the whole filter, whatever the address. " + leaveOut(rule, kSides);
-  // With an address, and without the EtherType, the rule takes a slot.
-  return rule.freeSlots == 0 ? text : text + " " + leaveOut(rule, {Match::etherType}, kOr);
+  // With an address, and without the EtherType, the rule takes a slot, and a side.
+  const bool isOnOtherSide = rule.settled && fieldsBeside(rule.settled->side).areIn(rule.fields);
+  return rule.freeSlots == 0 || isOnOtherSide ? text : text + " " + leaveOut(rule, {Match::etherType}, kOr);
 }
 
 std::string onNoSlot(const Situation& acl) {
@@ -144,6 +145,11 @@ std::string onTypeConflict(const Situation& acl) {
       "A filter holds the rules of an IPv4 ACL or of a MAC ACL. Attach one of them {}, or leave the rules "
       "with addresses out of the MAC ACL: those for ARP, LLDP and everything share a filter.",
       elsewhere(acl));
+}
+
+std::string onUnreached(const Situation& rule) {
+  return fmt::format("ACE \"{}\" before it matches everything, so no packet reaches this rule: remove it.",
+                     rule.endedBy);
 }
 
 std::string onTheUnknown(const Situation&) { return "The traces tell more: --trace 6."; }
@@ -204,7 +210,8 @@ const Advice& adviceOn(Refusal reason) { return kRefusalAdvice[static_cast<size_
 
 Explanation explanationOf(const Reason& reason, const Kestrix::Refused& refused) {
   const auto& [_, about, code, remedy] = adviceOn(refused.reason);
-  Explanation explanation{code, reason.text(), about.in(reason.situation.fields), remedy(reason.situation)};
+  Explanation explanation{code, reason.text(), about.in(reason.situation.fields),
+                          reason.situation.endedBy.empty() ? remedy(reason.situation) : onUnreached(reason.situation)};
   if (!explanation.fields.empty()) explanation.message += fmt::format(" ({})", listOf(explanation.fields));
   return explanation;
 }

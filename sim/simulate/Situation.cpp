@@ -53,18 +53,16 @@ constexpr ObstacleRow kObstacles[] = {
     {Refusal::etherType, {Match::etherType}, [](const Rule& rule) { return !rule.isIp() && rule.isOtherKind(); }},
     {Refusal::ipBothSides, {}, [](const Rule& rule) { return rule.isIp() && rule.hasBothSides(); }},
     {Refusal::macBothSides, {}, [](const Rule& rule) { return !rule.isIp() && rule.hasBothSides(); }},
-    {Refusal::sourceInDestinationAcl,
-     {},
+    {Refusal::sourceInDestinationAcl, kSourceFields,
      [](const Rule& rule) {
        return rule.hasOneSide() && rule.has(kSourceFields) && rule.side == SrcOrDst::destination;
      }},
-    {Refusal::destinationInSourceAcl,
-     {},
+    {Refusal::destinationInSourceAcl, kDestinationFields,
      [](const Rule& rule) {
        return rule.hasOneSide() && rule.has(kDestinationFields) && rule.side == SrcOrDst::source;
      }},
     {Refusal::protocolAddress,
-     {},
+     {Match::sourceAddress, Match::destinationAddress},
      [](const Rule& rule) {
        return rule.isOfWholeFilter() && (rule.has(kSourceFields) || rule.has(kDestinationFields));
      }},
@@ -76,14 +74,21 @@ Matches leftOutFor(const ObstacleRow& row, const Rule& rule) {
   return isTooWide ? kPortRanges : row.leftOut;
 }
 
-// All that the rule meets beside `first`.
+void mend(const ObstacleRow& row, Rule& rule) {
+  const Matches leftOut = leftOutFor(row, rule);
+  std::erase_if(rule.fields, [&](const ConfiguredField& each) { return leftOut.contains(each.match); });
+}
+
+// All that the rule meets once it no longer meets `first`.
 std::vector<Obstacle> obstaclesAfter(Refusal first, Rule rule) {
+  for (const ObstacleRow& row : kObstacles) {
+    if (row.reason == first) mend(row, rule);
+  }
   std::vector<Obstacle> obstacles;
   for (const ObstacleRow& row : kObstacles) {
-    if (!row.isMet(rule)) continue;
-    if (row.reason != first) obstacles.push_back({{row.reason, rule.kind()}, rule.fields});
-    const Matches leftOut = leftOutFor(row, rule);
-    std::erase_if(rule.fields, [&](const ConfiguredField& each) { return leftOut.contains(each.match); });
+    if (row.reason == first || !row.isMet(rule)) continue;
+    obstacles.push_back({{row.reason, rule.kind()}, rule.fields});
+    mend(row, rule);
   }
   return obstacles;
 }
@@ -126,17 +131,19 @@ void noteSituations(const AclConfiguration& acl, const TranslatedAcl& translated
   const auto countIf = [&](const auto& is) { return static_cast<size_t>(std::ranges::count_if(aces, is)); };
   const size_t taken = countIf([](const AceOutcome& ace) { return ace.state == AceState::programmed; });
   const size_t left = countIf([](const AceOutcome& ace) { return isFor(ace, Refusal::noSlot); });
-  const Situation common{.settled = settlement(acl, translated.side, aces),
-                         .slots = translated.slots,
-                         .freeSlots = translated.slots - std::min(taken, translated.slots),
-                         .neededSlots = taken + left,
-                         .other = translated.other};
+  Situation common{.settled = settlement(acl, translated.side, aces),
+                   .slots = translated.slots,
+                   .freeSlots = translated.slots - std::min(taken, translated.slots),
+                   .neededSlots = taken + left,
+                   .other = translated.other};
   for (size_t i = 0; i < aces.size(); ++i) {
+    if (aces[i].verdict == Verdict::unmatched) common.endedBy = aces[i].name;
     const auto* refused = std::get_if<Kestrix::Refused>(&aces[i].reason.cause);
     if (aces[i].state != AceState::refused || refused == nullptr) continue;
     Situation& situation = aces[i].reason.situation = common;
     situation.path = acl.aces[i].path;
     situation.fields = acl.aces[i].fields;
+    if (!situation.endedBy.empty()) continue;
     situation.next =
         obstaclesAfter(refused->reason, {acl.aces[i].rule, acl.aces[i].fields, translated.side, common.freeSlots});
   }

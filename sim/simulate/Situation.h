@@ -62,6 +62,7 @@ struct Situation {
   std::string path = {};                        // Of the rule, a JSON Pointer; empty for what is no rule.
   std::vector<ConfiguredField> fields = {};     // Of the rule, or of what is refused.
   std::vector<Obstacle> next = {};              // Beyond the reason that was given for the rule.
+  std::string endedBy = {};                     // A rule before it that leaves nothing to match, if there is one.
   std::optional<Settlement> settled = {};       // By a rule before it or after it.
   size_t slots = 0;                             // Of the filter;
   size_t freeSlots = 0;                         // those that no rule of the ACL has taken, wherever it stands;

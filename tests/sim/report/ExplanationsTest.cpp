@@ -131,6 +131,10 @@ const Remedy kRemedies[] = {
       "destination-port neq 80, and write \"protocol\": 6 in \"ipv4\" for \"tcp\", which is then empty: this widens "
       "the rule.\n"},
      ip({R"("ipv4": {"source-ipv4-network": "192.0.2.0/24", "protocol": 6})", kFrom})},
+    {Refusal::ipLength,
+     ip({"", R"("ipv4": {"length": 9, "protocol": 47})"}),
+     {"(length 9)", "ACE \"a\" before it matches everything, so no packet reaches this rule: remove it.\n"},
+     ip({""})},
     {Refusal::ipProtocol,
      ip({kTo, R"("ipv4": {"source-ipv4-network": "192.0.2.0/24", "protocol": 47})"}),
      {"(protocol 47)", "TCP (6) and UDP (17)", "Leave out protocol 47: this widens the rule.",
