@@ -86,7 +86,8 @@ std::vector<std::string> statesOf(const json& report) {
     for (const json& intf : step["interfaces"]) add(intf, {"interface", "acl", "state", "slotsUsed"});
     for (const json& acl : step["acls"]) {
       add(acl, {"name", "direction", "state", "code", "hasErrors"});
-      for (const json& ace : acl["aces"]) add(ace, {"name", "state", "slot", "code", "path"});
+      for (const json& ace : acl["aces"])
+        add(ace, {"name", "state", "slot", "code", "ports", "freeSlots", "fields", "settledBy", "path"});
     }
   }
   return states;
@@ -107,7 +108,10 @@ TEST(Run, OneBadDocumentHidesNothing) {
   EXPECT_EQ(report["diagnostics"].size(), 2u);
   EXPECT_EQ(report["filters"], alone["filters"]);
   EXPECT_EQ(report["writes"], alone["writes"]);
-  const std::string range = "range refused port-range /ietf-access-control-list:acls/acl/0/aces/ace/1";
+  EXPECT_EQ(report["steps"][0]["acls"][0]["aces"][1]["next"][0]["code"], "side-conflict");
+  const std::string range =
+      "range refused port-range 2 23 [{name:source-port,value:1-2}] {ace:fits,field:{name:destination-ipv4-network,"
+      "value:192.0.2.0/24},side:destination} /ietf-access-control-list:acls/acl/0/aces/ace/1";
   EXPECT_THAT(statesOf(report),
               testing::ElementsAre(
                   "c1 true 100", "port-1 A refused 0", "port-2 B active 1", "A ingress refused port-range",

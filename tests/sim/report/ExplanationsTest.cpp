@@ -92,101 +92,93 @@ std::vector<AclText> ip(std::vector<std::string> matches) { return {{"ipv4", "eg
 std::vector<AclText> mac(std::vector<std::string> matches) { return {{"eth", "egress", std::move(matches)}}; }
 
 const std::string kFrom = R"("ipv4": {"source-ipv4-network": "192.0.2.0/24"})";
+const std::string kTcpFrom = R"("ipv4": {"source-ipv4-network": "192.0.2.0/24", "protocol": 6})";
 const std::string kTo = R"("tcp": {"destination-port": {"port": 443}})";
-const std::string kTcp = R"("ipv4": {"protocol": 6})";
 const std::string kMacFrom = R"("source-mac-address": "00:00:5e:00:53:01")";
 const std::string kMacTo =
     R"("destination-mac-address": "00:00:5e:00:53:00", "destination-mac-address-mask": "ff:ff:ff:ff:ff:00")";
+const std::string kArp = R"("ethertype": "arp")";
 std::string eth(const std::string& fields) { return R"("eth": {)" + fields + "}"; }
-std::string port(int number) { return fmt::format(R"("tcp": {{"destination-port": {{"port": {}}}}})", number); }
+std::string ports(const std::string& ports) { return R"("tcp": {"destination-port": {)" + ports + "}}"; }
 
+using enum Refusal;
 const Remedy kRemedies[] = {
-    {Refusal::ipLength,
+    {ipLength,
      ip({R"("ipv4": {"length": 40, "protocol": 1})"}),
      {"(length 40)", "Leave out length 40: this widens the rule.", "IP protocol 1 (protocol 1)",
       "Leave out protocol 1: the rule then matches everything, and none after it is reached."},
      ip({""})},
-    {Refusal::portRange,
-     ip({R"("tcp": {"destination-port": {"lower-port": 80, "upper-port": 81}})"}),
+    {ipLength,
+     ip({"", R"("ipv4": {"length": 9, "protocol": 1})"}),
+     {"(length 9)", "\"a\" before it", "remove it.\n"},
+     ip({""})},
+    {portRange,
+     ip({ports(R"("lower-port": 80, "upper-port": 81)")}),
      {"(destination-port 80-81)",
       "2 ports, and 2 of 2 slots are free: write 2 rules, one per port. Or leave out "
       "destination-port 80-81, and write \"protocol\": 6 in \"ipv4\" for \"tcp\""},
-     ip({port(80), port(81)})},
-    {Refusal::portRange,
-     ip({R"("udp": {"destination-port": {"operator": "lte", "port": 1}})"}),
+     ip({ports(R"("port": 80)"), ports(R"("port": 81)")})},
+    {portRange,
+     ip({ports(R"("operator": "lte", "port": 1)")}),
      {"(destination-port lte 1)",
-      "2 ports, and 2 of 2 slots are free: write 1 rule, one per port but port 0, which "
-      "cannot be matched: this narrows the rule."},
-     ip({R"("udp": {"destination-port": {"port": 1}})"})},
+      "write 1 rule, one per port but port 0, which cannot be matched: this narrows the rule."},
+     ip({ports(R"("port": 1)")})},
     // The rules after it take slots, too. Without the range, nothing is left on the other side.
-    {Refusal::portRange,
-     ip({kFrom + R"(, "tcp": {"destination-port": {"operator": "neq", "port": 80}})", kFrom}),
+    {portRange,
+     ip({kFrom + "," + ports(R"("operator": "neq", "port": 80)"), kFrom}),
      {"(destination-port neq 80)",
       "65535 ports, and 1 of 2 slots are free: one rule per port does not fit. Leave out "
       "destination-port neq 80, and write \"protocol\": 6 in \"ipv4\" for \"tcp\", which is then empty: this widens "
       "the rule.\n"},
-     ip({R"("ipv4": {"source-ipv4-network": "192.0.2.0/24", "protocol": 6})", kFrom})},
-    {Refusal::ipLength,
-     ip({"", R"("ipv4": {"length": 9, "protocol": 47})"}),
-     {"(length 9)", "ACE \"a\" before it matches everything, so no packet reaches this rule: remove it.\n"},
-     ip({""})},
-    {Refusal::ipProtocol,
+     ip({kTcpFrom, kFrom})},
+    {ipProtocol,
      ip({kTo, R"("ipv4": {"source-ipv4-network": "192.0.2.0/24", "protocol": 47})"}),
      {"(protocol 47)", "TCP (6) and UDP (17)", "Leave out protocol 47: this widens the rule.",
       "(source-ipv4-network 192.0.2.0/24)", R"(ACE "a" settles this one on the destination (destination-port eq 443))"},
      ip({kTo, ""})},
-    {Refusal::ipBothSides,
+    {ipBothSides,
      ip({kFrom + "," + kTo, kTo}),
      {"(source-ipv4-network 192.0.2.0/24, destination-port eq 443)", "ACE \"b\" settles this one on the destination",
       "Leave out source-ipv4-network 192.0.2.0/24: this widens the rule."},
      ip({kTo, kTo})},
-    {Refusal::ipBothSides,
+    {ipBothSides,
      ip({kFrom + "," + kTo}),
-     {"Leave out source-ipv4-network", "Or leave out destination-port eq 443"},
-     ip({R"("ipv4": {"source-ipv4-network": "192.0.2.0/24", "protocol": 6})"})},
-    {Refusal::destinationInSourceAcl,
+     {"Leave out source-", "Or leave out destination-port eq 443"},
+     ip({kTcpFrom})},
+    {destinationInSourceAcl,
      ip({kFrom, kTo}),
      {"(destination-port eq 443)", R"(ACE "a" settles this one on the source (source-ipv4-network 192.0.2.0/24))",
       "Leave out destination-port eq 443", "this widens the rule", "attached to another interface: a filter takes one"},
-     ip({kFrom, kTcp})},
-    {Refusal::sourceInDestinationAcl,
-     ip({kTo, kFrom}),
-     {"(source-ipv4-network 192.0.2.0/24)", R"(ACE "a" settles this one on the destination)", "matches everything"},
-     ip({kTo, ""})},
-    {Refusal::noSlot,
-     ip({port(1), port(2), port(3)}),
-     {"has 2 slots, and the rules of this ACL take 3", "changes what is permitted"},
-     ip({port(1), port(2)})},
-    {Refusal::etherType,
+     ip({kFrom, R"("ipv4": {"protocol": 6})"})},
+    {sourceInDestinationAcl, ip({kTo, kFrom}), {"(source-", "\"a\" settles", "matches everything"}, ip({kTo, ""})},
+    {noSlot, ip({kTo, kTo, kTo}), {"has 2 slots, and the rules of this ACL take 3"}, ip({kTo, kTo})},
+    {etherType,
      mac({eth(R"("ethertype": 34525, )" + kMacFrom + ", " + kMacTo)}),
      {"(ethertype 0x86dd)", "Leave out ethertype 0x86dd: this widens the rule.", "on both source and destination",
       "Or leave out destination-mac-address 00:00:5e:00:53:00 mask ff:ff:ff:ff:ff:00"},
      mac({eth(kMacFrom)})},
-    {Refusal::macBothSides,
+    {macBothSides,
      mac({eth(kMacTo + "," + kMacFrom), eth(kMacFrom)}),
-     {"(source-mac-address 00:00:5e:00:53:01, destination-mac-address", R"(ACE "b" settles this one on the source)"},
+     {"(source-mac-address 00:00:5e:00:53:01, destination-mac-address", "\"b\" settles this one on the source"},
      mac({eth(kMacFrom), eth(kMacFrom)})},
-    {Refusal::protocolAddress,
-     mac({eth(R"("ethertype": "arp", )" + kMacFrom), eth(kMacFrom)}),
+    {protocolAddress,
+     mac({eth(kArp + "," + kMacFrom), eth(kMacFrom)}),
      {"ethertype arp)", "Leave out source-mac-address 00:00:5e:00:53:01: this widens the rule. Or leave out ethertype"},
-     mac({eth(R"("ethertype": "arp")"), eth(kMacFrom)})},
-    {Refusal::protocolAddress,
-     mac({eth(kMacFrom), eth(kMacFrom), eth(R"("ethertype": "arp", )" + kMacFrom)}),
+     mac({eth(kArp), eth(kMacFrom)})},
+    {protocolAddress,
+     mac({eth(kMacFrom), eth(kMacFrom), eth(kArp + "," + kMacFrom)}),
      {"53:01: this widens the rule.\n"},
-     mac({eth(kMacFrom), eth(kMacFrom), eth(R"("ethertype": "arp")")})},
-    {Refusal::noIngress,
-     {{"ipv4", "ingress", {kFrom}}},
-     {"no ingress rule slots", "Attach the ACL to egress, where it filters what the interface sends"},
-     ip({kFrom})},
-    {Refusal::aclType,
+     mac({eth(kMacFrom), eth(kMacFrom), eth(kArp)})},
+    {noIngress, {{"ipv4", "ingress", {kFrom}}}, {"Attach the ACL to egress, where it filters what"}, ip({kFrom})},
+    {aclType,
      {{"mixed-eth-ipv4", "egress", {}}, {"ipv4", "egress", {}}},
      {"(type mixed-eth-ipv4-acl-type)", "Remove the ACL and the ACL sets that name it, or"},
-     {{"eth", "egress", {eth(R"("ethertype": "lldp")")}}, {"ipv4", "egress", {kFrom}}}},
-    {Refusal::aclType, {{"ipv6", "", {}}, {"ipv4", "egress", {}}}, {"Remove the ACL"}, ip({})},
-    {Refusal::typeConflict,
-     {{"ipv4", "egress", {kFrom}}, {"eth", "egress", {eth(kMacFrom), eth(R"("ethertype": "arp")")}}},
+     {{"eth", "egress", {eth(kArp)}}, {"ipv4", "egress", {kFrom}}}},
+    {aclType, {{"ipv6", "", {}}, {"ipv4", "egress", {}}}, {"Remove the ACL"}, ip({})},
+    {typeConflict,
+     {{"ipv4", "egress", {kFrom}}, {"eth", "egress", {eth(kMacFrom), eth(kArp)}}},
      {"(ACL 0)", "to another interface, or leave the rules with addresses out of the MAC ACL"},
-     {{"ipv4", "egress", {kFrom}}, {"eth", "egress", {eth(R"("ethertype": "arp")")}}}},
+     {{"ipv4", "egress", {kFrom}}, {"eth", "egress", {eth(kArp)}}}},
     {OwnReason::notAttached, {{"ipv4", "", {kFrom}}}, {"attachment-points to apply it"}, ip({kFrom})},
 };
 
@@ -207,7 +199,7 @@ TEST(Explanations, ARemedyThatIsFollowedIsEnough) {
 
 // But for failed writes, see Run, and those that only attributes set by name lead to.
 TEST(Explanations, EveryReasonHasARemedyThatIsFollowed) {
-  std::set<Cause> followed{Refusal::none, Refusal::tooManyRules, OwnReason::dropped, OwnReason::writeFailed};
+  std::set<Cause> followed{none, tooManyRules, OwnReason::dropped, OwnReason::writeFailed};
   for (const Remedy& each : kRemedies) followed.insert(each.cause);
   EXPECT_EQ(followed.size(), Kestrix::kRefusals.size() + kOwnReasons.size());
 }
