@@ -75,7 +75,7 @@ struct ConfiguredField {
   Match match = Match::protocol;
   std::string name;        // In RFC 8519.
   std::string value;       // In short: "192.0.2.0/24", "gte 1024". Empty for a container that says it all.
-  uint32_t ports = 0;      // How many there are, of ports; any port is no field,
+  uint32_t ports = 0;      // Of ports: how many there are,
   uint16_t firstPort = 0;  // and the first of them.
 
   std::string toText() const { return value.empty() ? name : name + " " + value; }
@@ -85,7 +85,7 @@ struct Ace {
   std::string name;
   AceRule rule;
   std::string path = {};                     // A JSON Pointer into the document.
-  std::vector<ConfiguredField> fields = {};  // What narrows the rule down; a fragment rule has none.
+  std::vector<ConfiguredField> fields = {};  // What narrows the rule down. A fragment rule has none.
 
   // The same rule may be written in two ways, and elsewhere.
   bool operator==(const Ace& other) const { return name == other.name && rule == other.rule; }

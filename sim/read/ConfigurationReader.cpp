@@ -176,14 +176,15 @@ class Reader {
     std::map<std::string, std::string> aclOfType;
     sets->forEachEntry("acl-set", [&](const Place& set) {
       const AclConfiguration* acl = readAclSet(set, names, aclOfType);
-      if (acl == nullptr || interface == nullptr) {
-        const auto acl_ = set.member("name");
-        if (acl_ && acl_->isText()) configuration_.unplaced.push_back({*acl_->text(), direction});
-        return;
-      }
+      if (acl == nullptr || interface == nullptr) return noteUnplaced(set, direction);
       configuration_.attachments.push_back({interface->id, direction, acl->name});
       aclsOf_[interface->id].emplace(direction, acl->name);
     });
+  }
+
+  void noteUnplaced(const Place& set, Acl::AclDirection direction) {
+    const auto name = set.member("name");
+    if (name && name->isText()) configuration_.unplaced.push_back({*name->text(), direction});
   }
 
   // The ACL that `set` names. Null when there is none, or, with a diagnostic, it cannot be attached beside the others

@@ -24,13 +24,14 @@ std::string verdictWords(const AceOutcome& ace, const AclOutcome& acl, const Ste
 }  // namespace
 
 std::string aceWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step, const FilterDump* holder) {
-  const std::string notApplied = fmt::format("fits, but the ACL {} not applied", step.isApplied() ? "is" : "would be");
+  const std::string_view notApplied =
+      step.isApplied() ? "fits, but the ACL is not applied" : "fits, but the ACL would not be applied";
   switch (ace.state) {
     case AceState::programmed:
       return holder != nullptr ? fmt::format("slot {}: {}", *ace.slot, holder->slotWords(holder->slots.at(*ace.slot)))
-                               : notApplied;
+                               : std::string(notApplied);
     case AceState::verdict:
-      return holder != nullptr ? verdictWords(ace, acl, step) : notApplied;
+      return holder != nullptr ? verdictWords(ace, acl, step) : std::string(notApplied);
     case AceState::notReached:
       return "never reached: an earlier rule decides all that it matches";
     case AceState::notEnforced:

@@ -122,9 +122,9 @@ TEST(Run, OneBadDocumentHidesNothing) {
                   "port-1 A refused 0", "port-2 B active 1", "A ingress refused port-range false", "fits not-applied",
                   range, "B egress applied false", "fits programmed 0", "C not-attached not-attached false"));
   const std::string text = run({.configFiles = {"c2", "c3"}}, device, {bad, good}, false).output;
-  for (const char* piece :
-       {"Nothing of c2 was applied: it has errors.\n", "would be active", "eth-acl-type): would, if it",
-        "  bad    in error", "Nothing of c3 was applied: a document before it has errors.\n"}) {
+  for (const char* piece : {"Nothing of c2 was applied: it has errors.\n", "would be active",
+                            "eth-acl-type): would, if it", "fits, but the ACL would not be applied",
+                            "  bad    in error", "Nothing of c3 was applied: a document before it has errors.\n"}) {
     EXPECT_THAT(text, HasSubstr(piece));
   }
 }
