@@ -63,6 +63,7 @@ PacketSet matchedBy(const MacRule& rule) {
 }
 
 PacketSet matchedBy(const ForeignRule&) { return {}; }
+PacketSet matchedBy(const UnreadRule&) { return {}; }
 
 bool permits(const Ace& ace) {
   return std::visit(
@@ -84,7 +85,7 @@ PacketSet permittedBy(const AclConfiguration& acl, const Readings& readings) {
 }  // namespace
 
 bool canBeDecided(const AclConfiguration& acl) {
-  return acl.type == Acl::AclType::ipv4 || acl.type == Acl::AclType::mac;
+  return !acl.hasErrors && (acl.type == Acl::AclType::ipv4 || acl.type == Acl::AclType::mac);
 }
 
 std::vector<AceVerdict> verdictsOf(const AclConfiguration& acl, const Readings& readings) {

@@ -18,7 +18,7 @@ struct AceVerdict {
   bool permits = false;
 };
 
-// Whether what the ACL matches is known here: not that of a type that no helper takes.
+// Whether it is known what the ACL matches: all of it could be read, and it is of a type that a helper takes.
 bool canBeDecided(const AclConfiguration& acl);
 
 // The verdicts of one ACL, first to last. The last one matches what is left. Refers to `acl`.
