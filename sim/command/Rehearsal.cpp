@@ -99,7 +99,7 @@ StepReport rehearse(const Device& device, const Configuration& desired, StepStat
   return {.file = {},
           .settings = {},
           .outcome = std::move(outcome),
-          .filters = {*fpga, stage.device},
+          .filters = {fpga->reader(), stage.device},
           .deviations = {},
           .state = state};
 }
