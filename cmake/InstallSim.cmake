@@ -9,3 +9,4 @@ install(FILES sim/kestrix-sim.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-com
         COMPONENT sim)
 file(GLOB documents CONFIGURE_DEPENDS examples/*.json)
 install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrix-sim/examples COMPONENT sim)
+install(DIRECTORY examples/quick-start DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrix-sim/examples COMPONENT sim)
