@@ -1,5 +1,6 @@
 #include "command/Run.h"
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <utility>
@@ -8,6 +9,7 @@
 
 #include "command/Deviations.h"
 #include "command/ExitStatus.h"
+#include "command/Rehearsal.h"
 #include "read/ConfigurationReader.h"
 #include "read/Device.h"
 #include "report/Report.h"
@@ -27,16 +29,28 @@ struct Step {
   const Configuration* configuration = nullptr;
   std::string file = {};
   std::vector<std::string> settings = {};
+  StepState state = StepState::applied;  // Once it is taken.
 };
 
-std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configuration>& configurations) {
+// A configuration as its document says.
+struct ReadConfiguration {
+  Configuration desired;
+  bool hasErrors = false;
+};
+
+std::vector<Step> stepsOf(const CommandLine& line, const std::vector<ReadConfiguration>& configurations) {
   std::vector<Step> steps;
   auto setting = line.settings.begin();
   for (size_t i = 0; i <= configurations.size(); ++i) {
     Step set;
     for (; setting != line.settings.end() && setting->position == i; ++setting) set.settings.push_back(setting->text);
     if (!set.settings.empty()) steps.push_back(std::move(set));
-    if (i < configurations.size()) steps.push_back({&configurations[i], line.configFiles[i]});
+    if (i < configurations.size()) steps.push_back({&configurations[i].desired, line.configFiles[i]});
+    if (i < configurations.size() && configurations[i].hasErrors) steps.back().state = StepState::hasErrors;
+  }
+  const auto isBad = [](const Step& step) { return step.state == StepState::hasErrors; };
+  for (auto step = std::ranges::find_if(steps, isBad); step != steps.end(); ++step) {
+    if (!isBad(*step)) step->state = StepState::afterErrors;
   }
   return steps;
 }
@@ -44,7 +58,7 @@ std::vector<Step> stepsOf(const CommandLine& line, const std::vector<Configurati
 // What the run is about, as its documents say.
 struct Documents {
   Device device;
-  std::vector<Configuration> configurations;
+  std::vector<ReadConfiguration> configurations;
 };
 
 // The text of a file; none, and a diagnostic, when it could not be read.
@@ -59,14 +73,7 @@ const std::string* textOf(const std::string& name, const FileText& file, Diagnos
   return nullptr;
 }
 
-// The same diagnostics, but for those that may come from what is missing of a broken device.
-void addOfBrokenDevice(const Diagnostics& found, Diagnostics& diagnostics) {
-  for (const Diagnostic& each : found.all()) {
-    if (each.code != "unknown-interface") diagnostics.add(each);
-  }
-}
-
-// None when they cannot be applied, as diagnostics then say: all that is wrong with any of them.
+// None when the device cannot be simulated, as diagnostics then say: all that is wrong with any document.
 std::optional<Documents> readDocuments(const CommandLine& line, const FileText& device,
                                        const std::vector<FileText>& configs, Diagnostics& diagnostics,
                                        Progress& progress) {
@@ -74,19 +81,22 @@ std::optional<Documents> readDocuments(const CommandLine& line, const FileText& 
   progress.begin("reading " + line.deviceFile);
   const std::string* const deviceText = textOf(line.deviceFile, device, diagnostics);
   if (deviceText != nullptr) documents.device = readDevice(line.deviceFile, *deviceText, diagnostics);
-  const bool isDeviceBroken = deviceText == nullptr || !documents.device.namesKnown;
+  const bool isDeviceBroken = diagnostics.hasErrors();
   documents.configurations.reserve(configs.size());
   for (size_t i = 0; i < configs.size(); ++i) {
     const std::string& file = line.configFiles.at(i);
     progress.begin("reading " + file);
-    Diagnostics ofBrokenDevice;
-    Diagnostics& found = isDeviceBroken ? ofBrokenDevice : diagnostics;
-    if (const std::string* const text = textOf(file, configs[i], found)) {
-      documents.configurations.push_back(readConfiguration(file, *text, documents.device, found));
+    Diagnostics found;
+    ReadConfiguration& configuration = documents.configurations.emplace_back();
+    if (const std::string* const text = textOf(file, configs[i], found))
+      configuration.desired = readConfiguration(file, *text, documents.device, found);
+    configuration.hasErrors = found.hasErrors();
+    for (const Diagnostic& each : found.all()) {
+      // Which interfaces there are may be what is missing of a broken device.
+      if (documents.device.namesKnown || each.code != "unknown-interface") diagnostics.add(each);
     }
-    addOfBrokenDevice(ofBrokenDevice, diagnostics);
   }
-  if (diagnostics.hasErrors()) return {};
+  if (isDeviceBroken) return {};
   if (line.dropDelay) documents.device.aclDropDelay = *line.dropDelay;
   return documents;
 }
@@ -122,6 +132,7 @@ class Session {
   RunResult report(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) const;
 
  private:
+  void rehearse(const Step& step);
   // None when the step cannot be taken.
   std::optional<Outcome> outcomeOf(const Step& step, Diagnostics& diagnostics);
 
@@ -137,6 +148,10 @@ class Session {
 };
 
 bool Session::take(const Step& step, Diagnostics& diagnostics) {
+  if (step.state != StepState::applied) {
+    rehearse(step);
+    return true;
+  }
   if (step.configuration != nullptr) desired_ = *step.configuration;
   isSet_ = isSet_ || !step.settings.empty();
   progress_.begin("applying " + (step.configuration != nullptr ? step.file : "--set"));
@@ -148,6 +163,15 @@ bool Session::take(const Step& step, Diagnostics& diagnostics) {
   const auto fresh = freshFilters(device_, desired_, traces_, progress_);
   reports_.back().deviations = deviations(reports_.back(), fresh, *fpga_, isSet_);
   return true;
+}
+
+void Session::rehearse(const Step& step) {
+  progress_.begin("trying " + (step.configuration != nullptr ? step.file : "--set"));
+  const Configuration nothing;
+  const Configuration& desired = step.configuration != nullptr ? *step.configuration : nothing;
+  reports_.push_back(Sim::rehearse(device_, desired, step.state, traces_, progress_));
+  reports_.back().file = step.file;
+  reports_.back().settings = step.settings;
 }
 
 std::optional<Outcome> Session::outcomeOf(const Step& step, Diagnostics& diagnostics) {
@@ -174,9 +198,11 @@ RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostic
   warnOfUnreachedWrites(line.failWrites, fpga_->writes(), all);
   std::optional<ModelNode> model;
   if (line.model) model = modelTree(framework_.helper());
-  const ReportInput input{device_, reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(), all, model};
-  return {isAllApplied(input) ? kAllApplied : kNotAllApplied,
-          line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .looks = looks})};
+  const FilterDumps filters(*fpga_, device_);
+  const ReportInput input{device_, reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(), filters,
+                          all,     model};
+  const int exitStatus = all.hasErrors() ? kBadInput : isAllApplied(input) ? kAllApplied : kNotAllApplied;
+  return {exitStatus, line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .looks = looks})};
 }
 
 // None when the library refuses the device, as a diagnostic then says.

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "read/AceReader.h"
+#include "read/ConfiguredFields.h"
 #include "read/Document.h"
 #include "read/Quote.h"
 
@@ -55,6 +56,12 @@ const TypeRow* meantBy(std::string name) {
   const auto* row = std::find_if(std::begin(kNearMisses), std::end(kNearMisses),
                                  [&](const NearMiss& each) { return name.find(each.part) != name.npos; });
   return row == std::end(kNearMisses) ? nullptr : row->meant;
+}
+
+// What stands for the name of a list entry that has none of its own: the end of its path.
+std::string placeName(const Place& entry) {
+  const std::string& path = entry.path();
+  return path.substr(path.rfind('/', path.rfind('/') - 1) + 1);
 }
 
 class Reader {
@@ -117,6 +124,7 @@ class Reader {
   }
 
   void readAcl(const Place& place) {
+    const size_t errorsBefore = place.errors();
     const auto name = readName(place, "ACL", aclNames_, "Rename one of them.");
     document_.aboutAcl(name.value_or(""));
     place.onlyMembers({"name", "type", "aces"});
@@ -132,18 +140,25 @@ class Reader {
       aces->forEachEntry("ace", [&](const Place& ace) { readAceOf(acl, ace, aceNames, type != nullptr); });
     }
     document_.aboutAcl("");
-    if (!name) return;
-    aclByName_.emplace(*name, configuration_.acls.size());
+    acl.hasErrors = place.errors() != errorsBefore;
+    if (name) {
+      aclByName_.emplace(*name, configuration_.acls.size());
+    } else {
+      acl.name = placeName(place);
+    }
     configuration_.acls.push_back(std::move(acl));
   }
 
   void readAceOf(AclConfiguration& acl, const Place& place, std::set<std::string>& names, bool typeKnown) {
+    const size_t errorsBefore = place.errors();
     const auto name = readName(place, "ACE", names, "Rename one of them.");
     document_.aboutAce(name.value_or(""));
     // What its matches mean depends on the type.
     const auto rule = typeKnown ? readAce(place, acl.type) : std::nullopt;
     document_.aboutAce("");
-    if (rule) acl.aces.push_back({name.value_or(""), *rule});
+    const bool isRead = rule && place.errors() == errorsBefore;
+    acl.aces.push_back({name.value_or(placeName(place)), isRead ? *rule : UnreadRule(), place.path(),
+                        isRead ? configuredFields(place, *rule) : std::vector<ConfiguredField>()});
   }
 
   void readInterfaces(const Place& interfaces) {
@@ -196,10 +211,15 @@ class Reader {
     std::map<std::string, std::string> aclOfType;
     sets->forEachEntry("acl-set", [&](const Place& set) {
       const AclConfiguration* acl = readAclSet(set, names, aclOfType);
-      if (acl == nullptr || interface == nullptr) return;
+      if (acl == nullptr || interface == nullptr) return noteUnplaced(set, direction);
       configuration_.attachments.push_back({interface->id, direction, acl->name});
       aclsOf_[interface->id].emplace(direction, acl->name);
     });
+  }
+
+  void noteUnplaced(const Place& set, Acl::AclDirection direction) {
+    const auto name = set.member("name");
+    if (name && name->isText()) configuration_.unplaced.push_back({*name->text(), direction});
   }
 
   // The ACL that `set` names. Null when there is none, or, with a diagnostic, it cannot be attached beside the others

@@ -11,7 +11,9 @@
 
 namespace Sim {
 
-// What is wrong, or only worth knowing, goes to `diagnostics`, all of it; with errors the result is of no use.
+// What is wrong, or only worth knowing, goes to `diagnostics`, all of it. With errors the result is not to be applied:
+// it has what could be read, and an ACL or ACE without a name of its own is named by its place in the list, as in
+// "acl/0".
 Configuration readConfiguration(const std::string& file, std::string_view text, const Device& device,
                                 Diagnostics& diagnostics);
 

@@ -11,6 +11,28 @@ using Json = nlohmann::ordered_json;
 
 using Platform::nameOf;
 
+Json fieldJson(const ConfiguredField& field) { return {{"name", field.name}, {"value", field.value}}; }
+
+// What a refused rule was up against.
+void addSituation(Json& json, const Reason& reason) {
+  const Situation& situation = reason.situation;
+  json["path"] = situation.path;
+  if (const auto ports = portsOf(reason)) json["ports"] = *ports;
+  json["slots"] = situation.slots;
+  json["freeSlots"] = situation.freeSlots;
+  if (situation.settled) {
+    json["settledBy"] = {{"ace", situation.settled->ace},
+                         {"side", nameOf(situation.settled->side)},
+                         {"field", fieldJson(situation.settled->field)}};
+  }
+  json["next"] = Json::array();
+  for (const Reason& next : reasonsAfter(reason)) {
+    const Explanation explanation = explain(next);
+    json["next"].push_back(
+        {{"code", explanation.code}, {"reason", explanation.message}, {"remedy", explanation.remedy}});
+  }
+}
+
 // The members that say why: absent where nothing is wrong.
 void addReason(Json& json, Platform::AclCreateError error, const Reason& reason) {
   if (reason.empty()) return;
@@ -18,8 +40,10 @@ void addReason(Json& json, Platform::AclCreateError error, const Reason& reason)
   json["code"] = explanation.code;
   json["aclCreateError"] = static_cast<uint32_t>(error);
   json["culprit"] = reason.culprit;
-  json["reason"] = reason.text();
+  json["reason"] = explanation.message;
   json["remedy"] = explanation.remedy;
+  json["fields"] = Json::array();
+  for (const ConfiguredField& field : explanation.fields) json["fields"].push_back(fieldJson(field));
 }
 
 Json diagnosticsJson(const Diagnostics& diagnostics) {
@@ -51,12 +75,14 @@ Json aceJson(const AceOutcome& ace, const AclOutcome& acl, const StepReport& ste
   }
   if (ace.slot && isInForce) json["slot"] = *ace.slot;
   addReason(json, ace.error, ace.reason);
+  if (ace.state == AceState::refused) addSituation(json, ace.reason);
   return json;
 }
 
 Json aclJson(const AclOutcome& acl, const StepReport& step) {
   Json json{{"name", acl.key.name}, {"type", acl.typeName}, {"state", nameOf(acl.state)}};
   if (acl.isAttached) json["direction"] = directionName(acl.key.direction);
+  if (!step.isApplied()) json["hasErrors"] = acl.hasErrors;
   if (acl.state == AclState::refused) json["keepsPrevious"] = acl.keepsPrevious;
   addReason(json, acl.error, acl.reason);
   json["overruledOn"] = Json::array();
@@ -117,9 +143,9 @@ Json failedWritesJson(const std::vector<FailedWrite>& failedWrites) {
 }
 
 Json stepJson(const StepReport& step, const Device& device) {
-  Json json{{"config", step.file},           {"settings", step.settings},   {"changes", Json::array()},
-            {"writes", step.outcome.writes}, {"interfaces", Json::array()}, {"blocked", Json::array()},
-            {"acls", Json::array()},         {"deviations", Json::array()}};
+  Json json{{"config", step.file},      {"applied", step.isApplied()},   {"settings", step.settings},
+            {"changes", Json::array()}, {"writes", step.outcome.writes}, {"interfaces", Json::array()},
+            {"blocked", Json::array()}, {"acls", Json::array()},         {"deviations", Json::array()}};
   for (const Change& change : step.outcome.changes) json["changes"].push_back(changeJson(change));
   for (const Platform::IntfId intf : step.outcome.blocked) json["blocked"].push_back(intf.toText());
   for (const AclOutcome& acl : step.outcome.acls) {
@@ -151,7 +177,9 @@ std::string jsonDiagnostics(const Diagnostics& diagnostics) {
 }
 
 std::string jsonReport(const ReportInput& input) {
-  Json json{{"result", isAllApplied(input) ? "applied" : "not-all-applied"},
+  Json json{{"result", input.diagnostics.hasErrors() ? "bad-input"
+                       : isAllApplied(input)         ? "applied"
+                                                     : "not-all-applied"},
             {"diagnostics", diagnosticsJson(input.diagnostics)},
             {"steps", Json::array()},
             {"filters", Json::array()},
@@ -160,7 +188,7 @@ std::string jsonReport(const ReportInput& input) {
             {"failedWrites", failedWritesJson(input.failedWrites)}};
   for (const StepReport& step : input.steps) json["steps"].push_back(stepJson(step, input.device));
   // Every filter that holds anything in the end.
-  for (const FilterDump& filter : input.steps.back().filters.all()) {
+  for (const FilterDump& filter : input.filters.all()) {
     if (!filter.isZero()) json["filters"].push_back(filterJson(filter));
   }
   if (input.model) json["model"] = modelJson(*input.model);

@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "report/Explanations.h"
+
 namespace Sim {
 namespace {
 
@@ -22,33 +24,40 @@ std::string verdictWords(const AceOutcome& ace, const AclOutcome& acl, const Ste
 }  // namespace
 
 std::string aceWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step, const FilterDump* holder) {
+  const std::string_view notApplied =
+      step.isApplied() ? "fits, but the ACL is not applied" : "fits, but the ACL would not be applied";
   switch (ace.state) {
     case AceState::programmed:
       return holder != nullptr ? fmt::format("slot {}: {}", *ace.slot, holder->slotWords(holder->slots.at(*ace.slot)))
-                               : "fits, but the ACL is not applied";
+                               : std::string(notApplied);
     case AceState::verdict:
-      return holder != nullptr ? verdictWords(ace, acl, step) : "fits, but the ACL is not applied";
+      return holder != nullptr ? verdictWords(ace, acl, step) : std::string(notApplied);
     case AceState::notReached:
       return "never reached: an earlier rule decides all that it matches";
     case AceState::notEnforced:
       return "accepted, not enforced: the hardware does not tell fragments apart";
     case AceState::refused:
-      return "refused: " + ace.reason.text();
+      return "refused: " + explain(ace.reason).message;
+    case AceState::inError:
+      return "in error: holds no slot here";
   }
   return {};
 }
 
-std::string aclWords(const AclOutcome& acl) {
+std::string aclWords(const AclOutcome& acl, const StepReport& step) {
+  const std::string start = step.isApplied() ? "" : acl.isAttached ? "would be " : "would, if it were attached, be ";
+  const std::string end = acl.hasErrors ? "; its slots may change once its errors are mended" : "";
   switch (acl.state) {
     case AclState::applied:
-      return "applied";
+      return start + "applied" + end;
     case AclState::notAttached:
-      return "not attached to any interface, nothing to program";
+      return "not attached to any interface, nothing to program" + end;
     case AclState::refused:
-      return (acl.aces.empty() ? "refused: " + acl.reason.text() : "refused") +
-             (acl.keepsPrevious ? "; its previous version stays in force" : ", nothing of it is programmed");
+      return start + (acl.aces.empty() ? "refused: " + explain(acl.reason).message : "refused") +
+             (acl.keepsPrevious ? "; its previous version stays in force" : ", nothing of it is programmed") + end;
     case AclState::failed:
-      return "failed: " + acl.reason.words();
+      return fmt::format("{}failed: {}: {}{}", step.isApplied() ? "" : "would have ", acl.reason.culprit,
+                         explain(acl.reason).message, end);
   }
   return {};
 }

@@ -5,8 +5,9 @@
 namespace Sim {
 
 bool isAllApplied(const ReportInput& input) {
-  return input.failedWrites.empty() && std::all_of(input.steps.begin(), input.steps.end(),
-                                                   [](const auto& step) { return step.outcome.isAllApplied(); });
+  return !input.diagnostics.hasErrors() && input.failedWrites.empty() &&
+         std::all_of(input.steps.begin(), input.steps.end(),
+                     [](const auto& step) { return step.outcome.isAllApplied(); });
 }
 
 const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step) {

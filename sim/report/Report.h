@@ -22,6 +22,10 @@ struct Deviation {
   std::string why;
 };
 
+// Whether a step was applied to the device, or why not: it has errors, or a step before it has. The outcome and the
+// filters are then those of a device of its own.
+enum class StepState : uint8_t { applied, hasErrors, afterErrors };
+
 // One desired state, or attributes set by name, and what the device was afterwards.
 struct StepReport {
   std::string file;                   // Empty where attributes were set.
@@ -29,6 +33,9 @@ struct StepReport {
   Outcome outcome;
   FilterDumps filters;
   std::vector<Deviation> deviations;
+  StepState state = StepState::applied;
+
+  bool isApplied() const { return state == StepState::applied; }
 };
 
 struct ReportInput {
@@ -37,7 +44,8 @@ struct ReportInput {
   uint64_t writes;         // Of the whole run,
   uint64_t startupWrites;  // and before its first step.
   const std::vector<FailedWrite>& failedWrites;
-  const Diagnostics& diagnostics;         // Warnings; documents with errors are not applied.
+  const FilterDumps& filters;  // In the end.
+  const Diagnostics& diagnostics;
   const std::optional<ModelNode>& model;  // In the end, where it is asked for.
 };
 

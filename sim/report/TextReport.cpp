@@ -23,6 +23,7 @@ struct IntfItem {
   unsigned filled;        // Slots of the filter, by this ACL,
   unsigned slots;         // and all.
   std::string overruled;  // What of the ACL is overruled there.
+  bool isApplied;         // Or what would be.
 
   bool isActive() const { return intf.state == IntfState::active; }
 };
@@ -36,7 +37,10 @@ constexpr Column<IntfItem> kIntfColumns[] = {
     {"interface", [](const IntfItem& item) { return item.intf.intf.toText(); }},
     {"direction", [](const IntfItem& item) { return std::string(directionName(item.intf.direction)); }},
     {"ACL", [](const IntfItem& item) { return item.intf.acl; }},
-    {"state", [](const IntfItem& item) { return std::string(Platform::nameOf(item.intf.state)); },
+    {"state",
+     [](const IntfItem& item) {
+       return fmt::format("{}{}", item.isApplied ? "" : "would be ", Platform::nameOf(item.intf.state));
+     },
      [](const IntfItem& item) {
        return !item.isActive() ? Style::bad : item.overruled.empty() ? Style::good : Style::odd;
      }},
@@ -54,7 +58,8 @@ void writeIntfs(Page& page, const StepReport& step, const Device& device) {
   for (const AclOutcome& acl : step.outcome.acls) {
     for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
       items.push_back({intf, step.filters.of(intf.intf, intf.direction), slotsFilled(intf, acl, step),
-                       device.slots(intf.direction), isOverruled(intf, acl, step) ? overruledWords(acl) : ""});
+                       device.slots(intf.direction), isOverruled(intf, acl, step) ? overruledWords(acl) : "",
+                       step.isApplied()});
     }
   }
   writeTable(kIntfColumns, items, page);
@@ -82,6 +87,7 @@ Style styleOf(AceState state) {
     case AceState::notEnforced:
       return Style::odd;
     case AceState::refused:
+    case AceState::inError:
       return Style::bad;
   }
   return Style::plain;
@@ -100,7 +106,13 @@ void writeAces(Page& page, const AclOutcome& acl, const StepReport& step) {
   for (const AceOutcome& ace : acl.aces) {
     page.line({{Shown("  " + ace.name).filledTo(words)}, {aceWords(ace, acl, step, holder), styleOf(ace.state)}},
               words);
-    if (ace.state == AceState::refused) writeRemedy(page, words, explain(ace.reason).remedy);
+    if (ace.state != AceState::refused) continue;
+    writeRemedy(page, words, explain(ace.reason).remedy);
+    for (const Reason& next : reasonsAfter(ace.reason)) {
+      const Explanation explanation = explain(next);
+      page.line({{fmt::format("{:{}}then: {}", "", words, explanation.message)}}, words + 6);
+      writeRemedy(page, words, explanation.remedy);
+    }
   }
 }
 
@@ -118,7 +130,7 @@ void writeAcl(Page& page, const AclOutcome& acl, const StepReport& step) {
   const std::string direction = acl.isAttached ? fmt::format(", {}", directionName(acl.key.direction)) : std::string();
   page.line();
   page.line({{fmt::format("ACL {} ({}{}): ", acl.key.name, acl.typeName, direction)},
-             {aclWords(acl), styleOf(acl.state)},
+             {aclWords(acl, step), styleOf(acl.state)},
              {exceptionWords(acl, step), Style::odd}});
   // The other refusals are of rules, and have their advice there.
   const bool isOfWholeAcl = acl.aces.empty() || acl.state == AclState::failed;
@@ -180,18 +192,41 @@ void writeStepHead(Page& page, const StepReport& step, size_t number) {
   page.line({{fmt::format("Step {}: {}", number, step.file.empty() ? "--set" : step.file), Style::head}});
   for (const std::string& setting : step.settings) page.line({{"  " + setting}});
   for (const Change& change : step.outcome.changes) page.line({{"  " + changeWords(change)}});
+  if (!step.isApplied()) return;
   if (step.outcome.changes.empty() && step.settings.empty()) page.line({{"  nothing changed"}});
   page.line({{fmt::format("  {} register writes", step.outcome.writes)}});
   page.line();
 }
 
+// Why a step was not applied, and what is shown of it instead.
+void writeNotApplied(Page& page, const StepReport& step) {
+  const std::string name = step.file.empty() ? "--set" : step.file;
+  const std::string_view why = step.state == StepState::hasErrors ? "it has errors" : "a document before it has errors";
+  page.line({{fmt::format("Nothing of {} was applied: {}.", name, why), Style::bad}});
+  if (step.outcome.acls.empty()) return;
+  page.line({{"What would become of its ACLs on a fresh device:"}});
+  page.line();
+}
+
+void writeStandIns(Page& page, const Outcome& outcome, const Device& device) {
+  const auto isStandIn = [&](const IntfOutcome& each) { return device.find(each.intf.toText()) == nullptr; };
+  const auto first = std::ranges::find_if(outcome.intfs, isStandIn);
+  if (first == outcome.intfs.end()) return;
+  const bool isAlone = std::ranges::count_if(outcome.intfs, isStandIn) == 1;
+  page.line({{fmt::format("{} {} for an interface that no ACL set names, or not without an error", first->intf,
+                          isAlone ? "stands" : "and the like stand")}});
+}
+
 void writeStep(Page& page, const StepReport& step, const Device& device) {
   const Outcome& outcome = step.outcome;
+  if (!step.isApplied()) writeNotApplied(page, step);
+  if (!step.isApplied() && outcome.acls.empty()) return;
   if (outcome.intfs.empty()) {
     page.line({{"No ACL is attached to an interface."}});
   } else {
     writeIntfs(page, step, device);
   }
+  if (!step.isApplied()) writeStandIns(page, outcome, device);
   for (const Platform::IntfId intf : outcome.blocked) {
     page.line({{fmt::format("{} is blocked: it passes no traffic", intf), Style::odd}});
   }
@@ -246,7 +281,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
     if (input.steps.size() > 1) writeStepHead(page, input.steps[i], i + 1);
     writeStep(page, input.steps[i], input.device);
   }
-  if (options.registers) writeFilters(page, input.steps.back().filters);
+  if (options.registers) writeFilters(page, input.filters);
   if (input.model) {
     page.line();
     writeModel(page, *input.model, 0);

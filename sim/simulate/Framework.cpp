@@ -127,12 +127,18 @@ void Framework::make(const HandOver& call) {
 
 void Framework::make(const Precreate& call) {
   AclOutcome& outcome = held_.at(call.key).outcome;
-  outcome = {.key = call.key, .typeName = call.config->typeName, .reason = {}, .aces = {}};
+  outcome = {.key = call.key,
+             .typeName = call.config->typeName,
+             .hasErrors = call.config->hasErrors,
+             .reason = {},
+             .aces = {}};
   const auto& [data, status] = published_.at(call.key);
   outcome.error = helper_->precreateAcl(data, status);
   if (outcome.error != AclCreateError::noError) {
     outcome.state = AclState::refused;
     outcome.reason.cause = helper_->lastRefused();
+    outcome.reason.situation = {.fields = {{Match::aclType, "type", outcome.typeName}},
+                                .other = otherDirection(device_, call.key.direction)};
   } else if (!helper_->allShadowAcl(call.key)) {
     outcome.state = AclState::notAttached;
     outcome.reason.cause = OwnReason::notAttached;
@@ -148,15 +154,22 @@ void Framework::make(const GiveRule& call) {
 void Framework::make(const GiveFinalRule& call) {
   AclOutcome& outcome = held_.at(call.key).outcome;
   if (outcome.state != AclState::applied) return;
+  noteSituations(held_.at(call.key).config, translated(call.key), outcome.aces);
   const auto refused = std::find_if(outcome.aces.begin(), outcome.aces.end(),
                                     [](const AceOutcome& ace) { return ace.state == AceState::refused; });
   if (refused != outcome.aces.end()) {
     outcome.state = AclState::refused;
     outcome.error = refused->error;
-    outcome.reason = {refused->name, refused->reason.cause};
+    outcome.reason = refused->reason;
+    outcome.reason.culprit = refused->name;
     return;
   }
   helper_->createFinalAclRule(call.key.type, published_.at(call.key).data, call.number);
+}
+
+TranslatedAcl Framework::translated(const Platform::AclKey& key) const {
+  const auto acl = helper_->allShadowAcl(key)->acl().base();
+  return {device_.slots(key.direction), acl->srcOrDst(), otherDirection(device_, key.direction)};
 }
 
 void Framework::make(const RemoveAcl& call) {
@@ -237,12 +250,13 @@ AclOutcome Framework::reportAcl(const WantedAcl& wanted, Outcome& outcome) {
       outcome.intfs.push_back({.intf = intf, .acl = acl.key.name, .direction = acl.key.direction, .reason = {}});
       continue;
     }
-    outcome.intfs.push_back(failureOn(*helper_, intf, acl));
+    outcome.intfs.push_back(failureOn(*helper_, device_, intf, acl));
     outcome.intfs.back().keepsPrevious = keepsPrevious;
     if (acl.state != AclState::applied) continue;
     acl.state = AclState::failed;
     acl.error = outcome.intfs.back().error;
-    acl.reason = {intf.toText(), outcome.intfs.back().reason.cause};
+    acl.reason = outcome.intfs.back().reason;
+    acl.reason.culprit = intf.toText();
   }
   return acl;
 }

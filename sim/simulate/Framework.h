@@ -66,6 +66,9 @@ class Framework {
   void make(const RemoveAcl& call);
   void make(const BlockIntf& call);
 
+  // What the rules of an ACL met, as far as they were given.
+  TranslatedAcl translated(const Platform::AclKey& key) const;
+
   // The register images that the shadow filters ask for, by interface and direction.
   using Images = std::map<std::pair<Platform::IntfId, Acl::AclDirection>, Platform::Value>;
   Images images() const;

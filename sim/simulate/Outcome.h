@@ -21,6 +21,7 @@ enum class AceState : uint8_t {
   notReached,   // After that verdict: no packet comes this far.
   notEnforced,  // A fragment rule: accepted, though the hardware does not tell fragments apart.
   refused,
+  inError,  // As it could not be read, it was not given to the helper.
 };
 
 // What a rule without a slot decides.
@@ -46,6 +47,7 @@ enum class AclState : uint8_t {
 struct AclOutcome {
   Platform::AclKey key;
   std::string typeName;        // As configured.
+  bool hasErrors = false;      // In its document, so that it was not given in full.
   bool isAttached = false;     // To some interface in the key's direction.
   bool keepsPrevious = false;  // Refused, but an earlier version of it is still in a filter.
   AclState state = AclState::applied;
@@ -117,11 +119,9 @@ struct Outcome {
 
 template <>
 inline constexpr Platform::EnumName<Sim::AceState> Platform::enumNames<Sim::AceState>[] = {
-    {Sim::AceState::programmed, "programmed"},
-    {Sim::AceState::verdict, "verdict"},
-    {Sim::AceState::notReached, "not-reached"},
-    {Sim::AceState::notEnforced, "not-enforced"},
-    {Sim::AceState::refused, "refused"}};
+    {Sim::AceState::programmed, "programmed"},  {Sim::AceState::verdict, "verdict"},
+    {Sim::AceState::notReached, "not-reached"}, {Sim::AceState::notEnforced, "not-enforced"},
+    {Sim::AceState::refused, "refused"},        {Sim::AceState::inError, "in-error"}};
 template <>
 inline constexpr Platform::EnumName<Sim::Verdict> Platform::enumNames<Sim::Verdict>[] = {
     {Sim::Verdict::none, "none"},

@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "model/Refusal.h"
+#include "simulate/Situation.h"
 
 namespace Sim {
 
@@ -41,10 +42,11 @@ static_assert(std::ranges::all_of(kOwnReasons, [](const OwnReasonRow& row) { ret
 struct Reason {
   std::string culprit = {};  // The ACE or interface that it comes from, when that is not the thing itself.
   std::variant<Kestrix::Refused, OwnReason> cause = {};
+  Situation situation = {};  // As far as it is known.
 
   // Whether nothing is wrong.
   bool empty() const { return cause == decltype(cause){}; }
-  // The cause in words, the library's where it has any.
+  // The cause in a few words, the library's where it has any.
   std::string text() const;
   // With the culprit.
   std::string words() const { return culprit.empty() ? text() : culprit + ": " + text(); }

@@ -74,6 +74,7 @@ AclCreateError call(Kestrix::AclHelper& helper, const Platform::Ptr<Platform::Ac
           [&](const FragmentRule& rule) { return helper.createIpFragRule(aclData, rule.config, id, number, 1); },
           [&](const MacRule& rule) { return helper.createMacAclRule(rule.config, id, aclData, number); },
           [&](const ForeignRule&) { return AclCreateError::notSupported; },
+          [&](const UnreadRule&) { return AclCreateError::notSupported; },
       },
       ace.rule);
 }
@@ -82,6 +83,9 @@ AclCreateError call(Kestrix::AclHelper& helper, const Platform::Ptr<Platform::Ac
 
 AceOutcome giveRule(Kestrix::AclHelper& helper, const Platform::Ptr<Platform::AclData>& aclData, uint32_t number,
                     const Ace& ace) {
+  if (std::holds_alternative<UnreadRule>(ace.rule)) {
+    return {.name = ace.name, .state = AceState::inError, .slot = {}, .reason = {}};
+  }
   const auto shadowAcl = helper.allShadowAcl(aclData->key());
   const Translated before = translated(*shadowAcl);
   AceOutcome outcome{.name = ace.name, .slot = {}, .reason = {}};

@@ -11,7 +11,7 @@
 namespace Sim {
 
 // Gives `ace` as the rule `number` of an ACL that the helper knows, and reads off its shadow of the ACL what the rule
-// became.
+// became. A rule that could not be read is not given.
 AceOutcome giveRule(Kestrix::AclHelper& helper, const Platform::Ptr<Platform::AclData>& aclData, uint32_t number,
                     const Ace& ace);
 

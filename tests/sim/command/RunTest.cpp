@@ -50,6 +50,80 @@ TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
   EXPECT_EQ(step["acls"][0]["overruledOn"].dump() + step["acls"][1]["overruledOn"].dump(), R"([]["port-1"])");
 }
 
+// Two ACLs of which one refers to what is missing, each with `ace` among its ACEs.
+std::string twoAcls(const std::string& ace) {
+  const std::string aces = R"({"name": "fits", "matches": {"ipv4": {"destination-ipv4-network": "192.0.2.0/24"}},
+      "actions": {"forwarding": "drop"}}, {"name": "range", "matches": {"tcp": {"source-port": {"lower-port": 1,
+      "upper-port": 2}}}, "actions": {"forwarding": "drop"}})" +
+                           ace;
+  return fmt::format(R"({{"ietf-access-control-list:acls": {{"acl": [
+      {{"name": "A", "type": "ipv4-acl-type", "aces": {{"ace": [{0}]}}}},
+      {{"name": "B", "type": "ipv4-acl-type", "aces": {{"ace": [{1}]}}}},
+      {{"name": "C", "type": "eth-acl-type"}}],
+    "attachment-points": {{"interface": [
+      {{"interface-id": "port-1", "ingress": {{"acl-sets": {{"acl-set": [{{"name": "A"}}]}}}}}},
+      {{"interface-id": "{2}", "egress": {{"acl-sets": {{"acl-set": [{{"name": "B"}}]}}}}}}]}}}}}})",
+                     aces, aces.substr(0, aces.find(", {")), ace.empty() ? "port-2" : "eth0");
+}
+
+// The steps, ACLs and ACEs of a report by their states, slots and codes.
+std::vector<std::string> statesOf(const json& report) {
+  std::vector<std::string> states;
+  const auto add = [&](const json& each, std::initializer_list<const char*> members) {
+    std::string& state = states.emplace_back();
+    for (const char* member : members) {
+      if (each.contains(member)) state += (state.empty() ? "" : " ") + each[member].dump();
+    }
+    std::erase(state, '"');
+  };
+  for (const json& step : report["steps"]) {
+    add(step, {"config", "applied", "writes"});
+    for (const json& intf : step["interfaces"]) add(intf, {"interface", "acl", "state", "slotsUsed"});
+    for (const json& acl : step["acls"]) {
+      add(acl, {"name", "direction", "state", "code", "hasErrors"});
+      for (const json& ace : acl["aces"])
+        add(ace, {"name", "state", "slot", "code", "ports", "freeSlots", "fields", "settledBy", "path"});
+    }
+  }
+  return states;
+}
+
+TEST(Run, OneBadDocumentHidesNothing) {
+  const std::string good = twoAcls(""), bad = twoAcls(R"(, {"name": "bad", "matches": {"ipv4": {"ttl": 1}},
+      "actions": {"forwarding": "drop"}})");
+  const std::string device = example("edge-switch.json");
+  const json alone = jsonOf(run({.configFiles = {"c1"}, .json = true}, device, {good}, false));
+  const RunResult result = run({.configFiles = {"c1", "c2", "c3"},
+                                .settings = {{2, "outShadowFilter.shadowFilter[port-1].multicast=1"}},
+                                .json = true},
+                               device, {good, bad, good}, false);
+  const json report = jsonOf(result);
+  EXPECT_EQ(result.exitStatus, kBadInput);
+  EXPECT_EQ(report["result"], "bad-input");
+  EXPECT_EQ(report["diagnostics"].size(), 2u);
+  EXPECT_EQ(report["filters"], alone["filters"]);
+  EXPECT_EQ(report["writes"], alone["writes"]);
+  EXPECT_EQ(report["steps"][0]["acls"][0]["aces"][1]["next"][0]["code"], "side-conflict");
+  const std::string range =
+      "range refused port-range 2 23 [{name:source-port,value:1-2}] {ace:fits,field:{name:destination-ipv4-network,"
+      "value:192.0.2.0/24},side:destination} /ietf-access-control-list:acls/acl/0/aces/ace/1";
+  EXPECT_THAT(statesOf(report),
+              testing::ElementsAre(
+                  "c1 true 100", "port-1 A refused 0", "port-2 B active 1", "A ingress refused port-range",
+                  "fits not-applied", range, "B egress applied", "fits programmed 0", "C not-attached not-attached",
+                  "c2 false 0", "port-1 A refused 0", "?1 B active 1", "?2 C active 0",
+                  "A ingress refused port-range true", "fits not-applied", range, "bad in-error",
+                  "B egress applied false", "fits programmed 0", "C applied false", " false 0", "c3 false 0",
+                  "port-1 A refused 0", "port-2 B active 1", "A ingress refused port-range false", "fits not-applied",
+                  range, "B egress applied false", "fits programmed 0", "C not-attached not-attached false"));
+  const std::string text = run({.configFiles = {"c2", "c3"}}, device, {bad, good}, false).output;
+  for (const char* piece : {"Nothing of c2 was applied: it has errors.\n", "would be active",
+                            "eth-acl-type): would, if it", "fits, but the ACL would not be applied",
+                            "  bad    in error", "Nothing of c3 was applied: a document before it has errors.\n"}) {
+    EXPECT_THAT(text, HasSubstr(piece));
+  }
+}
+
 TEST(Run, ARefusedAclFillsTheSlotsThatItsPreviousVersionKeeps) {
   // On port-1, an ACL of that name with one rule.
   const auto document = [](const std::string& name, const std::string& more) {

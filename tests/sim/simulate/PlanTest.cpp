@@ -38,6 +38,11 @@ TEST(Plan, AnAclThatAnInterfaceLeavesGetsItsNewRulesLast) {
   EXPECT_THAT(textOf(plan.settling), ElementsAre("hand over old next", "precreate old", "finalize old"));
 }
 
+TEST(Plan, ARuleThatIsWrittenInAnotherWayIsTheSame) {
+  EXPECT_EQ((Ace{"a", IpRule(), "/0", {}}), (Ace{"a", IpRule(), "/1", {ConfiguredField()}}));
+  EXPECT_NE((Ace{"a", IpRule()}), (Ace{"a", UnreadRule()}));
+}
+
 TEST(Plan, AnAclInBothDirectionsGoesOnce) {
   const HeldAcls held{{{.name = "A", .direction = kIn}, {}}, {{.name = "A", .direction = kOut}, {}}};
   const Plan plan = planRemovals(held, {});
