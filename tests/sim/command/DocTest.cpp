@@ -2,10 +2,12 @@
 #include <regex>
 #include <sstream>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "command/Run.h"
 #include "support/Docs.h"
+#include "verdict/Readings.h"
 
 namespace Sim {
 namespace {
@@ -34,7 +36,7 @@ std::vector<std::string> linesOfCommand(std::string command) {
 TEST(Doc, CommandsPrintWhatIsShown) {
   // The numbers of references depend on what else ran.
   const auto normal = [](const std::string& line) { return std::regex_replace(line, std::regex("#[0-9]+"), "#"); };
-  for (const char* document : {"README.md", "docs/simulator.md", "docs/model.md", "docs/registers.md"}) {
+  for (const char* document : {"README.md", "docs/simulator.md", "docs/verdicts.md", "docs/model.md", "docs/registers.md"}) {
     std::vector<std::string> printed{""}, shown = linesOf(std::string(KESTRIX_ROOT) + document, "console");
     shown.push_back("$");  // All is shown then, up to a last "...".
     size_t position = 0, commands = 0;
@@ -60,6 +62,18 @@ TEST(Doc, CommandsPrintWhatIsShown) {
     }
     EXPECT_GT(commands, 0u);
   }
+}
+
+TEST(Doc, ReadingsAreAsTheTableSays) {
+  std::vector<std::string> shown, rows;
+  for (const std::string& line : linesOf(KESTRIX_ROOT "docs/verdicts.md")) {
+    if (line.starts_with("| `")) shown.push_back(line);
+  }
+  for (const auto& [reading, name, taken, other, basis] : kReadings) {
+    rows.push_back(fmt::format("| `{}` | `{}`: {} | `{}`: {} | {} |", name, taken.name, taken.meaning, other.name,
+                               other.meaning, basis));
+  }
+  EXPECT_EQ(shown, rows);
 }
 
 }  // namespace
