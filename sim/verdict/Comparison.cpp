@@ -105,6 +105,17 @@ std::vector<const Ace*> coversOf(PacketSet uncovered, const std::vector<const Ac
   return covers;
 }
 
+// Whether there is a packet that it matches and none of `earlier` does. Mostly the first that comes to mind is one.
+bool decidesAny(const AceVerdict& verdict, const std::vector<const AceVerdict*>& earlier) {
+  if (verdict.matched.isEmpty()) return false;
+  const Packet packet = verdict.matched.example(kFamiliarPackets.front());
+  const auto matchesIt = [&](const AceVerdict* each) { return each->matched.contains(packet); };
+  if (PacketSet::all().contains(packet) && std::ranges::none_of(earlier, matchesIt)) return true;
+  PacketSet left = verdict.matched;
+  for (const AceVerdict* each : earlier) left = left - each->matched;
+  return !(left & PacketSet::all()).isEmpty();
+}
+
 }  // namespace
 
 Decision decide(Acls acls, const Packet& packet, const Readings& readings) {
@@ -208,17 +219,15 @@ void Comparer::note(const FilterDump& filter, Acls acls, const PacketSet& differ
 std::vector<IdleAce> idleAces(const AclConfiguration& acl) {
   std::vector<IdleAce> idle;
   std::vector<const AceVerdict*> deciding;
-  PacketSet left = PacketSet::all();
   const auto verdicts = verdictsOf(acl, {});
   for (const AceVerdict& verdict : verdicts) {
     if (verdict.ace == nullptr) break;
-    if (!(verdict.matched & left).isEmpty()) {
-      left = left - verdict.matched;
+    if (decidesAny(verdict, deciding)) {
       deciding.push_back(&verdict);
-      continue;
+    } else {
+      idle.push_back({verdict.ace, static_cast<size_t>(verdict.ace - acl.aces.data()),
+                      coversOf(verdict.matched & PacketSet::all(), deciding)});
     }
-    idle.push_back({verdict.ace, static_cast<size_t>(verdict.ace - acl.aces.data()),
-                    coversOf(verdict.matched & PacketSet::all(), deciding)});
   }
   return idle;
 }
