@@ -25,10 +25,11 @@ _kestrix_sim() {
     words='on off'
   elif [[ $previous == --trace ]]; then
     words='0 1 2 3 4 5 6 7 8 9'
-  elif [[ $isValue == yes || $previous == --set || $previous == --fail-write ]]; then
+  elif [[ $isValue == yes || $previous == --set || $previous == --fail-write ||
+    $previous == --assume ]]; then
     words=
   elif [[ $current == -* ]]; then
-    words='-h --help --registers --json --trace --model --set --fail-write --drop-delay'
+    words='-h --help --registers --json --trace --model --set --fail-write --drop-delay --assume --notes'
   else
     compopt -o filenames 2>/dev/null  # Fails where the function is called by hand.
     mapfile -t COMPREPLY < <(compgen -f -X '!*.json' -- "$current"; compgen -d -X '*.json' -- "$current")

@@ -31,6 +31,9 @@ constexpr char kExamples[] = R"(Examples:
                                                               and the library is told of the teardown between the two
   kestrix-sim apply device.json acls.json --set 'outShadowFilter.shadowFilter[port-1].multicast=1'
                                                               and the filter has a verdict for multicast
+  kestrix-sim apply device.json acls.json --assume vlan=opaque --notes
+                                                              and filters do not look behind VLAN tags, and a packet
+                                                              for each other reading that makes a difference
 
 device.json: {"inRules": 24, "outRules": 24, "aclDropDelay": false,
               "interfaces": [{"name": "port-1", "core": 1, "portGroup": 1}]}
@@ -38,8 +41,8 @@ acls.json:   ACLs in the IETF's model, RFC 8519, as JSON
 
 A file named - is standard input.
 
-Exit status: 0 all applied, 1 something refused or failed on the device, 2 bad input or usage, 3 the report, or the files
-of init, could not be written.)";
+Exit status: 0 all applied, and packets are decided as configured, 1 something refused, failed or decided otherwise on the
+device, 2 bad input or usage, 3 the report, or the files of init, could not be written.)";
 
 // How often standard input is named.
 std::ptrdiff_t inputsOf(const CommandLine& line) {
@@ -103,6 +106,13 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
   apply->add_option("--drop-delay", dropDelay, "Set the ACL drop delay, whatever the device says")
       ->check(CLI::IsMember({"on", "off"}))
       ->type_name("on|off");
+  apply
+      ->add_option("--assume", line.assumptions,
+                   "Take a reading of what the hardware leaves open another way, as in vlan=opaque; repeatable")
+      ->allow_extra_args(false)
+      ->check([](const std::string& text) { return Readings().assume(text); })
+      ->type_name("NAME=VALUE");
+  apply->add_flag("--notes", line.notes, "Show a packet for each reading that makes a difference");
 
   CLI::App* init = app.add_subcommand("init", "Write device.json and acls.json to start from");
   init->footer(
@@ -127,6 +137,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
     if (parsed == config) ++configs;
     if (parsed == set) line.settings.push_back({configs, settings[line.settings.size()]});
   }
+  for (const std::string& each : line.assumptions) line.readings.assume(each);
   line.failWrites = {failWrites.begin(), failWrites.end()};
   if (!dropDelay.empty()) line.dropDelay = dropDelay == "on";
   return line;

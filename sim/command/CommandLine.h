@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "command/ExitStatus.h"
+#include "verdict/Readings.h"
 
 namespace Sim {
 
@@ -27,6 +28,9 @@ struct CommandLine {
   int trace = -1;                      // The highest level printed; none by default.
   std::set<uint64_t> failWrites = {};  // By number, from 1.
   std::optional<bool> dropDelay = {};  // Overrides the device's.
+  Readings readings = {};
+  std::vector<std::string> assumptions = {};  // Those of the readings that were asked for, NAME=ALTERNATIVE.
+  bool notes = false;
 };
 
 // None when the run ends here, as after --help; `end` then says how.

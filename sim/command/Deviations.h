@@ -16,7 +16,9 @@ namespace Sim {
 // What a fresh device holds once `desired` alone was applied to it. Its traces are not printed.
 FilterDumps freshFilters(const Device& device, const Configuration& desired, TracePrinter& traces, Progress& progress);
 
-// The filters of `step` that are others than `fresh`, and why; `isSet` says whether attributes were set so far.
-std::vector<Deviation> deviations(const StepReport& step, const FilterDumps& fresh, const SimFpga& fpga, bool isSet);
+// The filters of the last one of `steps` that are others than `fresh`, and why; `isSet` says whether attributes were
+// set so far.
+std::vector<Deviation> deviations(const std::vector<StepReport>& steps, const FilterDumps& fresh, const SimFpga& fpga,
+                                  bool isSet);
 
 }  // namespace Sim

@@ -9,6 +9,7 @@
 
 #include "command/Deviations.h"
 #include "command/ExitStatus.h"
+#include "command/Judge.h"
 #include "command/Rehearsal.h"
 #include "read/ConfigurationReader.h"
 #include "read/Device.h"
@@ -124,7 +125,8 @@ class Session {
         fpga_(Platform::make<SimFpga>(line.failWrites)),
         traces_(line.trace),
         framework_(device, fpga_, progress.counter()),
-        startupWrites_(fpga_->writes()) {}
+        startupWrites_(fpga_->writes()),
+        judge_(line.readings) {}
 
   // Whether the step could be taken; a diagnostic says why not.
   bool take(const Step& step, Diagnostics& diagnostics);
@@ -133,6 +135,8 @@ class Session {
 
  private:
   void rehearse(const Step& step);
+  // Finds out what the last step, which was applied, comes to for packets.
+  void judgeLast(const Configuration& desiredBefore);
   // None when the step cannot be taken.
   std::optional<Outcome> outcomeOf(const Step& step, Diagnostics& diagnostics);
 
@@ -142,8 +146,10 @@ class Session {
   TracePrinter traces_;
   Framework framework_;
   uint64_t startupWrites_;
-  Configuration desired_;  // By the last configuration.
-  bool isSet_ = false;     // Whether anything was set so far.
+  Configuration nothing_;
+  const Configuration* desired_ = &nothing_;  // By the last configuration.
+  bool isSet_ = false;                        // Whether anything was set so far.
+  Judge judge_;
   std::vector<StepReport> reports_;
 };
 
@@ -152,26 +158,40 @@ bool Session::take(const Step& step, Diagnostics& diagnostics) {
     rehearse(step);
     return true;
   }
-  if (step.configuration != nullptr) desired_ = *step.configuration;
+  const Configuration& before = *desired_;
+  if (step.configuration != nullptr) desired_ = step.configuration;
   isSet_ = isSet_ || !step.settings.empty();
   progress_.begin("applying " + (step.configuration != nullptr ? step.file : "--set"));
   std::optional<Outcome> outcome = outcomeOf(step, diagnostics);
   if (!outcome) return false;
   reports_.push_back({step.file, step.settings, std::move(*outcome), {fpga_->reader(), device_}, {}});
+  judgeLast(before);
   // On a fresh device there is nothing to deviate from.
   if (reports_.size() == 1 && !isSet_) return true;
-  const auto fresh = freshFilters(device_, desired_, traces_, progress_);
-  reports_.back().deviations = deviations(reports_.back(), fresh, *fpga_, isSet_);
+  const auto fresh = freshFilters(device_, *desired_, traces_, progress_);
+  reports_.back().deviations = deviations(reports_, fresh, *fpga_, isSet_);
   return true;
+}
+
+void Session::judgeLast(const Configuration& desiredBefore) {
+  progress_.begin("comparing with what is configured");
+  StepReport& last = reports_.back();
+  const AppliedStep step{last, *desired_};
+  if (reports_.size() == 1) {
+    last.verdicts = judge_.judge(step, nullptr);
+  } else {
+    const AppliedStep before{reports_[reports_.size() - 2], desiredBefore};
+    last.verdicts = judge_.judge(step, &before);
+  }
 }
 
 void Session::rehearse(const Step& step) {
   progress_.begin("trying " + (step.configuration != nullptr ? step.file : "--set"));
-  const Configuration nothing;
-  const Configuration& desired = step.configuration != nullptr ? *step.configuration : nothing;
+  const Configuration& desired = step.configuration != nullptr ? *step.configuration : nothing_;
   reports_.push_back(Sim::rehearse(device_, desired, step.state, traces_, progress_));
   reports_.back().file = step.file;
   reports_.back().settings = step.settings;
+  reports_.back().verdicts.idle = idleAcesOf(reports_.back().outcome, desired);
 }
 
 std::optional<Outcome> Session::outcomeOf(const Step& step, Diagnostics& diagnostics) {
@@ -199,10 +219,12 @@ RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostic
   std::optional<ModelNode> model;
   if (line.model) model = modelTree(framework_.helper());
   const FilterDumps filters(fpga_->reader(), device_);
-  const ReportInput input{device_, reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(), filters,
-                          all,     model};
+  const ReportInput input{device_, reports_, fpga_->writes(), startupWrites_,   fpga_->failedWrites(),
+                          filters, all,      model,           line.assumptions, judge_.notes()};
   const int exitStatus = all.hasErrors() ? kBadInput : isAllApplied(input) ? kAllApplied : kNotAllApplied;
-  return {exitStatus, line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .looks = looks})};
+  return {exitStatus, line.json
+                          ? jsonReport(input)
+                          : textReport(input, {.registers = line.registers, .notes = line.notes, .looks = looks})};
 }
 
 // None when the library refuses the device, as a diagnostic then says.

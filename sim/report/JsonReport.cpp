@@ -3,6 +3,7 @@
 #include "registers/RegisterWords.h"
 #include "report/Explanations.h"
 #include "report/Report.h"
+#include "report/VerdictWords.h"
 
 namespace Sim {
 namespace {
@@ -74,13 +75,18 @@ Json aceJson(const AceOutcome& ace, const AclOutcome& acl, const StepReport& ste
     for (const Platform::IntfId intf : overruledOn(ace, acl, step)) json["overruledOn"].push_back(intf.toText());
   }
   if (ace.slot && isInForce) json["slot"] = *ace.slot;
+  if (const IdleAce* const idle = idleAce(ace, acl, step)) {
+    json["coveredBy"] = Json::array();
+    for (const Ace* each : idle->coveredBy) json["coveredBy"].push_back(each->name);
+  }
   addReason(json, ace.error, ace.reason);
   if (ace.state == AceState::refused) addSituation(json, ace.reason);
   return json;
 }
 
 Json aclJson(const AclOutcome& acl, const StepReport& step) {
-  Json json{{"name", acl.key.name}, {"type", acl.typeName}, {"state", nameOf(acl.state)}};
+  Json json{
+      {"name", acl.key.name}, {"type", acl.typeName}, {"state", differs(acl, step) ? "differs" : nameOf(acl.state)}};
   if (acl.isAttached) json["direction"] = directionName(acl.key.direction);
   if (!step.isApplied()) json["hasErrors"] = acl.hasErrors;
   if (acl.state == AclState::refused) json["keepsPrevious"] = acl.keepsPrevious;
@@ -89,6 +95,7 @@ Json aclJson(const AclOutcome& acl, const StepReport& step) {
   for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
     if (isOverruled(intf, acl, step)) json["overruledOn"].push_back(intf.intf.toText());
   }
+  json["wastedSlots"] = wastedSlots(acl, step);
   json["aces"] = Json::array();
   for (const AceOutcome& ace : acl.aces) json["aces"].push_back(aceJson(ace, acl, step));
   return json;
@@ -99,7 +106,7 @@ Json intfJson(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& 
   Json json{{"interface", intf.intf.toText()},
             {"direction", directionName(intf.direction)},
             {"acl", intf.acl},
-            {"state", nameOf(intf.state)},
+            {"state", differs(intf, acl, step) ? "differs" : nameOf(intf.state)},
             {"slotsUsed", slotsFilled(intf, acl, step)},
             {"slots", device.slots(intf.direction)}};
   if (intf.state == IntfState::active) {
@@ -107,6 +114,76 @@ Json intfJson(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& 
     json["overruled"] = isOverruled(intf, acl, step);
   }
   addReason(json, intf.error, intf.reason);
+  return json;
+}
+
+Json configuredJson(const Decision& decision) {
+  Json json{{"permits", decision.permits}};
+  if (decision.acl != nullptr) json["acl"] = decision.acl->name;
+  if (decision.ace != nullptr) json["ace"] = decision.ace->name;
+  return json;
+}
+
+Json deviceJson(const FilterDecision& decision) {
+  Json json{{"permits", decision.permits}, {"by", partName(decision.part)}};
+  if (decision.part == FilterPart::slot) json["slot"] = decision.slot;
+  return json;
+}
+
+Json judgementJson(const Judgement& judgement) {
+  return {{"configured", configuredJson(judgement.configured)}, {"device", deviceJson(judgement.programmed)}};
+}
+
+// "kind" is what the device lets through: more than is configured, or less.
+void addDifference(Json& json, const Difference& difference) {
+  json["kind"] = difference.programmed.permits ? "more" : "less";
+  json["packet"] = difference.packet.toText();
+  json["configured"] = configuredJson(difference.configured);
+  json["device"] = deviceJson(difference.programmed);
+}
+
+std::string_view typeName(Acl::AclType type) { return type == Acl::AclType::ipv4 ? "ipv4-acl-type" : "eth-acl-type"; }
+
+Json differencesJson(const StepReport& step) {
+  Json list = Json::array();
+  for (const auto& [place, differences] : step.verdicts.differences) {
+    const auto& [intf, direction, type] = place;
+    for (const Difference& each : differences) {
+      Json& json = list.emplace_back(Json{{"interface", intf.toText()}, {"direction", directionName(direction)}});
+      if (type) json["type"] = typeName(*type);
+      addDifference(json, each);
+    }
+  }
+  return list;
+}
+
+Json turnsJson(const StepReport& step) {
+  Json list = Json::array();
+  for (const auto& [intf, direction, turns] : step.verdicts.turns) {
+    for (const Turn& turn : turns) {
+      list.push_back({{"interface", intf.toText()},
+                      {"direction", directionName(direction)},
+                      {"packet", turn.packet.toText()},
+                      {"before", judgementJson(turn.before)},
+                      {"after", judgementJson(turn.after)}});
+    }
+  }
+  return list;
+}
+
+Json noteJson(const Note& note) {
+  Json json{{"readings", Json::array()},
+            {"interface", note.intf.toText()},
+            {"direction", directionName(note.direction)},
+            {"differences", Json::array()}};
+  for (size_t i = 0; i < note.readings.size(); ++i) {
+    json["readings"].push_back({{"name", rowOf(note.readings[i]).name},
+                                {"value", note.alternatives[i].name},
+                                {"meaning", note.alternatives[i].meaning}});
+  }
+  for (const auto* each : {&note.comparison.more, &note.comparison.less}) {
+    if (*each) addDifference(json["differences"].emplace_back(), **each);
+  }
   return json;
 }
 
@@ -158,6 +235,8 @@ Json stepJson(const StepReport& step, const Device& device) {
     json["deviations"].push_back(
         {{"interface", each.intf.toText()}, {"direction", directionName(each.direction)}, {"why", each.why}});
   }
+  json["differences"] = differencesJson(step);
+  json["turns"] = turnsJson(step);
   return json;
 }
 
@@ -185,7 +264,10 @@ std::string jsonReport(const ReportInput& input) {
             {"filters", Json::array()},
             {"writes", input.writes},
             {"startupWrites", input.startupWrites},
-            {"failedWrites", failedWritesJson(input.failedWrites)}};
+            {"failedWrites", failedWritesJson(input.failedWrites)},
+            {"assumptions", input.assumptions},
+            {"notes", Json::array()}};
+  for (const Note& note : input.notes) json["notes"].push_back(noteJson(note));
   for (const StepReport& step : input.steps) json["steps"].push_back(stepJson(step, input.device));
   // Every filter that holds anything in the end.
   for (const FilterDump& filter : input.filters.all()) {

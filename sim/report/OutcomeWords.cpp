@@ -21,19 +21,31 @@ std::string verdictWords(const AceOutcome& ace, const AclOutcome& acl, const Ste
   return fmt::format("{}; not on {}, where the other ACL of the filter decides it", words, intfs);
 }
 
+// What takes all packets from an ACE.
+std::string coverWords(const IdleAce& idle) {
+  if (idle.coveredBy.empty()) return "no packet is like that";
+  std::string covers;
+  for (const Ace* each : idle.coveredBy) covers += fmt::format("{}\"{}\"", covers.empty() ? "" : ", ", each->name);
+  return idle.coveredBy.size() == 1 ? fmt::format("ACE {} covers all that it matches", covers)
+                                    : fmt::format("ACEs {} together cover all that it matches", covers);
+}
+
 }  // namespace
 
 std::string aceWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step, const FilterDump* holder) {
   const std::string_view notApplied =
       step.isApplied() ? "fits, but the ACL is not applied" : "fits, but the ACL would not be applied";
+  const IdleAce* const idle = idleAce(ace, acl, step);
+  const std::string idleWords = idle == nullptr ? "" : "; decides no packet: " + coverWords(*idle);
   switch (ace.state) {
     case AceState::programmed:
-      return holder != nullptr ? fmt::format("slot {}: {}", *ace.slot, holder->slotWords(holder->slots.at(*ace.slot)))
-                               : std::string(notApplied);
+      return (holder != nullptr ? fmt::format("slot {}: {}", *ace.slot, holder->slotWords(holder->slots.at(*ace.slot)))
+                                : std::string(notApplied)) +
+             idleWords;
     case AceState::verdict:
-      return holder != nullptr ? verdictWords(ace, acl, step) : std::string(notApplied);
+      return (holder != nullptr ? verdictWords(ace, acl, step) : std::string(notApplied)) + idleWords;
     case AceState::notReached:
-      return "never reached: an earlier rule decides all that it matches";
+      return "never reached: " + (idle == nullptr ? "an earlier rule decides all that it matches" : coverWords(*idle));
     case AceState::notEnforced:
       return "accepted, not enforced: the hardware does not tell fragments apart";
     case AceState::refused:
@@ -49,7 +61,7 @@ std::string aclWords(const AclOutcome& acl, const StepReport& step) {
   const std::string end = acl.hasErrors ? "; its slots may change once its errors are mended" : "";
   switch (acl.state) {
     case AclState::applied:
-      return start + "applied" + end;
+      return start + (differs(acl, step) ? "differs" : "applied") + end;
     case AclState::notAttached:
       return "not attached to any interface, nothing to program" + end;
     case AclState::refused:

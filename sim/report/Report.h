@@ -1,6 +1,7 @@
 // What is told of a run: for a person as text, for a program as JSON.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include "read/Diagnostics.h"
 #include "registers/RegisterWords.h"
 #include "report/Page.h"
+#include "report/Verdicts.h"
 #include "simulate/ModelTree.h"
 #include "simulate/Outcome.h"
 
@@ -34,6 +36,7 @@ struct StepReport {
   FilterDumps filters;
   std::vector<Deviation> deviations;
   StepState state = StepState::applied;
+  StepVerdicts verdicts = {};
 
   bool isApplied() const { return state == StepState::applied; }
 };
@@ -46,13 +49,16 @@ struct ReportInput {
   const std::vector<FailedWrite>& failedWrites;
   const FilterDumps& filters;  // In the end.
   const Diagnostics& diagnostics;
-  const std::optional<ModelNode>& model;  // In the end, where it is asked for.
+  const std::optional<ModelNode>& model;        // In the end, where it is asked for.
+  const std::vector<std::string>& assumptions;  // Readings that were asked for, NAME=ALTERNATIVE.
+  const std::vector<Note>& notes;               // What depends on other readings.
 };
 
 bool isAllApplied(const ReportInput& input);
 
 struct TextOptions {
   bool registers = false;  // Every filter's registers, in words.
+  bool notes = false;      // A packet for each note.
   Looks looks = {};
 };
 
@@ -62,6 +68,17 @@ std::string jsonReport(const ReportInput& input);
 // The filter of the first interface on which the ACL is active; null when there is none, so that nothing of it is in
 // force.
 const FilterDump* holderOf(const AclOutcome& acl, const StepReport& step);
+// What the device does with packets otherwise than configured, where that is told of this ACL.
+const std::vector<Difference>& differencesOf(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step);
+// Whether the ACL is in force there, with another meaning than configured.
+bool differs(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step);
+// Whether it is so on some interface, and on no other one is worse.
+bool differs(const AclOutcome& acl, const StepReport& step);
+// What covers an ACE of the ACL that decides no packet; null for one that decides some.
+const IdleAce* idleAce(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step);
+// How many slots the ACL fills with ACEs that decide no packet.
+size_t wastedSlots(const AclOutcome& acl, const StepReport& step);
+
 // The interfaces that hold the ACL, where what no slot matches gets another verdict than `ace`, a verdict of the ACL,
 // says: the other ACL of the filter decides it.
 std::vector<Platform::IntfId> overruledOn(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step);

@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include <fmt/format.h>
@@ -12,18 +14,59 @@
 #include "report/Page.h"
 #include "report/Report.h"
 #include "report/Table.h"
+#include "report/VerdictWords.h"
 
 namespace Sim {
 namespace {
+
+constexpr std::string_view kDiffers = "differs";
+
+// The first few, and how many more there are.
+std::string listOf(const std::vector<Platform::IntfId>& intfs) {
+  constexpr size_t kMost = 4;
+  const size_t named = intfs.size() > kMost ? kMost - 1 : intfs.size();
+  std::string list;
+  for (size_t i = 0; i < named; ++i) list += (i == 0 ? "" : ", ") + intfs[i].toText();
+  return named == intfs.size() ? list : fmt::format("{} and {} more", list, intfs.size() - named);
+}
+
+// What is said alike of several interfaces: what, and where. In the order in which it was said first.
+class Sayings {
+ public:
+  void add(const std::string& start, Platform::IntfId intf, const std::string& end, const std::string& below) {
+    const auto [place, isNew] = positions_.try_emplace({start, end, below}, sayings_.size());
+    if (isNew) sayings_.push_back({start, {}, end, below});
+    sayings_[place->second].intfs.push_back(intf);
+  }
+  // A line for each, with its interfaces between start and end, and one below it where there is more to say.
+  void write(Page& page, Style style) const {
+    for (const auto& [start, intfs, end, below] : sayings_) {
+      page.line({{fmt::format("  {}{}{}", start, listOf(intfs), end), style}});
+      if (!below.empty()) page.line({{"    " + below}}, 6);
+    }
+  }
+
+ private:
+  struct Saying {
+    std::string start;
+    std::vector<Platform::IntfId> intfs;
+    std::string end;
+    std::string below;
+  };
+
+  std::map<std::tuple<std::string, std::string, std::string>, size_t> positions_;
+  std::vector<Saying> sayings_;
+};
 
 // What a row of the table of interfaces is about.
 struct IntfItem {
   const IntfOutcome& intf;
   const FilterDump& filter;
-  unsigned filled;        // Slots of the filter, by this ACL,
-  unsigned slots;         // and all.
-  std::string overruled;  // What of the ACL is overruled there.
-  bool isApplied;         // Or what would be.
+  unsigned filled;  // Slots of the filter, by this ACL,
+  unsigned slots;   // and all.
+  std::string odd;  // In what it is not as configured, though in force.
+  bool differs;     // Whether packets show it.
+  bool isApplied;   // Or what would be.
 
   bool isActive() const { return intf.state == IntfState::active; }
 };
@@ -39,18 +82,29 @@ constexpr Column<IntfItem> kIntfColumns[] = {
     {"ACL", [](const IntfItem& item) { return item.intf.acl; }},
     {"state",
      [](const IntfItem& item) {
-       return fmt::format("{}{}", item.isApplied ? "" : "would be ", Platform::nameOf(item.intf.state));
+       return item.differs ? std::string(kDiffers)
+                           : fmt::format("{}{}", item.isApplied ? "" : "would be ", Platform::nameOf(item.intf.state));
      },
      [](const IntfItem& item) {
-       return !item.isActive() ? Style::bad : item.overruled.empty() ? Style::good : Style::odd;
+       return !item.isActive() || item.differs ? Style::bad : item.odd.empty() ? Style::good : Style::odd;
      }},
     {"slots", [](const IntfItem& item) { return fmt::format("{}/{}", item.filled, item.slots); }},
     {"unmatched",
      [](const IntfItem& item) {
        return std::string(!item.isActive() ? "-" : item.filter.permitsUnmatched() ? "permit" : "deny");
      }},
-    {"reason", [](const IntfItem& item) { return item.isActive() ? item.overruled : item.intf.reason.words(); }},
+    {"reason", [](const IntfItem& item) { return item.isActive() ? item.odd : item.intf.reason.words(); }},
 };
+
+// In what an ACL that is in force on an interface is not as configured.
+std::string oddWords(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step) {
+  if (isOverruled(intf, acl, step)) return overruledWords(acl);
+  if (!differs(intf, acl, step)) return {};
+  const auto& differences = differencesOf(intf, acl, step);
+  const auto permits = [](const Difference& each) { return each.programmed.permits; };
+  if (std::ranges::none_of(differences, permits)) return "lets through less";
+  return std::ranges::all_of(differences, permits) ? "lets through more" : "lets through more, and less";
+}
 
 void writeIntfs(Page& page, const StepReport& step, const Device& device) {
   std::vector<IntfItem> items;
@@ -58,7 +112,7 @@ void writeIntfs(Page& page, const StepReport& step, const Device& device) {
   for (const AclOutcome& acl : step.outcome.acls) {
     for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
       items.push_back({intf, step.filters.of(intf.intf, intf.direction), slotsFilled(intf, acl, step),
-                       device.slots(intf.direction), isOverruled(intf, acl, step) ? overruledWords(acl) : "",
+                       device.slots(intf.direction), oddWords(intf, acl, step), differs(intf, acl, step),
                        step.isApplied()});
     }
   }
@@ -122,20 +176,44 @@ std::string exceptionWords(const AclOutcome& acl, const StepReport& step) {
   for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
     if (isOverruled(intf, acl, step)) intfs += (intfs.empty() ? "" : ", ") + intf.intf.toText();
   }
-  const bool isException = acl.state == AclState::applied && !intfs.empty();
-  return isException ? fmt::format(", but {} on {}", overruledWords(acl), intfs) : "";
+  if (acl.state != AclState::applied || intfs.empty()) return {};
+  return fmt::format("{}{} on {}", differs(acl, step) ? ": " : ", but ", overruledWords(acl), intfs);
+}
+
+// What the device does with packets otherwise than the ACL says.
+void writeDifferences(Page& page, const AclOutcome& acl, const StepReport& step) {
+  Sayings sayings;
+  for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+    for (const Difference& each : differencesOf(intf, acl, step)) {
+      const std::string words = fmt::format(" {} {}", directionName(intf.direction), differenceWords(each));
+      // Where the ACL is not in force, it is known already why.
+      sayings.add("", intf.intf, words, intf.state == IntfState::active ? deciderWords(each) : "");
+    }
+  }
+  sayings.write(page, Style::bad);
+}
+
+void writeWastedSlots(Page& page, const AclOutcome& acl, const StepReport& step) {
+  const size_t wasted = wastedSlots(acl, step);
+  if (wasted == 0) return;
+  page.line({{wasted == 1 ? "  1 slot is wasted: its ACE decides no packet"
+                          : fmt::format("  {} slots are wasted: their ACEs decide no packet", wasted),
+              Style::odd}});
 }
 
 void writeAcl(Page& page, const AclOutcome& acl, const StepReport& step) {
   const std::string direction = acl.isAttached ? fmt::format(", {}", directionName(acl.key.direction)) : std::string();
+  const bool isOther = differs(acl, step);
   page.line();
   page.line({{fmt::format("ACL {} ({}{}): ", acl.key.name, acl.typeName, direction)},
-             {aclWords(acl, step), styleOf(acl.state)},
+             {aclWords(acl, step), isOther ? Style::bad : styleOf(acl.state)},
              {exceptionWords(acl, step), Style::odd}});
   // The other refusals are of rules, and have their advice there.
   const bool isOfWholeAcl = acl.aces.empty() || acl.state == AclState::failed;
   if (acl.state != AclState::applied && isOfWholeAcl) writeRemedy(page, 2, explain(acl.reason).remedy);
   writeAces(page, acl, step);
+  writeWastedSlots(page, acl, step);
+  writeDifferences(page, acl, step);
 }
 
 void writeRegister(Page& page, std::string_view name, uint32_t value, const std::string& words) {
@@ -183,6 +261,19 @@ void writeModel(Page& page, const ModelNode& node, size_t depth) {
   for (const ModelNode& member : node.members) writeModel(page, member, depth + 1);
 }
 
+// What filters do otherwise than before the step.
+void writeTurns(Page& page, const std::vector<FilterTurns>& turned) {
+  Sayings sayings;
+  for (const auto& [intf, direction, turns] : turned) {
+    for (const Turn& turn : turns) {
+      sayings.add(turn.after.programmed.permits ? "newly permitted on " : "newly denied on ", intf,
+                  fmt::format(" {}: {}", directionName(direction), turn.packet.toText()),
+                  fmt::format("{}; before: {}", judgementWords(turn.after), judgementWords(turn.before)));
+    }
+  }
+  sayings.write(page, Style::plain);
+}
+
 // What has changed with the step, which is the `number`th of several.
 void writeStepHead(Page& page, const StepReport& step, size_t number) {
   if (number > 1) {
@@ -195,6 +286,7 @@ void writeStepHead(Page& page, const StepReport& step, size_t number) {
   if (!step.isApplied()) return;
   if (step.outcome.changes.empty() && step.settings.empty()) page.line({{"  nothing changed"}});
   page.line({{fmt::format("  {} register writes", step.outcome.writes)}});
+  writeTurns(page, step.verdicts.turns);
   page.line();
 }
 
@@ -217,6 +309,19 @@ void writeStandIns(Page& page, const Outcome& outcome, const Device& device) {
                           isAlone ? "stands" : "and the like stand")}});
 }
 
+// Of interfaces that have no ACL, and so no line of the table.
+void writeDifferencesWithoutAcl(Page& page, const StepReport& step) {
+  for (const auto& [place, differences] : step.verdicts.differences) {
+    const auto& [intf, direction, type] = place;
+    if (type) continue;
+    for (const Difference& each : differences) {
+      page.line({{fmt::format("{} {}, which has no ACL, {}", intf, directionName(direction), differenceWords(each)),
+                  Style::bad}});
+      page.line({{"  the device: " + programmedWords(each.programmed)}});
+    }
+  }
+}
+
 void writeStep(Page& page, const StepReport& step, const Device& device) {
   const Outcome& outcome = step.outcome;
   if (!step.isApplied()) writeNotApplied(page, step);
@@ -230,6 +335,7 @@ void writeStep(Page& page, const StepReport& step, const Device& device) {
   for (const Platform::IntfId intf : outcome.blocked) {
     page.line({{fmt::format("{} is blocked: it passes no traffic", intf), Style::odd}});
   }
+  writeDifferencesWithoutAcl(page, step);
   for (const AclOutcome& acl : outcome.acls) writeAcl(page, acl, step);
   if (step.deviations.empty()) return;
   page.line();
@@ -250,6 +356,29 @@ void writeDiagnostic(Page& page, const Diagnostic& each) {
              {": " + about + each.message}});
   if (!each.path.empty()) page.line({{"  at " + each.path}});
   writeRemedy(page, 2, each.remedy);
+}
+
+// What depends on how the hardware reads its registers.
+void writeNotes(Page& page, const std::vector<Note>& notes, bool arePackets) {
+  if (notes.empty()) return;
+  page.line();
+  page.line({{"The device would differ", Style::head},
+             {arePackets ? " by other readings of its registers:"
+                         : " by other readings of its registers (--notes shows packets):"}});
+  size_t width = 0;
+  for (const Note& note : notes) width = std::max(width, readingWords(note).size());
+  for (const Note& note : notes) {
+    std::string meaning;
+    for (const Alternative& each : note.alternatives)
+      meaning += (meaning.empty() ? "" : "; ") + std::string(each.meaning);
+    page.line({{fmt::format("  {:{}}  {}", readingWords(note), width, meaning)}}, width + 4);
+    if (!arePackets) continue;
+    for (const auto* each : {&note.comparison.more, &note.comparison.less}) {
+      if (!*each) continue;
+      page.line({{fmt::format("    {} {} {}", note.intf, directionName(note.direction), differenceWords(**each))}}, 6);
+      page.line({{"      " + deciderWords(**each)}}, 8);
+    }
+  }
 }
 
 void writeTotals(Page& page, const ReportInput& input) {
@@ -273,6 +402,10 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
   Page page(options.looks);
   for (const Diagnostic& each : input.diagnostics.all()) writeDiagnostic(page, each);
   if (!input.diagnostics.all().empty()) page.line();
+  if (!input.assumptions.empty()) {
+    page.line({{fmt::format("Assumed: {}", fmt::join(input.assumptions, ", ")), Style::odd}});
+    page.line();
+  }
   if (!input.failedWrites.empty() && input.failedWrites.front().number <= input.startupWrites) {
     page.line({{"The drop delay did not reach all filters at start-up.", Style::bad}});
     page.line();
@@ -286,6 +419,7 @@ std::string textReport(const ReportInput& input, const TextOptions& options) {
     page.line();
     writeModel(page, *input.model, 0);
   }
+  writeNotes(page, input.notes, options.notes);
   writeTotals(page, input);
   return page.text();
 }

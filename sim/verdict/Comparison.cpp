@@ -52,11 +52,31 @@ Permitted permitted(const FilterDump& filter, Acls acls, const Readings& reading
   return {permittedBy(filter, readings), permittedBy(acls, readings)};
 }
 
+// Of the other ACLs than that of `first`, those that deny what the device lets through.
+std::vector<Difference> moreOfOthers(const PacketSet& more, const Difference& first, const FilterDump& filter,
+                                     Acls acls, const Readings& readings) {
+  std::vector<Difference> found;
+  const PacketSet ipv4 = PacketSet::where(Field::etherType, kIpv4Frame);
+  for (const AclConfiguration* const& acl : acls) {
+    if (acl == first.configured.acl) continue;
+    const PacketSet ofItsFrames = acl->type == Acl::AclType::ipv4 ? ipv4 : ~ipv4;
+    const PacketSet decided = readings.isOther(Reading::twoAcls) ? more & ofItsFrames : more;
+    if (const auto other = exampleOf(decided - permittedBy(Acls(&acl, 1), readings), filter, Acls(&acl, 1), readings))
+      found.push_back(*other);
+  }
+  return found;
+}
+
 // An example each way of what is not as configured, among the packets in `where`.
 Comparison comparisonOf(const FilterDump& filter, Acls acls, const Readings& readings, const PacketSet& where) {
   const auto [programmed, configured] = permitted(filter, acls, readings);
-  return {exampleOf((programmed - configured) & where, filter, acls, readings),
-          exampleOf((configured - programmed) & where, filter, acls, readings)};
+  const PacketSet more = (programmed - configured) & where;
+  Comparison comparison;
+  comparison.more = exampleOf(more, filter, acls, readings);
+  comparison.less = exampleOf((configured - programmed) & where, filter, acls, readings);
+  if (comparison.more && acls.size() > 1)
+    comparison.moreOfOthers = moreOfOthers(more, *comparison.more, filter, acls, readings);
+  return comparison;
 }
 
 // Readings, taken another way than by `taken`, by which there are packets in `set`.
@@ -69,6 +89,31 @@ std::vector<Reading> othersIn(const PacketSet& set, const Readings& taken) {
     if (choices[static_cast<size_t>(row.reading)] != taken.isOther(row.reading)) others.push_back(row.reading);
   }
   return others;
+}
+
+// Those of `earlier` that match all of the set: one that does alone, if there is one.
+std::vector<const Ace*> coversOf(PacketSet uncovered, const std::vector<const AceVerdict*>& earlier) {
+  std::vector<const Ace*> covers;
+  for (const AceVerdict* each : earlier) {
+    if ((uncovered - each->matched).isEmpty()) return {each->ace};
+  }
+  for (const AceVerdict* each : earlier) {
+    if ((uncovered & each->matched).isEmpty()) continue;
+    covers.push_back(each->ace);
+    uncovered = uncovered - each->matched;
+  }
+  return covers;
+}
+
+// Whether there is a packet that it matches and none of `earlier` does. Mostly the first that comes to mind is one.
+bool decidesAny(const AceVerdict& verdict, const std::vector<const AceVerdict*>& earlier) {
+  if (verdict.matched.isEmpty()) return false;
+  const Packet packet = verdict.matched.example(kFamiliarPackets.front());
+  const auto matchesIt = [&](const AceVerdict* each) { return each->matched.contains(packet); };
+  if (PacketSet::all().contains(packet) && std::ranges::none_of(earlier, matchesIt)) return true;
+  PacketSet left = verdict.matched;
+  for (const AceVerdict* each : earlier) left = left - each->matched;
+  return !(left & PacketSet::all()).isEmpty();
 }
 
 }  // namespace
@@ -103,19 +148,39 @@ PacketSet permittedBy(const FilterDump& filter, const Readings& readings) {
   return permitted;
 }
 
-const Comparison& Comparer::compare(const FilterDump& filter, Acls acls) {
-  Key key{{}, {acls.begin(), acls.end()}};
+Comparer::Key Comparer::keyOf(const FilterDump& filter, Acls acls) {
+  Registers registers;
   for (const auto& row : Kestrix::Layout::kFilterRegisters) {
     const uint32_t delay = row.name == Kestrix::Layout::kEnable.name ? Kestrix::Layout::kDelay.mask : 0;
-    key.registers.push_back(filter.value(row) & ~delay);
+    registers.push_back(filter.value(row) & ~delay);
   }
   for (const SlotDump& slot : filter.slots) {
-    if (filter.slotEnabled(slot.slot))
-      key.registers.insert(key.registers.end(), slot.values.begin(), slot.values.end());
+    if (filter.slotEnabled(slot.slot)) registers.insert(registers.end(), slot.values.begin(), slot.values.end());
   }
-  const auto [place, isNew] = known_.try_emplace(std::move(key));
+  return {std::move(registers), {acls.begin(), acls.end()}};
+}
+
+const Comparison& Comparer::compare(const FilterDump& filter, Acls acls) {
+  const auto [place, isNew] = known_.try_emplace(keyOf(filter, acls));
   if (isNew) place->second = compared(filter, acls);
   return place->second;
+}
+
+const std::vector<Turn>& Comparer::turns(const Guard& before, const Guard& after) {
+  const auto [place, isNew] = turns_.try_emplace({keyOf(before.filter, before.acls), keyOf(after.filter, after.acls)});
+  if (!isNew) return place->second;
+  const PacketSet was = permittedBy(before.filter, readings_), is = permittedBy(after.filter, readings_);
+  for (const PacketSet& turned : {is - was, was - is}) {
+    const PacketSet frames = turned & PacketSet::all();
+    if (frames.isEmpty()) continue;
+    const Packet packet = telling(frames);
+    place->second.push_back({packet, judged(before, packet), judged(after, packet)});
+  }
+  return place->second;
+}
+
+Judgement Comparer::judged(const Guard& guard, const Packet& packet) const {
+  return {decide(guard.acls, packet, readings_), decide(guard.filter, packet, readings_)};
 }
 
 Comparison Comparer::compared(const FilterDump& filter, Acls acls) {
@@ -131,9 +196,13 @@ void Comparer::note(const FilterDump& filter, Acls acls, const PacketSet& differ
   // From here on, the readings have their notes: they are left as taken.
   const auto add = [&](const std::vector<Reading>& others) {
     Readings readings = readings_;
-    for (const Reading reading : others) readings.set(reading, !readings_.isOther(reading));
-    notes_.push_back(
-        {others, filter.intf, filter.direction, comparisonOf(filter, acls, readings, readings.chosenIn(differing))});
+    std::vector<Alternative> alternatives;
+    for (const Reading reading : others) {
+      readings.set(reading, !readings_.isOther(reading));
+      alternatives.push_back(readings.isOther(reading) ? rowOf(reading).other : rowOf(reading).standard);
+    }
+    notes_.push_back({others, alternatives, filter.intf, filter.direction,
+                      comparisonOf(filter, acls, readings, readings.chosenIn(differing))});
     open_.set(others.front(), readings_.isOther(others.front()));
   };
   if (differing.isEmpty()) return;
@@ -150,21 +219,14 @@ void Comparer::note(const FilterDump& filter, Acls acls, const PacketSet& differ
 std::vector<IdleAce> idleAces(const AclConfiguration& acl) {
   std::vector<IdleAce> idle;
   std::vector<const AceVerdict*> deciding;
-  PacketSet left = PacketSet::all();
   const auto verdicts = verdictsOf(acl, {});
   for (const AceVerdict& verdict : verdicts) {
     if (verdict.ace == nullptr) break;
-    if (!(verdict.matched & left).isEmpty()) {
-      left = left - verdict.matched;
+    if (decidesAny(verdict, deciding)) {
       deciding.push_back(&verdict);
-      continue;
-    }
-    IdleAce& found = idle.emplace_back(IdleAce{verdict.ace, {}});
-    PacketSet uncovered = verdict.matched & PacketSet::all();
-    for (const AceVerdict* earlier : deciding) {
-      if (uncovered.isEmpty()) break;
-      if (!(uncovered & earlier->matched).isEmpty()) found.coveredBy.push_back(earlier->ace);
-      uncovered = uncovered - earlier->matched;
+    } else {
+      idle.push_back({verdict.ace, static_cast<size_t>(verdict.ace - acl.aces.data()),
+                      coversOf(verdict.matched & PacketSet::all(), deciding)});
     }
   }
   return idle;

@@ -5,7 +5,7 @@
 #include <map>
 #include <optional>
 #include <span>
-#include <string>
+#include <utility>
 #include <vector>
 
 #include "read/Configuration.h"
@@ -55,18 +55,43 @@ struct Difference {
 
 // None where there is no such packet.
 struct Comparison {
-  std::optional<Difference> more;  // One that the device lets through, and should not.
-  std::optional<Difference> less;  // One that it stops, and should not.
+  std::optional<Difference> more;        // One that the device lets through, and should not.
+  std::optional<Difference> less;        // One that it stops, and should not.
+  std::vector<Difference> moreOfOthers;  // As `more`: one for each other ACL that denies what the device lets through.
 
   bool isEqual() const { return !more && !less; }
 };
 
 // A difference that there is by other readings than those taken.
 struct Note {
-  std::vector<Reading> readings;  // Taken the other way.
-  Platform::IntfId intf;          // Where it is seen; there may be more.
+  std::vector<Reading> readings;          // Taken the other way:
+  std::vector<Alternative> alternatives;  // in this one, each.
+  Platform::IntfId intf;                  // Where it is seen; there may be more.
   Acl::AclDirection direction = Acl::AclDirection::in;
   Comparison comparison;
+};
+
+// Who decides a packet: by the ACLs as configured, and by the registers.
+struct Judgement {
+  Decision configured;
+  FilterDecision programmed;
+
+  bool operator==(const Judgement&) const = default;
+};
+
+// A filter, and the ACLs of its interface and direction.
+struct Guard {
+  const FilterDump& filter;
+  Acls acls;
+};
+
+// A packet that a device treats otherwise than before.
+struct Turn {
+  Packet packet;
+  Judgement before;
+  Judgement after;
+
+  bool operator==(const Turn&) const = default;
 };
 
 // Compares many filters. Equal ones with the same ACLs are compared once.
@@ -79,13 +104,16 @@ class Comparer {
   const Comparison& compare(const FilterDump& filter, Acls acls);
   // For each reading by which a filter compared so far is different, the first such filter.
   const std::vector<Note>& notes() const { return notes_; }
+  // A packet that is let through `after` only, and one that is let through `before` only, where there are such.
+  const std::vector<Turn>& turns(const Guard& before, const Guard& after);
 
  private:
-  struct Key {
-    std::vector<uint32_t> registers;
-    std::vector<const AclConfiguration*> acls;
-    auto operator<=>(const Key&) const = default;
-  };
+  // What a verdict can depend on.
+  using Registers = std::vector<uint32_t>;
+  using Key = std::pair<Registers, std::vector<const AclConfiguration*>>;
+
+  static Key keyOf(const FilterDump& filter, Acls acls);
+  Judgement judged(const Guard& guard, const Packet& packet) const;
 
   Comparison compared(const FilterDump& filter, Acls acls);
   // Notes what is different, in the packets and readings of `differing`.
@@ -93,6 +121,7 @@ class Comparer {
 
   Readings readings_;
   std::map<Key, Comparison> known_;
+  std::map<std::pair<Key, Key>, std::vector<Turn>> turns_;
   std::vector<Note> notes_;
   Readings open_ = Readings::allOpen();  // But for those that are noted.
 };
@@ -100,6 +129,7 @@ class Comparer {
 // An ACE that decides no packet.
 struct IdleAce {
   const Ace* ace;
+  size_t position;                    // In its ACL.
   std::vector<const Ace*> coveredBy;  // Empty if there are no packets that it matches.
 };
 

@@ -29,7 +29,7 @@ void throwBadAlloc(int /*error*/) { throw std::bad_alloc(); }
 
 // The library has one table of nodes for the whole process, which is made at first use and lives as long as it.
 bool startLibrary() {
-  constexpr int kNodes = 300'000, kCache = 100'000;  // At first; both grow.
+  constexpr int kNodes = 40'000, kCache = 40'000;  // At first; both grow. More would only be slower to reach.
   bdd_init(kNodes, kCache);
   bdd_setvarnum(kVariables);
   bdd_setmaxincrease(1'000'000);

@@ -4,11 +4,13 @@
 
 #include <unistd.h>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "command/Init.h"
 #include "command/Run.h"
 #include "support/Docs.h"
+#include "verdict/Readings.h"
 
 namespace Sim {
 namespace {
@@ -72,8 +74,8 @@ std::vector<std::string> linesOfCommand(std::string command) {
 TEST(Doc, CommandsPrintWhatIsShown) {
   // The numbers of references depend on what else ran.
   const auto normal = [](const std::string& line) { return std::regex_replace(line, std::regex("#[0-9]+"), "#"); };
-  for (const char* document : {"README.md", "docs/quick-start.md", "docs/simulator.md", "docs/model.md",
-                               "docs/registers.md", "sim/kestrix-sim.1"}) {
+  for (const char* document : {"README.md", "docs/quick-start.md", "docs/simulator.md", "docs/verdicts.md",
+                               "docs/model.md", "docs/registers.md", "sim/kestrix-sim.1"}) {
     const EmptyFolder folder;
     std::vector<std::string> printed{""}, shown = shownIn(document);
     shown.push_back("$");  // All is shown then, up to a last "...".
@@ -106,6 +108,18 @@ TEST(Doc, QuickStartShowsItsFiles) {
   std::vector<std::string> files = linesOf(KESTRIX_ROOT "examples/quick-start/device.json");
   for (const std::string& line : linesOf(KESTRIX_ROOT "examples/quick-start/acls.json")) files.push_back(line);
   EXPECT_EQ(linesOf(KESTRIX_ROOT "docs/quick-start.md", "json"), files);
+}
+
+TEST(Doc, ReadingsAreAsTheTableSays) {
+  std::vector<std::string> shown, rows;
+  for (const std::string& line : linesOf(KESTRIX_ROOT "docs/verdicts.md")) {
+    if (line.starts_with("| `")) shown.push_back(line);
+  }
+  for (const auto& [reading, name, taken, other, basis] : kReadings) {
+    rows.push_back(fmt::format("| `{}` | `{}`: {} | `{}`: {} | {} |", name, taken.name, taken.meaning, other.name,
+                               other.meaning, basis));
+  }
+  EXPECT_EQ(shown, rows);
 }
 
 }  // namespace

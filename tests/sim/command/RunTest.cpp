@@ -40,9 +40,9 @@ TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
   const std::string device = example("edge-switch.json");
   EXPECT_THAT(
       run({.configFiles = {"c"}}, device, {document}, false).output,
-      AllOf(HasSubstr("I    active  0/24   permit\nport-1     ingress    M    active  0/24   permit     its deny of "
+      AllOf(HasSubstr("I    active   0/24   permit\nport-1     ingress    M    differs  0/24   permit     its deny of "
                       "what no slot matches is overruled\n"),
-            HasSubstr("ACL M (eth-acl-type, ingress): applied, but its deny of what no slot matches is overruled "
+            HasSubstr("ACL M (eth-acl-type, ingress): differs: its deny of what no slot matches is overruled "
                       "on port-1\n  all  no slot: denies everything that no slot matches; not on port-1, where the "
                       "other ACL of the filter decides it\n")));
   const json step = jsonOf(run({.configFiles = {"c"}, .json = true}, device, {document}, false))["steps"][0];
