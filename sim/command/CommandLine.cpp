@@ -42,7 +42,8 @@ written.)";
 
 // How often standard input is named.
 std::ptrdiff_t inputsOf(const CommandLine& line) {
-  return std::ranges::count(line.configFiles, kStandardInput) + (line.deviceFile == kStandardInput ? 1 : 0);
+  return std::ranges::count(line.configFiles, kStandardInput) + (line.deviceFile == kStandardInput ? 1 : 0) +
+         (line.packet && line.packet->expectFile == kStandardInput ? 1 : 0);
 }
 
 // What --help, --version or bad usage come to.
@@ -102,6 +103,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
   apply->add_option("--drop-delay", dropDelay, "Set the ACL drop delay, whatever the device says")
       ->check(CLI::IsMember({"on", "off"}))
       ->type_name("on|off");
+  addPacketCommand(app, line);
 
   try {
     app.parse(argc, argv);
@@ -115,6 +117,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
     if (parsed == config) ++configs;
     if (parsed == set) line.settings.push_back({configs, settings[line.settings.size()]});
   }
+  if (line.packet) return line;
   line.failWrites = {failWrites.begin(), failWrites.end()};
   if (!dropDelay.empty()) line.dropDelay = dropDelay == "on";
   return line;
