@@ -13,7 +13,7 @@ namespace Layout = Kestrix::Layout;
 
 // The bit of `action` that a part of a filter is.
 struct VerdictBit {
-  FilterPart part;
+  FilterPart part = FilterPart::rest;
   Layout::FlagBit bit;
 };
 constexpr std::array kVerdictBits{
