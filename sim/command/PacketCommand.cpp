@@ -98,12 +98,13 @@ class Trial {
     const FilterDump& filter = filters_->of(probe.intf, probe.direction);
     PacketAnswer answer{probe, {}, decide(filter, probe.packet, readings_), &filter};
     answer.isBlocked = std::ranges::find(outcome_.blocked, probe.intf) != outcome_.blocked.end();
-    const auto acls = aclsOf(probe);
-    const auto foreign = std::ranges::find_if(acls, [](const auto* acl) { return !canBeDecided(*acl); });
-    if (foreign == acls.end()) {
-      answer.configured = decide(acls, probe.packet, readings_);
+    const auto attached = aclsOf(probe);
+    auto acls = attached;
+    std::erase_if(acls, [](const AclConfiguration* acl) { return !canBeDecided(*acl); });
+    if (acls.empty() && !attached.empty()) {
+      answer.foreign = attached.front();
     } else {
-      answer.foreign = *foreign;
+      answer.configured = decide(acls, probe.packet, readings_);
     }
     for (const IntfOutcome& each : outcome_.intfs) {
       const bool isHere = each.intf == probe.intf && each.direction == probe.direction;

@@ -28,7 +28,7 @@ constexpr std::array kVerdictBits{
 
 std::string decisionWords(const Decision& decision) {
   if (decision.acl == nullptr) return "no ACL speaks of it";
-  if (decision.ace == nullptr) return fmt::format("the deny at the end of ACL {}", decision.acl->name);
+  if (decision.ace == nullptr) return fmt::format("the implicit deny of ACL {}", decision.acl->name);
   return fmt::format("ACE {} of ACL {}", decision.ace->name, decision.acl->name);
 }
 

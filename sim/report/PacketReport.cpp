@@ -22,7 +22,7 @@ std::string_view verdictName(bool permits) { return permits ? "permit" : "deny";
 std::string configuredWords(const PacketAnswer& answer) {
   if (answer.isBlocked) return "the interface is disabled";
   if (answer.foreign == nullptr) return decisionWords(answer.configured);
-  return fmt::format("unknown: ACL {} is of type {}", answer.foreign->name, answer.foreign->typeName);
+  return fmt::format("not known: ACL {} is of type {}", answer.foreign->name, answer.foreign->typeName);
 }
 
 std::string programmedWords(const PacketAnswer& answer) {
@@ -78,9 +78,7 @@ void writeExceptions(Page& page, const PacketReport& report) {
 
 // The verdict of one side; null where it is not known.
 Json sideJson(std::optional<bool> permits, const std::string& words) {
-  Json json{{"verdict", nullptr}, {"words", words}};
-  if (permits) json["verdict"] = verdictName(*permits);
-  return json;
+  return {{"permits", permits ? Json(*permits) : Json()}, {"words", words}};
 }
 
 Json configuredJson(const PacketAnswer& answer) {
@@ -92,10 +90,10 @@ Json configuredJson(const PacketAnswer& answer) {
   return json;
 }
 
-Json programmedJson(const PacketAnswer& answer) {
+Json deviceJson(const PacketAnswer& answer) {
   Json json = sideJson(answer.passes(), programmedWords(answer));
   if (answer.isBlocked) return json;
-  json["part"] = Platform::nameOf(answer.programmed.part);
+  json["by"] = Platform::nameOf(answer.programmed.part);
   if (answer.programmed.part == FilterPart::slot) json["slot"] = answer.programmed.slot;
   return json;
 }
@@ -114,14 +112,14 @@ Json answerJson(const PacketAnswer& answer) {
             {"interface", probe.intf.toText()},
             {"direction", directionName(probe.direction)},
             {"configured", configuredJson(answer)},
-            {"programmed", programmedJson(answer)},
+            {"device", deviceJson(answer)},
             {"asConfigured", answer.isAsConfigured()},
             {"blocked", answer.isBlocked},
             {"inactive", Json::array()}};
   for (const IntfOutcome* each : answer.inactive) json["inactive"].push_back(inactiveJson(*each));
   if (!probe.shouldPass) return json;
   json["line"] = probe.line;
-  json["wanted"] = verdictName(*probe.shouldPass);
+  json["wanted"] = {{"permits", *probe.shouldPass}};
   json["asWanted"] = answer.isAsWanted();
   return json;
 }

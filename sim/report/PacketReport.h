@@ -21,7 +21,7 @@ struct PacketAnswer {
   FilterDecision programmed;
   const FilterDump* filter;                       // The one of the interface and direction.
   bool isBlocked = false;                         // The interface: it passes no traffic.
-  const AclConfiguration* foreign = nullptr;      // An ACL there of which nobody knows what it matches.
+  const AclConfiguration* foreign = nullptr;      // An ACL there, if no ACL there can be decided.
   std::vector<const IntfOutcome*> inactive = {};  // The ACLs there that are not in force.
 
   // What the device does with it.

@@ -35,7 +35,7 @@ std::vector<std::string> answer(const std::string& device, const std::vector<std
     for (const char* member : members)
       all += (all.empty() ? "" : " ") + (from.contains(member) ? from[member].dump() : "-");
   };
-  for (const char* side : {"configured", "programmed"}) add(packet[side], {"verdict", "acl", "ace", "part", "slot"});
+  for (const char* side : {"configured", "device"}) add(packet[side], {"permits", "acl", "ace", "by", "slot"});
   for (const auto& each : packet["inactive"]) add(each, {"acl", "state", "code", "keepsPrevious"});
   for (std::string& each : words) std::erase(each, '"');
   return words;
@@ -47,16 +47,16 @@ TEST(PacketCommand, TellsWhoDecidesWhereAnAclIsNotInForce) {
   const std::string refused =
       replaced(replaced(policy, R"("eq", "port": 25)", R"("gte", "port": 25)"), "198.51.100.0", "198.51.101.0");
   EXPECT_THAT(answer("edge-switch.json", {policy, refused}, {"", "port-2", "ingress", "icmp"}),
-              ElementsAre("not-as-configured", "permit guest-in internet - -", "deny - - slot 2",
+              ElementsAre("not-as-configured", "true guest-in internet - -", "false - - slot 2",
                           "guest-in refused port-range true"));
   EXPECT_THAT(answer("edge-switch.json", {refused}, {"", "port-2", "ingress", "icmp"}),
-              ElementsAre("as-configured", "permit guest-in internet - -", "permit - - no-acl -",
+              ElementsAre("as-configured", "true guest-in internet - -", "true - - no-acl -",
                           "guest-in refused port-range false"));
   EXPECT_THAT(
       answer("small-switch.json", {example("refusals.json")}, {"", "port-10", "egress", "tcp"}),
-      ElementsAre("not-as-configured", "null - - - -", "permit - - no-acl -", "wrong-type refused acl-type false"));
+      ElementsAre("not-as-configured", "null - - - -", "true - - no-acl -", "wrong-type refused acl-type false"));
   EXPECT_THAT(answer("edge-switch.json", {policy, example("shared-filter-2.json")}, {"", "port-3", "egress", "tcp"}),
-              ElementsAre("as-configured", "deny - - - -", "deny - - - -"));
+              ElementsAre("as-configured", "false - - - -", "false - - - -"));
 }
 
 TEST(PacketCommand, ReadingsDecideWhatTheRegistersLeaveOpen) {
@@ -67,9 +67,9 @@ TEST(PacketCommand, ReadingsDecideWhatTheRegistersLeaveOpen) {
   byFrame.assumptions = {"two-acls=by-frame"};
   const std::string conflict = "known-stations refused type-conflict false";
   EXPECT_THAT(answer("edge-switch.json", {both}, lab),
-              ElementsAre("not-as-configured", "deny known-stations - - -", "permit - - slot 0", conflict));
+              ElementsAre("not-as-configured", "false known-stations - - -", "true - - slot 0", conflict));
   EXPECT_THAT(answer("edge-switch.json", {both}, byFrame),
-              ElementsAre("as-configured", "permit from-lab lab - -", "permit - - slot 0", conflict));
+              ElementsAre("as-configured", "true from-lab lab - -", "true - - slot 0", conflict));
 }
 
 TEST(Probe, EachLineIsReadOrNamed) {
