@@ -10,11 +10,11 @@ _kestrix_sim() {
     previous=${COMP_WORDS[COMP_CWORD - 2]} isValue=yes
   fi
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    if [[ $word == apply || $word == init ]]; then subcommand=${subcommand:-$word}; fi
+    if [[ $subcommand == "" && $word =~ ^(apply|packet|init)$ ]]; then subcommand=$word; fi
   done
 
   if [[ $subcommand == "" ]]; then
-    words='apply init -h --help --version'
+    words='apply packet init -h --help --version'
   elif [[ $subcommand == init && $current == -* ]]; then
     words='-h --help'
   elif [[ $subcommand == init ]]; then
@@ -25,9 +25,16 @@ _kestrix_sim() {
     words='on off'
   elif [[ $previous == --trace ]]; then
     words='0 1 2 3 4 5 6 7 8 9'
-  elif [[ $isValue == yes || $previous == --set || $previous == --fail-write ||
-    $previous == --assume ]]; then
+  elif [[ $previous == --direction ]]; then
+    words='ingress egress'
+  elif [[ $previous == --expect ]]; then
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    return
+  elif [[ $isValue == yes || $previous =~ ^--(set|fail-write|interface|assume)$ ]]; then
     words=
+  elif [[ $current == -* && $subcommand == packet ]]; then
+    words='-h --help --interface --direction --expect --assume --fail-write --json'
   elif [[ $current == -* ]]; then
     words='-h --help --registers --json --trace --model --set --fail-write --drop-delay --assume --notes'
   else

@@ -46,7 +46,8 @@ device, 2 bad input or usage, 3 the report, or the files of init, could not be w
 
 // How often standard input is named.
 std::ptrdiff_t inputsOf(const CommandLine& line) {
-  return std::ranges::count(line.configFiles, kStandardInput) + (line.deviceFile == kStandardInput ? 1 : 0);
+  return std::ranges::count(line.configFiles, kStandardInput) + (line.deviceFile == kStandardInput ? 1 : 0) +
+         (line.packet && line.packet->expectFile == kStandardInput ? 1 : 0);
 }
 
 // What --help, --version or bad usage come to.
@@ -120,6 +121,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
       "already, 3 they could not be\nwritten.");
   std::string folder = ".";
   init->add_option("folder", folder, "Where to; made if it is not there (by default this folder)")->type_name("FOLDER");
+  addPacketCommand(app, line);
 
   try {
     app.parse(argc, argv);
@@ -137,6 +139,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
     if (parsed == config) ++configs;
     if (parsed == set) line.settings.push_back({configs, settings[line.settings.size()]});
   }
+  if (line.packet) return line;
   for (const std::string& each : line.assumptions) line.readings.assume(each);
   line.failWrites = {failWrites.begin(), failWrites.end()};
   if (!dropDelay.empty()) line.dropDelay = dropDelay == "on";

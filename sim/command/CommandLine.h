@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "command/ExitStatus.h"
+#include "command/PacketCommand.h"
 #include "verdict/Readings.h"
 
 namespace Sim {
@@ -31,6 +32,7 @@ struct CommandLine {
   Readings readings = {};
   std::vector<std::string> assumptions = {};  // Those of the readings that were asked for, NAME=ALTERNATIVE.
   bool notes = false;
+  std::optional<PacketOptions> packet = {};  // Of `kestrix-sim packet`.
 };
 
 // None when the run ends here, as after --help; `end` then says how.

@@ -7,6 +7,7 @@
 #include "command/CommandLine.h"
 #include "command/Files.h"
 #include "command/Init.h"
+#include "command/PacketCommand.h"
 #include "command/Run.h"
 #include "command/Terminal.h"
 #include "text/Shown.h"
@@ -23,9 +24,13 @@ Sim::RunResult resultOf(int argc, const char* const* argv) {
   configs.reserve(line->configFiles.size());
   for (const std::string& file : line->configFiles) configs.push_back(Sim::readFile(file));
 
+  const bool hasExpectations = line->packet && !line->packet->expectFile.empty();
+  const Sim::FileText expectations = hasExpectations ? Sim::readFile(line->packet->expectFile) : Sim::FileText();
+
   // Traces go there as they come, and show how far it is.
   const bool showsProgress = Sim::canOverwriteErrors() && line->trace < 0;
   Sim::Progress progress(showsProgress ? Sim::Progress::Write(Sim::tell) : Sim::Progress::Write());
+  if (line->packet) return Sim::runPacket(*line, device, configs, expectations, Sim::looksOfOutput(), progress);
   return Sim::run(*line, device, configs, Sim::looksOfOutput(), progress);
 }
 

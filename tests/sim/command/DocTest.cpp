@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <iomanip>
 #include <regex>
 #include <sstream>
 
@@ -52,18 +53,22 @@ std::vector<std::string> shownIn(const std::string& document) {
 }
 
 // What a command of a document prints, line by line, and its exit status last.
-std::vector<std::string> linesOfCommand(std::string command) {
-  std::erase(command, '\'');
+std::vector<std::string> linesOfCommand(const std::string& command) {
   std::istringstream in(command);
-  std::vector<std::string> words{std::istream_iterator<std::string>(in), {}};
+  std::vector<std::string> words;
+  for (std::string word; in >> std::quoted(word, '\'');) words.push_back(word);
   std::vector<const char*> arguments;
   for (const std::string& word : words) arguments.push_back(word.c_str());
   RunResult end;
   const CommandLine line = parseCommandLine(int(arguments.size()), arguments.data(), end).value();
-  std::vector<std::string> configs;
-  for (const std::string& file : line.configFiles) configs.push_back(textOfFile(file));
+  const auto text = [](const std::string& file) { return FileText{file.empty() ? file : textOfFile(file)}; };
+  std::vector<FileText> configs;
+  for (const std::string& file : line.configFiles) configs.push_back(text(file));
+  Progress none;
   const RunResult result =
-      line.initFolder ? init(*line.initFolder) : run(line, textOfFile(line.deviceFile), configs, /*colour=*/false);
+      line.initFolder ? init(*line.initFolder)
+      : line.packet   ? runPacket(line, text(line.deviceFile), configs, text(line.packet->expectFile), {}, none)
+                      : run(line, text(line.deviceFile), configs, {}, none);
   std::istringstream output(result.output);
   std::vector<std::string> lines;
   for (std::string each; std::getline(output, each);) lines.push_back(each);
