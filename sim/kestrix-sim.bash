@@ -10,19 +10,25 @@ _kestrix_sim() {
     previous=${COMP_WORDS[COMP_CWORD - 2]} isValue=yes
   fi
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    if [[ $word == apply ]]; then subcommand=apply; fi
+    if [[ $word == @(apply|verify) && $subcommand == "" ]]; then subcommand=$word; fi
   done
 
   if [[ $subcommand == "" ]]; then
-    words='apply -h --help --version'
+    words='apply verify -h --help --version'
   elif [[ $previous == --drop-delay ]]; then
     words='on off'
   elif [[ $previous == --trace ]]; then
     words='0 1 2 3 4 5 6 7 8 9'
-  elif [[ $isValue == yes || $previous == --set || $previous == --fail-write ]]; then
+  elif [[ $previous == --dump ]]; then
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    return
+  elif [[ $isValue == yes || $previous == --set || $previous == --fail-write || $previous == --assume ]]; then
     words=
+  elif [[ $current == -* && $subcommand == verify ]]; then
+    words='-h --help --dump --repair --assume --json'
   elif [[ $current == -* ]]; then
-    words='-h --help --registers --json --trace --model --set --fail-write --drop-delay'
+    words='-h --help --registers --json --trace --model --set --fail-write --dump --drop-delay'
   else
     compopt -o filenames 2>/dev/null  # Fails where the function is called by hand.
     mapfile -t COMPREPLY < <(compgen -f -X '!*.json' -- "$current"; compgen -d -X '*.json' -- "$current")

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "command/ExitStatus.h"
+#include "command/VerifyCommand.h"
 
 namespace Sim {
 
@@ -23,9 +24,11 @@ struct CommandLine {
   bool registers = false;
   bool json = false;
   bool model = false;
-  int trace = -1;                      // The highest level printed; none by default.
-  std::set<uint64_t> failWrites = {};  // By number, from 1.
-  std::optional<bool> dropDelay = {};  // Overrides the device's.
+  int trace = -1;                            // The highest level printed; none by default.
+  std::set<uint64_t> failWrites = {};        // By number, from 1.
+  std::optional<bool> dropDelay = {};        // Overrides the device's.
+  std::string dumpFile = {};                 // To be written, unless empty.
+  std::optional<VerifyOptions> verify = {};  // Of `kestrix-sim verify`.
 };
 
 // None when the run ends here, as after --help; `end` then says how.

@@ -2,16 +2,13 @@
 
 #include <algorithm>
 #include <optional>
-#include <set>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "command/Deviations.h"
+#include "command/Documents.h"
 #include "command/ExitStatus.h"
 #include "command/Rehearsal.h"
-#include "read/ConfigurationReader.h"
-#include "read/Device.h"
+#include "registers/RegisterDump.h"
 #include "report/Report.h"
 #include "simulate/Framework.h"
 #include "simulate/SimFpga.h"
@@ -32,12 +29,6 @@ struct Step {
   StepState state = StepState::applied;  // Once it is taken.
 };
 
-// A configuration as its document says.
-struct ReadConfiguration {
-  Configuration desired;
-  bool hasErrors = false;
-};
-
 std::vector<Step> stepsOf(const CommandLine& line, const std::vector<ReadConfiguration>& configurations) {
   std::vector<Step> steps;
   auto setting = line.settings.begin();
@@ -53,65 +44,6 @@ std::vector<Step> stepsOf(const CommandLine& line, const std::vector<ReadConfigu
     if (!isBad(*step)) step->state = StepState::afterErrors;
   }
   return steps;
-}
-
-// What the run is about, as its documents say.
-struct Documents {
-  Device device;
-  std::vector<ReadConfiguration> configurations;
-};
-
-// The text of a file; none, and a diagnostic, when it could not be read.
-const std::string* textOf(const std::string& name, const FileText& file, Diagnostics& diagnostics) {
-  if (file.fault.empty()) return &file.text;
-  Diagnostic fault;
-  fault.code = "unreadable-file";
-  fault.file = name;
-  fault.message = "it cannot be read: " + file.fault;
-  fault.remedy = "Correct the name, or what keeps it from being read.";
-  diagnostics.add(fault);
-  return nullptr;
-}
-
-// None when the device cannot be simulated, as diagnostics then say: all that is wrong with any document.
-std::optional<Documents> readDocuments(const CommandLine& line, const FileText& device,
-                                       const std::vector<FileText>& configs, Diagnostics& diagnostics,
-                                       Progress& progress) {
-  Documents documents;
-  progress.begin("reading " + line.deviceFile);
-  const std::string* const deviceText = textOf(line.deviceFile, device, diagnostics);
-  if (deviceText != nullptr) documents.device = readDevice(line.deviceFile, *deviceText, diagnostics);
-  const bool isDeviceBroken = diagnostics.hasErrors();
-  documents.configurations.reserve(configs.size());
-  for (size_t i = 0; i < configs.size(); ++i) {
-    const std::string& file = line.configFiles.at(i);
-    progress.begin("reading " + file);
-    Diagnostics found;
-    ReadConfiguration& configuration = documents.configurations.emplace_back();
-    if (const std::string* const text = textOf(file, configs[i], found))
-      configuration.desired = readConfiguration(file, *text, documents.device, found);
-    configuration.hasErrors = found.hasErrors();
-    for (const Diagnostic& each : found.all()) {
-      // Which interfaces there are may be what is missing of a broken device.
-      if (documents.device.namesKnown || each.code != "unknown-interface") diagnostics.add(each);
-    }
-  }
-  if (isDeviceBroken) return {};
-  if (line.dropDelay) documents.device.aclDropDelay = *line.dropDelay;
-  return documents;
-}
-
-// The run has made `writes` writes, and ends without those of `failWrites` that would have come later.
-void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes, Diagnostics& diagnostics) {
-  for (auto each = failWrites.upper_bound(writes); each != failWrites.end(); ++each) {
-    Diagnostic warning;
-    warning.severity = Severity::warning;
-    warning.code = "unreached-write";
-    warning.file = "--fail-write";
-    warning.message = fmt::format("there is no write {}: the run makes {}", *each, writes);
-    warning.remedy = "Name one of those, counted from 1, to see it fail.";
-    diagnostics.add(warning);
-  }
 }
 
 // The simulated device, from its start-up on.
@@ -202,7 +134,11 @@ RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostic
   const ReportInput input{device_, reports_, fpga_->writes(), startupWrites_, fpga_->failedWrites(), filters,
                           all,     model};
   const int exitStatus = all.hasErrors() ? kBadInput : isAllApplied(input) ? kAllApplied : kNotAllApplied;
-  return {exitStatus, line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .looks = looks})};
+  RunResult result{exitStatus,
+                   line.json ? jsonReport(input) : textReport(input, {.registers = line.registers, .looks = looks})};
+  if (!line.dumpFile.empty() && exitStatus != kBadInput)
+    result.file = OutputFile{line.dumpFile, dumpText(device_, fpga_->reader())};
+  return result;
 }
 
 // None when the library refuses the device, as a diagnostic then says.
@@ -211,12 +147,7 @@ std::optional<Session> start(const CommandLine& line, const Device& device, Prog
   try {
     return std::optional<Session>(std::in_place, line, device, progress);
   } catch (const Platform::RangeError& error) {
-    Diagnostic refusal;
-    refusal.code = "device-refused";
-    refusal.file = line.deviceFile;
-    refusal.message = error.what();
-    refusal.remedy = "Describe a device that the hardware can be.";
-    diagnostics.add(refusal);
+    diagnostics.add(refusalOf(line.deviceFile, error));
     return {};
   }
 }

@@ -8,6 +8,7 @@
 #include "command/Files.h"
 #include "command/Run.h"
 #include "command/Terminal.h"
+#include "command/VerifyCommand.h"
 #include "text/Shown.h"
 
 namespace {
@@ -21,9 +22,12 @@ Sim::RunResult resultOf(int argc, const char* const* argv) {
   configs.reserve(line->configFiles.size());
   for (const std::string& file : line->configFiles) configs.push_back(Sim::readFile(file));
 
+  const Sim::FileText dump = line->verify ? Sim::readFile(line->verify->dumpFile) : Sim::FileText();
+
   // Traces go there as they come, and show how far it is.
   const bool showsProgress = Sim::canOverwriteErrors() && line->trace < 0;
   Sim::Progress progress(showsProgress ? Sim::Progress::Write(Sim::tell) : Sim::Progress::Write());
+  if (line->verify) return Sim::runVerify(*line, device, configs, dump, Sim::looksOfOutput(), progress);
   return Sim::run(*line, device, configs, Sim::looksOfOutput(), progress);
 }
 

@@ -2,12 +2,11 @@
 
 #include "registers/RegisterWords.h"
 #include "report/Explanations.h"
+#include "report/Json.h"
 #include "report/Report.h"
 
 namespace Sim {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 using Platform::nameOf;
 
@@ -44,21 +43,6 @@ void addReason(Json& json, Platform::AclCreateError error, const Reason& reason)
   json["remedy"] = explanation.remedy;
   json["fields"] = Json::array();
   for (const ConfiguredField& field : explanation.fields) json["fields"].push_back(fieldJson(field));
-}
-
-Json diagnosticsJson(const Diagnostics& diagnostics) {
-  Json list = Json::array();
-  for (const Diagnostic& each : diagnostics.all()) {
-    list.push_back({{"severity", each.severity == Severity::error ? "error" : "warning"},
-                    {"code", each.code},
-                    {"file", each.file},
-                    {"path", each.path},
-                    {"acl", each.acl},
-                    {"ace", each.ace},
-                    {"message", each.message},
-                    {"remedy", each.remedy}});
-  }
-  return list;
 }
 
 Json aceJson(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step) {
@@ -168,12 +152,27 @@ Json modelJson(const ModelNode& node) {
   return json;
 }
 
-std::string text(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }
-
 }  // namespace
 
+Json diagnosticsJson(const Diagnostics& diagnostics) {
+  Json list = Json::array();
+  for (const Diagnostic& each : diagnostics.all()) {
+    list.push_back({{"severity", each.severity == Severity::error ? "error" : "warning"},
+                    {"code", each.code},
+                    {"file", each.file},
+                    {"path", each.path},
+                    {"acl", each.acl},
+                    {"ace", each.ace},
+                    {"message", each.message},
+                    {"remedy", each.remedy}});
+  }
+  return list;
+}
+
+std::string textOf(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }
+
 std::string jsonDiagnostics(const Diagnostics& diagnostics) {
-  return text({{"result", "bad-input"}, {"diagnostics", diagnosticsJson(diagnostics)}});
+  return textOf({{"result", "bad-input"}, {"diagnostics", diagnosticsJson(diagnostics)}});
 }
 
 std::string jsonReport(const ReportInput& input) {
@@ -192,7 +191,7 @@ std::string jsonReport(const ReportInput& input) {
     if (!filter.isZero()) json["filters"].push_back(filterJson(filter));
   }
   if (input.model) json["model"] = modelJson(*input.model);
-  return text(json);
+  return textOf(json);
 }
 
 }  // namespace Sim

@@ -21,9 +21,13 @@ std::vector<std::string> linesOfCommand(std::string command) {
   for (const std::string& word : words) arguments.push_back(word.c_str());
   RunResult end;
   const CommandLine line = parseCommandLine(int(arguments.size()), arguments.data(), end).value();
-  std::vector<std::string> configs;
-  for (const std::string& file : line.configFiles) configs.push_back(textOfFile(KESTRIX_ROOT + file));
-  const RunResult result = run(line, textOfFile(KESTRIX_ROOT + line.deviceFile), configs, /*colour=*/false);
+  const auto text = [](const std::string& file) { return FileText{textOfFile(KESTRIX_ROOT + file)}; };
+  std::vector<FileText> configs;
+  for (const std::string& file : line.configFiles) configs.push_back(text(file));
+  Progress none;
+  const RunResult result = line.verify
+                               ? runVerify(line, text(line.deviceFile), configs, text(line.verify->dumpFile), {}, none)
+                               : run(line, text(line.deviceFile), configs, {}, none);
   std::istringstream output(result.output);
   std::vector<std::string> lines;
   for (std::string each; std::getline(output, each);) lines.push_back(each);

@@ -1,0 +1,68 @@
+#include "command/Documents.h"
+
+#include <fmt/format.h>
+
+#include "read/ConfigurationReader.h"
+
+namespace Sim {
+
+const std::string* textOf(const std::string& name, const FileText& file, Diagnostics& diagnostics) {
+  if (file.fault.empty()) return &file.text;
+  Diagnostic fault;
+  fault.code = "unreadable-file";
+  fault.file = name;
+  fault.message = "it cannot be read: " + file.fault;
+  fault.remedy = "Correct the name, or what keeps it from being read.";
+  diagnostics.add(fault);
+  return nullptr;
+}
+
+std::optional<Documents> readDocuments(const CommandLine& line, const FileText& device,
+                                       const std::vector<FileText>& configs, Diagnostics& diagnostics,
+                                       Progress& progress) {
+  Documents documents;
+  progress.begin("reading " + line.deviceFile);
+  const std::string* const deviceText = textOf(line.deviceFile, device, diagnostics);
+  if (deviceText != nullptr) documents.device = readDevice(line.deviceFile, *deviceText, diagnostics);
+  const bool isDeviceBroken = diagnostics.hasErrors();
+  documents.configurations.reserve(configs.size());
+  for (size_t i = 0; i < configs.size(); ++i) {
+    const std::string& file = line.configFiles.at(i);
+    progress.begin("reading " + file);
+    Diagnostics found;
+    ReadConfiguration& configuration = documents.configurations.emplace_back();
+    if (const std::string* const text = textOf(file, configs[i], found))
+      configuration.desired = readConfiguration(file, *text, documents.device, found);
+    configuration.hasErrors = found.hasErrors();
+    for (const Diagnostic& each : found.all()) {
+      // Which interfaces there are may be what is missing of a broken device.
+      if (documents.device.namesKnown || each.code != "unknown-interface") diagnostics.add(each);
+    }
+  }
+  if (isDeviceBroken) return {};
+  if (line.dropDelay) documents.device.aclDropDelay = *line.dropDelay;
+  return documents;
+}
+
+void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes, Diagnostics& diagnostics) {
+  for (auto each = failWrites.upper_bound(writes); each != failWrites.end(); ++each) {
+    Diagnostic warning;
+    warning.severity = Severity::warning;
+    warning.code = "unreached-write";
+    warning.file = "--fail-write";
+    warning.message = fmt::format("there is no write {}: the run makes {}", *each, writes);
+    warning.remedy = "Name one of those, counted from 1, to see it fail.";
+    diagnostics.add(warning);
+  }
+}
+
+Diagnostic refusalOf(const std::string& deviceFile, const Platform::RangeError& error) {
+  Diagnostic refusal;
+  refusal.code = "device-refused";
+  refusal.file = deviceFile;
+  refusal.message = error.what();
+  refusal.remedy = "Describe a device that the hardware can be.";
+  return refusal;
+}
+
+}  // namespace Sim

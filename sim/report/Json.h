@@ -1,0 +1,19 @@
+// What all reports in JSON have in common.
+#pragma once
+
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "read/Diagnostics.h"
+
+namespace Sim {
+
+// Members stay in the order in which they are added.
+using Json = nlohmann::ordered_json;
+
+Json diagnosticsJson(const Diagnostics& diagnostics);
+// A document, with a line break at its end. Bytes that are not UTF-8 are replaced.
+std::string textOf(const Json& json);
+
+}  // namespace Sim
