@@ -7,5 +7,5 @@ add_custom_target(manual ALL DEPENDS kestrix-sim.1.gz)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kestrix-sim.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT sim)
 install(FILES sim/kestrix-sim.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kestrix-sim
         COMPONENT sim)
-file(GLOB documents CONFIGURE_DEPENDS examples/*.json)
+file(GLOB documents CONFIGURE_DEPENDS examples/*.json examples/*.dump)
 install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrix-sim/examples COMPONENT sim)

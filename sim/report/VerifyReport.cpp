@@ -128,7 +128,7 @@ void writeTotals(Page& page, const Verification& verification) {
   page.line(
       {{fmt::format("{} of {} link monitors differ", linkMonitors.size(), compared), styleOf(linkMonitors.empty())},
        {missing == 0 ? "" : fmt::format("; {} have no line: whether they block is not known", missing)}});
-  page.line({{fmt::format("{} lines of other registers", others)}});
+  page.line({{fmt::format("lines of other registers: {}", others)}});
 }
 
 void writeRepair(Page& page, const std::vector<Register>& repair) {

@@ -257,11 +257,17 @@ void write(FilterDump& filter, const Register& wanted) {
 TEST(Verification, ARepairMendsAndNeverLetsThroughWhatNeitherEndDoes) {
   Random random(17);
   const Readings open = Readings::allOpen();
-  for (int round = 0; round < 150; ++round) {
+  const auto bit = [&](uint32_t value) { return random.isTrue() ? value : 0; };
+  for (int round = 0; round < 400; ++round) {
     FilterDump expected = randomFilter(random), found = random.isTrue() ? expected : randomFilter(random);
     for (FilterDump* each : {&expected, &found}) {
-      each->values[0] ^= static_cast<uint32_t>(random.below(8)) << 8;
-      if (random.below(8) == 0) each->values = {0, random.isTrue() ? 8u : 0u, 0, random.isTrue() ? 1u : 0u};
+      each->values[0] ^= bit(0x100) | bit(0x200);
+      if (random.below(4) == 0) each->values = {0, bit(1) | bit(8), bit(1), bit(1)};
+    }
+    for (size_t flips = random.below(4); flips != 0; --flips) {
+      Register flipped = random.oneOf(registersOf(found));
+      flipped.value ^= uint32_t{1} << random.below(12);
+      write(found, flipped);
     }
     const PacketSet allowed = permittedBy(expected, open) | permittedBy(found, open);
     for (const Register& each : repairOf(expected, found)) {
