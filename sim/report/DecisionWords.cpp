@@ -13,7 +13,7 @@ namespace Layout = Kestrix::Layout;
 
 // The bit of `action` that a part of a filter is.
 struct VerdictBit {
-  FilterPart part;
+  FilterPart part = FilterPart::rest;
   Layout::FlagBit bit;
 };
 constexpr std::array kVerdictBits{
@@ -28,7 +28,7 @@ constexpr std::array kVerdictBits{
 
 std::string decisionWords(const Decision& decision) {
   if (decision.acl == nullptr) return "no ACL speaks of it";
-  if (decision.ace == nullptr) return fmt::format("the deny at the end of ACL {}", decision.acl->name);
+  if (decision.ace == nullptr) return fmt::format("the implicit deny of ACL {}", decision.acl->name);
   return fmt::format("ACE {} of ACL {}", decision.ace->name, decision.acl->name);
 }
 

@@ -21,5 +21,5 @@ template <>
 inline constexpr Platform::EnumName<Sim::FilterPart> Platform::enumNames<Sim::FilterPart>[] = {
     {Sim::FilterPart::slot, "slot"},           {Sim::FilterPart::arp, "arp"},
     {Sim::FilterPart::lldp, "lldp"},           {Sim::FilterPart::broadcast, "broadcast"},
-    {Sim::FilterPart::multicast, "multicast"}, {Sim::FilterPart::rest, "unmatched"},
+    {Sim::FilterPart::multicast, "multicast"}, {Sim::FilterPart::rest, "rest"},
     {Sim::FilterPart::noAcl, "no-acl"}};
