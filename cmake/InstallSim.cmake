@@ -8,7 +8,7 @@ add_custom_target(manual ALL DEPENDS kestrix-sim.1.gz)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kestrix-sim.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT sim)
 install(FILES sim/kestrix-sim.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME kestrix-sim
         COMPONENT sim)
-file(GLOB documents CONFIGURE_DEPENDS examples/*.json examples/*.expect)
+file(GLOB documents CONFIGURE_DEPENDS examples/*.json examples/*.expect examples/*.dump)
 install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrix-sim/examples COMPONENT sim)
 install(DIRECTORY schemas DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-sim COMPONENT sim)
 install(DIRECTORY examples/quick-start DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrix-sim/examples COMPONENT sim)

@@ -10,11 +10,11 @@ _kestrix_sim() {
     previous=${COMP_WORDS[COMP_CWORD - 2]} isValue=yes
   fi
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    if [[ $subcommand == "" && $word =~ ^(apply|packet|init)$ ]]; then subcommand=$word; fi
+    if [[ $subcommand == "" && $word =~ ^(apply|packet|verify|init)$ ]]; then subcommand=$word; fi
   done
 
   if [[ $subcommand == "" ]]; then
-    words='apply packet init -h --help --version'
+    words='apply packet verify init -h --help --version'
   elif [[ $subcommand == init && $current == -* ]]; then
     words='-h --help'
   elif [[ $subcommand == init ]]; then
@@ -31,12 +31,18 @@ _kestrix_sim() {
     compopt -o filenames 2>/dev/null
     mapfile -t COMPREPLY < <(compgen -f -- "$current")
     return
+  elif [[ $previous == --dump ]]; then
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    return
   elif [[ $isValue == yes || $previous =~ ^--(set|fail-write|interface|assume)$ ]]; then
     words=
   elif [[ $current == -* && $subcommand == packet ]]; then
     words='-h --help --interface --direction --expect --assume --fail-write --json'
+  elif [[ $current == -* && $subcommand == verify ]]; then
+    words='-h --help --dump --repair --assume --json'
   elif [[ $current == -* ]]; then
-    words='-h --help --registers --json --trace --model --set --fail-write --drop-delay --assume --notes'
+    words='-h --help --registers --json --trace --model --set --fail-write --dump --drop-delay --assume --notes'
   else
     compopt -o filenames 2>/dev/null  # Fails where the function is called by hand.
     mapfile -t COMPREPLY < <(compgen -f -X '!*.json' -- "$current"; compgen -d -X '*.json' -- "$current")

@@ -26,6 +26,7 @@ constexpr char kExamples[] = R"(Examples:
   kestrix-sim apply device.json acls.json --fail-write 20 --fail-write 21
                                                               and the 20th and 21st register write fail
   kestrix-sim apply device.json acls.json --drop-delay on     and the ACL drop delay is on, whatever the device says
+  kestrix-sim apply device.json acls.json --dump found.txt    and every register into a file
   kestrix-sim apply device.json acls.json --model             and all that the library keeps, as a tree
   kestrix-sim apply device.json v1.json --set destroying=true v2.json
                                                               and the library is told of the teardown between the two
@@ -42,12 +43,13 @@ acls.json:   ACLs in the IETF's model, RFC 8519, as JSON
 A file named - is standard input.
 
 Exit status: 0 all applied, and packets are decided as configured, 1 something refused, failed or decided otherwise on the
-device, 2 bad input or usage, 3 the report, or the files of init, could not be written.)";
+device, 2 bad input or usage, 3 the report, the dump or the files of init could not be written.)";
 
 // How often standard input is named.
 std::ptrdiff_t inputsOf(const CommandLine& line) {
   return std::ranges::count(line.configFiles, kStandardInput) + (line.deviceFile == kStandardInput ? 1 : 0) +
-         (line.packet && line.packet->expectFile == kStandardInput ? 1 : 0);
+         (line.packet && line.packet->expectFile == kStandardInput ? 1 : 0) +
+         (line.verify && line.verify->dumpFile == kStandardInput ? 1 : 0);
 }
 
 // What --help, --version or bad usage come to.
@@ -103,6 +105,9 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
       ->allow_extra_args(false)
       ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
       ->type_name("K");
+  apply->add_option("--dump", line.dumpFile, "Write the registers that the device ends with to a file, for verify")
+      ->check([](const std::string& name) { return name == kStandardInput ? "name a file" : ""; })
+      ->type_name("FILE");
   std::string dropDelay;
   apply->add_option("--drop-delay", dropDelay, "Set the ACL drop delay, whatever the device says")
       ->check(CLI::IsMember({"on", "off"}))
@@ -122,6 +127,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
   std::string folder = ".";
   init->add_option("folder", folder, "Where to; made if it is not there (by default this folder)")->type_name("FOLDER");
   addPacketCommand(app, line);
+  addVerifyCommand(app, line);
 
   try {
     app.parse(argc, argv);

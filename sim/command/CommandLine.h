@@ -10,6 +10,7 @@
 
 #include "command/ExitStatus.h"
 #include "command/PacketCommand.h"
+#include "command/VerifyCommand.h"
 #include "verdict/Readings.h"
 
 namespace Sim {
@@ -33,6 +34,8 @@ struct CommandLine {
   std::vector<std::string> assumptions = {};  // Those of the readings that were asked for, NAME=ALTERNATIVE.
   bool notes = false;
   std::optional<PacketOptions> packet = {};  // Of `kestrix-sim packet`.
+  std::string dumpFile = {};                 // To be written, unless empty.
+  std::optional<VerifyOptions> verify = {};  // Of `kestrix-sim verify`.
 };
 
 // None when the run ends here, as after --help; `end` then says how.

@@ -14,6 +14,8 @@
 
 #include <fmt/format.h>
 
+#include "text/Shown.h"
+
 namespace Sim {
 namespace {
 
@@ -48,6 +50,17 @@ bool writeAll(int file, std::string_view text) {
     }
   }
   return true;
+}
+
+// Whether the file was written; errno otherwise says why not.
+bool writeFile(const OutputFile& wanted) {
+  const int file = ::open(wanted.name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (file == -1) return false;
+  if (writeAll(file, wanted.text)) return ::close(file) == 0;
+  const int why = errno;
+  ::close(file);
+  errno = why;
+  return false;
 }
 
 // A file that nobody had made before, and that does not stay unless it is kept.
@@ -125,9 +138,14 @@ void tell(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stde
 
 int finish(const RunResult& result) {
   tell(result.complaint);
-  if (result.output.empty()) return result.exitStatus;
+  int status = result.exitStatus;
+  if (result.file && !writeFile(*result.file)) {
+    tell(fmt::format("kestrix-sim: cannot write to {}: {}\n", Shown(result.file->name).text(), lastError()));
+    status = kReportLost;
+  }
+  if (result.output.empty()) return status;
   // Some file systems tell only at the end that there was no room.
-  if (writeAll(STDOUT_FILENO, result.output) && ::close(STDOUT_FILENO) == 0) return result.exitStatus;
+  if (writeAll(STDOUT_FILENO, result.output) && ::close(STDOUT_FILENO) == 0) return status;
   if (errno != EPIPE) tell(fmt::format("kestrix-sim: cannot write to standard output: {}\n", lastError()));
   return kReportLost;
 }

@@ -9,6 +9,7 @@
 #include "command/ExitStatus.h"
 #include "command/Judge.h"
 #include "command/Rehearsal.h"
+#include "registers/RegisterDump.h"
 #include "report/Report.h"
 #include "simulate/Framework.h"
 #include "simulate/SimFpga.h"
@@ -153,9 +154,12 @@ RunResult Session::report(const CommandLine& line, const Diagnostics& diagnostic
   const ReportInput input{device_, reports_, fpga_->writes(), startupWrites_,   fpga_->failedWrites(),
                           filters, all,      model,           line.assumptions, judge_.notes()};
   const int exitStatus = all.hasErrors() ? kBadInput : isAllApplied(input) ? kAllApplied : kNotAllApplied;
-  return {exitStatus, line.json
-                          ? jsonReport(input)
-                          : textReport(input, {.registers = line.registers, .notes = line.notes, .looks = looks})};
+  RunResult result{exitStatus,
+                   line.json ? jsonReport(input)
+                             : textReport(input, {.registers = line.registers, .notes = line.notes, .looks = looks})};
+  if (!line.dumpFile.empty() && exitStatus != kBadInput)
+    result.file = OutputFile{line.dumpFile, dumpText(device_, fpga_->reader())};
+  return result;
 }
 
 // None when the library refuses the device, as a diagnostic then says.

@@ -10,6 +10,7 @@
 #include "command/PacketCommand.h"
 #include "command/Run.h"
 #include "command/Terminal.h"
+#include "command/VerifyCommand.h"
 #include "text/Shown.h"
 
 namespace {
@@ -26,11 +27,13 @@ Sim::RunResult resultOf(int argc, const char* const* argv) {
 
   const bool hasExpectations = line->packet && !line->packet->expectFile.empty();
   const Sim::FileText expectations = hasExpectations ? Sim::readFile(line->packet->expectFile) : Sim::FileText();
+  const Sim::FileText dump = line->verify ? Sim::readFile(line->verify->dumpFile) : Sim::FileText();
 
   // Traces go there as they come, and show how far it is.
   const bool showsProgress = Sim::canOverwriteErrors() && line->trace < 0;
   Sim::Progress progress(showsProgress ? Sim::Progress::Write(Sim::tell) : Sim::Progress::Write());
   if (line->packet) return Sim::runPacket(*line, device, configs, expectations, Sim::looksOfOutput(), progress);
+  if (line->verify) return Sim::runVerify(*line, device, configs, dump, Sim::looksOfOutput(), progress);
   return Sim::run(*line, device, configs, Sim::looksOfOutput(), progress);
 }
 

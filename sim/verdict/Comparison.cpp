@@ -18,16 +18,6 @@ bool speaksOf(const AclConfiguration& acl, const Packet& packet, const Readings&
   return acl.type != Acl::AclType::ipv4 || packet.isIpv4() || readings.isOther(Reading::ipv4Acl);
 }
 
-// A packet of the set that people know, if there is one: the first of these kinds that it has.
-Packet telling(const PacketSet& set) {
-  for (const Packet& liking : kFamiliarPackets) {
-    const PacketSet alike = set & PacketSet::where(Field::etherType, liking[Field::etherType]) &
-                            PacketSet::where(Field::protocol, liking[Field::protocol]);
-    if (!alike.isEmpty()) return alike.example(liking);
-  }
-  return set.example(kFamiliarPackets.front());
-}
-
 // One packet of `difference`, and who decides it. None of an empty set.
 std::optional<Difference> exampleOf(const PacketSet& difference, const FilterDump& filter, Acls acls,
                                     const Readings& readings) {
@@ -146,6 +136,15 @@ PacketSet permittedBy(const FilterDump& filter, const Readings& readings) {
     permitted = verdicts[i].permits ? permitted | matched : permitted - matched;
   }
   return permitted;
+}
+
+Packet telling(const PacketSet& set) {
+  for (const Packet& liking : kFamiliarPackets) {
+    const PacketSet alike = set & PacketSet::where(Field::etherType, liking[Field::etherType]) &
+                            PacketSet::where(Field::protocol, liking[Field::protocol]);
+    if (!alike.isEmpty()) return alike.example(liking);
+  }
+  return set.example(kFamiliarPackets.front());
 }
 
 Comparer::Key Comparer::keyOf(const FilterDump& filter, Acls acls) {

@@ -46,6 +46,10 @@ FilterDecision decide(const FilterDump& filter, const Packet& packet, const Read
 // The packets that a filter lets through.
 PacketSet permittedBy(const FilterDump& filter, const Readings& readings);
 
+// A packet of the set that people know, if there is one: the first of the familiar kinds that it has. Not of an empty
+// set.
+Packet telling(const PacketSet& set);
+
 // A packet that the device does not treat as configured.
 struct Difference {
   Packet packet;

@@ -67,6 +67,7 @@ std::vector<std::string> linesOfCommand(const std::string& command) {
   Progress none;
   const RunResult result =
       line.initFolder ? init(*line.initFolder)
+      : line.verify   ? runVerify(line, text(line.deviceFile), configs, text(line.verify->dumpFile), {}, none)
       : line.packet   ? runPacket(line, text(line.deviceFile), configs, text(line.packet->expectFile), {}, none)
                       : run(line, text(line.deviceFile), configs, {}, none);
   std::istringstream output(result.output);

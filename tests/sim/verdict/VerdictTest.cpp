@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "verdict/Comparison.h"
+#include "verdict/Verification.h"
 
 namespace Sim {
 namespace {
@@ -242,6 +243,38 @@ TEST(Verdict, AsConfiguredIsThatOfTheFirstAceThatMatchesEachPacket) {
       ASSERT_EQ(decision.permits, ace != nullptr ? permits(*ace) : !isMac && !packet.isIpv4());
     }
     for (const IdleAce& idle : idleAces(acl)) ASSERT_FALSE(deciding.contains(idle.ace)) << "seed " << seed;
+  }
+}
+
+// Sets the register that has this path.
+void write(FilterDump& filter, const Register& wanted) {
+  const auto registers = registersOf(filter);
+  const auto at = static_cast<size_t>(std::ranges::find(registers, wanted.path, &Register::path) - registers.begin());
+  ASSERT_LT(at, registers.size());
+  (at < 4 ? filter.values[at] : filter.slots[(at - 4) / 4].values[(at - 4) % 4]) = wanted.value;
+}
+
+TEST(Verification, ARepairMendsAndNeverLetsThroughWhatNeitherEndDoes) {
+  Random random(17);
+  const Readings open = Readings::allOpen();
+  const auto bit = [&](uint32_t value) { return random.isTrue() ? value : 0; };
+  for (int round = 0; round < 400; ++round) {
+    FilterDump expected = randomFilter(random), found = random.isTrue() ? expected : randomFilter(random);
+    for (FilterDump* each : {&expected, &found}) {
+      each->values[0] ^= bit(0x100) | bit(0x200);
+      if (random.below(4) == 0) each->values = {0, bit(1) | bit(8), bit(1), bit(1)};
+    }
+    for (size_t flips = random.below(4); flips != 0; --flips) {
+      Register flipped = random.oneOf(registersOf(found));
+      flipped.value ^= uint32_t{1} << random.below(12);
+      write(found, flipped);
+    }
+    const PacketSet allowed = permittedBy(expected, open) | permittedBy(found, open);
+    for (const Register& each : repairOf(expected, found)) {
+      write(found, each);
+      EXPECT_TRUE((permittedBy(found, open) - allowed).isEmpty()) << round << " " << lineOf(each);
+    }
+    EXPECT_EQ(found, expected);
   }
 }
 

@@ -1,0 +1,224 @@
+#include "report/VerifyReport.h"
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "report/DecisionWords.h"
+#include "report/Json.h"
+#include "report/Report.h"
+
+namespace Sim {
+namespace {
+
+namespace Layout = Kestrix::Layout;
+
+// A register, as it is and as it should be.
+struct RegisterPair {
+  std::string_view name;
+  int digits = 8;  // Of the value.
+  uint32_t expected = 0;
+  uint32_t found = 0;
+  std::string missing = {};     // The bits that only the expected value has, and
+  std::string unexpected = {};  // those that only the other has, in words; empty in a slot.
+};
+
+struct SlotPair {
+  uint8_t slot = 0;
+  std::string expected;  // In words.
+  std::string found;
+  std::vector<RegisterPair> registers;  // Those that differ.
+};
+
+// What `bits` of a register of the filter mean.
+std::string wordsOf(const FilterMismatch& filter, const Layout::FilterRegister& row, uint32_t bits) {
+  FilterDump with{.intf = filter.found.intf};
+  with.values[positionOf(row)] = bits;
+  return with.words(row);
+}
+
+// Registers of the whole filter that differ.
+std::vector<RegisterPair> registerPairs(const FilterMismatch& filter) {
+  std::vector<RegisterPair> pairs;
+  for (const auto& row : Layout::kFilterRegisters) {
+    const uint32_t expected = filter.expected.value(row), found = filter.found.value(row);
+    if (expected == found) continue;
+    pairs.push_back({row.name, 8, expected, found, wordsOf(filter, row, expected & ~found),
+                     wordsOf(filter, row, found & ~expected)});
+  }
+  return pairs;
+}
+
+// Slots that hold or mean something else than they should.
+std::vector<SlotPair> slotPairs(const FilterMismatch& filter) {
+  std::vector<SlotPair> pairs;
+  for (size_t i = 0; i < filter.expected.slots.size(); ++i) {
+    const SlotDump &expected = filter.expected.slots[i], &found = filter.found.slots[i];
+    SlotPair pair{expected.slot, filter.expected.slotWords(expected), filter.found.slotWords(found), {}};
+    for (const auto& row : Layout::kSlotRegisters) {
+      if (expected.value(row) == found.value(row)) continue;
+      pair.registers.push_back({row.name, row.width / 4, expected.value(row), found.value(row)});
+    }
+    if (pair.expected != pair.found || !pair.registers.empty()) pairs.push_back(std::move(pair));
+  }
+  return pairs;
+}
+
+std::string namesOf(const std::vector<Platform::IntfId>& intfs) {
+  std::string names;
+  for (const Platform::IntfId intf : intfs) names += (names.empty() ? "" : ", ") + intf.toText();
+  return names;
+}
+
+void writeRegister(Page& page, size_t indent, const RegisterPair& pair) {
+  std::string line = fmt::format("{:{}}{} 0x{:0{}x}, expected 0x{:0{}x}", "", indent, pair.name, pair.found,
+                                 pair.digits, pair.expected, pair.digits);
+  if (!pair.missing.empty()) line += "; missing: " + pair.missing;
+  if (!pair.unexpected.empty()) line += "; not expected: " + pair.unexpected;
+  page.line({{line}});
+}
+
+void writeSlot(Page& page, const SlotPair& pair) {
+  const std::string lead = fmt::format("  rule[{}] {}", pair.slot, pair.found);
+  page.line({{lead + (pair.expected == pair.found ? ", as expected" : ", expected " + pair.expected)}});
+  for (const RegisterPair& each : pair.registers) writeRegister(page, 4, each);
+}
+
+void writeChange(Page& page, std::string_view what, const std::optional<PacketChange>& change,
+                 const FilterMismatch& filter) {
+  if (!change) return;
+  page.line({{fmt::format("  {} ", what), Style::bad}, {change->packet.toText()}});
+  page.line({{"    by       " + decisionWords(change->found, filter.found)}});
+  page.line({{"    expected " + decisionWords(change->expected, filter.expected)}});
+}
+
+void writeFilter(Page& page, const FilterMismatch& filter) {
+  const std::string_view direction = directionName(filter.expected.direction);
+  page.line({{fmt::format("{} {}  {}", namesOf(filter.intfs), direction, filter.expected.path), Style::head}});
+  for (const RegisterPair& each : registerPairs(filter)) writeRegister(page, 2, each);
+  for (const SlotPair& each : slotPairs(filter)) writeSlot(page, each);
+  const auto& [more, less] = filter.changes;
+  writeChange(page, "lets through", more, filter);
+  writeChange(page, "stops", less, filter);
+  if (!more && !less) page.line({{"  decides every packet as expected, by the readings taken"}});
+  page.line();
+}
+
+// How far an interface is blocked.
+std::string_view blockingWords(const LinkMonitorMismatch& monitor) {
+  const uint32_t bits = monitor.found & Layout::kLinkMonitorBlock;
+  return bits == 0 ? "not blocked" : bits == Layout::kLinkMonitorBlock ? "blocked" : "blocked by one bit of two";
+}
+
+void writeLinkMonitor(Page& page, const LinkMonitorMismatch& monitor) {
+  page.line({{namesOf(monitor.intfs), Style::head},
+             {fmt::format("  {} 0x{:02x}: {}, expected {}", monitor.path, monitor.found, blockingWords(monitor),
+                          monitor.isToBlock ? "blocked" : "not blocked")}});
+  page.line();
+}
+
+Style styleOf(bool isEqual) { return isEqual ? Style::good : Style::bad; }
+
+void writeTotals(Page& page, const Verification& verification) {
+  const auto& [filters, linkMonitors, filtersCompared, registers, compared, missing, others] = verification;
+  page.line({{fmt::format("{} of {} filters differ", filters.size(), filtersCompared), styleOf(filters.empty())},
+             {fmt::format(" ({} registers)", registers)}});
+  page.line(
+      {{fmt::format("{} of {} link monitors differ", linkMonitors.size(), compared), styleOf(linkMonitors.empty())},
+       {missing == 0 ? "" : fmt::format("; {} have no line: whether they block is not known", missing)}});
+  page.line({{fmt::format("lines of other registers: {}", others)}});
+}
+
+void writeRepair(Page& page, const std::vector<Register>& repair) {
+  page.line();
+  page.line({{repair.empty() ? "Nothing is to be mended." : "To mend it, write in this order:"}});
+  for (const Register& each : repair) page.line({{lineOf(each)}});
+}
+
+Json namesJson(const std::vector<Platform::IntfId>& intfs) {
+  Json names = Json::array();
+  for (const Platform::IntfId intf : intfs) names.push_back(intf.toText());
+  return names;
+}
+
+Json registersJson(const std::vector<RegisterPair>& pairs) {
+  Json list = Json::array();
+  for (const RegisterPair& each : pairs) {
+    Json& json = list.emplace_back(Json{{"name", each.name}, {"expected", each.expected}, {"found", each.found}});
+    if (!each.missing.empty()) json["missing"] = each.missing;
+    if (!each.unexpected.empty()) json["unexpected"] = each.unexpected;
+  }
+  return list;
+}
+
+Json decisionJson(const FilterDecision& decision, const FilterDump& filter) {
+  return {{"verdict", decision.permits ? "permit" : "deny"},
+          {"part", Platform::nameOf(decision.part)},
+          {"words", decisionWords(decision, filter)}};
+}
+
+void addChange(Json& json, const char* name, const std::optional<PacketChange>& change, const FilterMismatch& filter) {
+  if (!change) return;
+  json[name] = {{"packet", change->packet.toText()},
+                {"expected", decisionJson(change->expected, filter.expected)},
+                {"found", decisionJson(change->found, filter.found)}};
+}
+
+Json filterJson(const FilterMismatch& filter) {
+  Json json{{"interfaces", namesJson(filter.intfs)},
+            {"direction", directionName(filter.expected.direction)},
+            {"path", filter.expected.path},
+            {"registers", registersJson(registerPairs(filter))},
+            {"rules", Json::array()}};
+  for (const SlotPair& each : slotPairs(filter)) {
+    json["rules"].push_back({{"slot", each.slot},
+                             {"expected", each.expected},
+                             {"found", each.found},
+                             {"registers", registersJson(each.registers)}});
+  }
+  addChange(json, "letsThrough", filter.changes.more, filter);
+  addChange(json, "stops", filter.changes.less, filter);
+  return json;
+}
+
+}  // namespace
+
+std::string textVerification(const VerifyInput& input, const Looks& looks) {
+  Page page(looks);
+  for (const FilterMismatch& each : input.verification.filters) writeFilter(page, each);
+  for (const LinkMonitorMismatch& each : input.verification.linkMonitors) writeLinkMonitor(page, each);
+  writeTotals(page, input.verification);
+  if (input.repair) writeRepair(page, repairOf(input.verification));
+  const std::string warnings = textDiagnostics(input.diagnostics, looks);
+  return warnings + (warnings.empty() ? "" : "\n") + page.text();
+}
+
+std::string jsonVerification(const VerifyInput& input) {
+  const Verification& verification = input.verification;
+  Json json{{"result", verification.isEqual() ? "equal" : "differs"},
+            {"diagnostics", diagnosticsJson(input.diagnostics)},
+            {"filtersCompared", verification.filtersCompared},
+            {"registersCompared", verification.registersCompared},
+            {"linkMonitorsCompared", verification.linkMonitorsCompared},
+            {"linkMonitorsMissing", verification.linkMonitorsMissing},
+            {"others", verification.others},
+            {"filters", Json::array()},
+            {"linkMonitors", Json::array()}};
+  for (const FilterMismatch& each : verification.filters) json["filters"].push_back(filterJson(each));
+  for (const LinkMonitorMismatch& each : verification.linkMonitors) {
+    json["linkMonitors"].push_back({{"interfaces", namesJson(each.intfs)},
+                                    {"path", each.path},
+                                    {"found", each.found},
+                                    {"words", blockingWords(each)},
+                                    {"expectedToBlock", each.isToBlock}});
+  }
+  if (!input.repair) return textOf(json);
+  json["repair"] = Json::array();
+  for (const Register& each : repairOf(verification))
+    json["repair"].push_back({{"path", each.path}, {"value", each.value}});
+  return textOf(json);
+}
+
+}  // namespace Sim
