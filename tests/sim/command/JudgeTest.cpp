@@ -72,7 +72,9 @@ struct Case {
 };
 
 TEST(Judge, SaysWhatFiltersDoOtherwise) {
-  const std::string lab = kLab + "," + kPermitAll, arp = kArp + "," + kPermitAll;
+  const auto withRest = [](const std::string& first) { return first + "," + kPermitAll; };
+  const std::string lab = withRest(kLab), arp = withRest(kArp), length = withRest(kLength),
+                    station = withRest(kStation);
   for (const auto& [name, documents, setting, said] : std::vector<Case>{
            {"blocked", {document({{'M', kDenyAll}}, false)}, {}, {"Mactive"}},
            {"foreign", {document({{'F', kForeign}})}, {}, {"Frefused"}},
@@ -82,13 +84,13 @@ TEST(Judge, SaysWhatFiltersDoOtherwise) {
             {"Mdiffers", "Frefused",
              "port-1 eth-acl-type more tcp 192.0.2.1:49152 > 198.51.100.1:443 M/nothing no-acl"}},
            {"refused",
-            {document({{'I', lab}}), document({{'I', kLength + "," + kPermitAll}})},
+            {document({{'I', lab}}), document({{'I', length}})},
             {},
             {"Irefused", "port-1 ipv4-acl-type more tcp 192.0.3.1:49152 > 198.51.100.1:443 length 40 I/length rest",
              "port-1 ipv4-acl-type less tcp 192.0.2.1:49152 > 198.51.100.1:443 I/rest slot",
              "ACL I was refused: the filter keeps what it held"}},
            {"typeConflict",
-            {document({{'I', lab}, {'M', kStation + "," + kPermitAll}})},
+            {document({{'I', lab}, {'M', station}})},
             {},
             {"Iactive", "Mrefused", "port-1 eth-acl-type more tcp 192.0.3.1:49152 > 198.51.100.1:443 M/station rest"}},
            {"order",
