@@ -1,4 +1,5 @@
-# What is installed of the simulator, the component sim: the program, its manual and completion, example documents.
+# What is installed of the simulator, the component sim: the program, its manual and completion, example documents,
+# schemas.
 install(TARGETS kestrix-sim RUNTIME COMPONENT sim)
 find_program(GZIP_PROGRAM gzip REQUIRED)
 add_custom_command(OUTPUT kestrix-sim.1.gz DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/sim/kestrix-sim.1
@@ -9,3 +10,5 @@ install(FILES sim/kestrix-sim.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-com
         COMPONENT sim)
 file(GLOB documents CONFIGURE_DEPENDS examples/*.json)
 install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrix-sim/examples COMPONENT sim)
+install(DIRECTORY schemas DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-sim COMPONENT sim)
+install(DIRECTORY examples/quick-start DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrix-sim/examples COMPONENT sim)

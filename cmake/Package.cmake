@@ -58,7 +58,7 @@ foreach(document IN ITEMS integration registers model traces performance)
   install(FILES docs/${document}.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEV_PACKAGE_NAME}
           COMPONENT dev)
 endforeach()
-foreach(document IN ITEMS simulator verdicts configuration registers model traces)
+foreach(document IN ITEMS quick-start simulator verdicts configuration registers model traces)
   install(FILES docs/${document}.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_SIM_PACKAGE_NAME}
           COMPONENT sim)
 endforeach()

@@ -10,11 +10,17 @@ _kestrix_sim() {
     previous=${COMP_WORDS[COMP_CWORD - 2]} isValue=yes
   fi
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    if [[ $word == apply ]]; then subcommand=apply; fi
+    if [[ $word == apply || $word == init ]]; then subcommand=${subcommand:-$word}; fi
   done
 
   if [[ $subcommand == "" ]]; then
-    words='apply -h --help --version'
+    words='apply init -h --help --version'
+  elif [[ $subcommand == init && $current == -* ]]; then
+    words='-h --help'
+  elif [[ $subcommand == init ]]; then
+    compopt -o filenames 2>/dev/null  # Fails where the function is called by hand.
+    mapfile -t COMPREPLY < <(compgen -d -- "$current")
+    return
   elif [[ $previous == --drop-delay ]]; then
     words='on off'
   elif [[ $previous == --trace ]]; then

@@ -17,6 +17,7 @@ constexpr char kDescription[] =
     "it is refused.";
 
 constexpr char kExamples[] = R"(Examples:
+  kestrix-sim init                                            a device and ACLs to start from, in this folder
   kestrix-sim apply device.json acls.json                     the table of interfaces, and every rule
   kestrix-sim apply device.json v1.json v2.json               two desired states in a row, and what the change took
   kestrix-sim apply device.json acls.json --registers         and every filter's registers in words
@@ -41,7 +42,7 @@ acls.json:   ACLs in the IETF's model, RFC 8519, as JSON
 A file named - is standard input.
 
 Exit status: 0 all applied, and packets are decided as configured, 1 something refused, failed or decided otherwise on the
-device, 2 bad input or usage, 3 the report could not be written.)";
+device, 2 bad input or usage, 3 the report, or the files of init, could not be written.)";
 
 // How often standard input is named.
 std::ptrdiff_t inputsOf(const CommandLine& line) {
@@ -113,12 +114,23 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
       ->type_name("NAME=VALUE");
   apply->add_flag("--notes", line.notes, "Show a packet for each reading that makes a difference");
 
+  CLI::App* init = app.add_subcommand("init", "Write device.json and acls.json to start from");
+  init->footer(
+      "A file that is there already is never touched.\n\nExit status: 0 both were written, 2 one of them was there "
+      "already, 3 they could not be\nwritten.");
+  std::string folder = ".";
+  init->add_option("folder", folder, "Where to; made if it is not there (by default this folder)")->type_name("FOLDER");
+
   try {
     app.parse(argc, argv);
     if (inputsOf(line) > 1) throw CLI::ValidationError("Standard input, -, can be read only once");
   } catch (const CLI::ParseError& error) {
     end = endOf(app, error);
     return {};
+  }
+  if (init->parsed()) {
+    line.initFolder = folder;
+    return line;
   }
   size_t configs = 0;
   for (const CLI::Option* parsed : apply->parse_order()) {

@@ -14,8 +14,9 @@
 namespace Sim {
 
 struct CommandLine {
-  std::string deviceFile = {};                // "-" is standard input, here and in configFiles; once at most.
-  std::vector<std::string> configFiles = {};  // One desired state after the other.
+  std::optional<std::string> initFolder = {};  // Of init; all of the rest is of apply.
+  std::string deviceFile = {};                 // "-" is standard input, here and in configFiles; once at most.
+  std::vector<std::string> configFiles = {};   // One desired state after the other.
   struct Setting {
     size_t position;   // The number of configurations before it.
     std::string text;  // PATH=VALUE

@@ -2,12 +2,15 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <list>
 #include <system_error>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -47,6 +50,43 @@ bool writeAll(int file, std::string_view text) {
   return true;
 }
 
+// A file that nobody had made before, and that does not stay unless it is kept.
+class FreshFile {
+ public:
+  explicit FreshFile(const NewFile& wanted)
+      : wanted_(wanted), file_(::open(wanted.name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {
+    if (file_ == -1) fail();
+  }
+  FreshFile(const FreshFile&) = delete;
+  FreshFile& operator=(const FreshFile&) = delete;
+  ~FreshFile() {
+    if (file_ != -1) ::close(file_);
+    if (isMade_ && !isKept_) ::unlink(wanted_.name.c_str());
+  }
+
+  // Some file systems tell only at the end that there was no room.
+  void write() {
+    const bool isWritten = writeAll(file_, wanted_.text);
+    if (!isWritten) fail();
+    if (::close(std::exchange(file_, -1)) != 0 && isWritten) fail();
+  }
+  void keep() { isKept_ = true; }
+  // None as long as all went well.
+  const std::optional<WriteFault>& fault() const { return fault_; }
+
+ private:
+  void fail() {
+    const bool exists = errno == EEXIST;
+    fault_ = WriteFault{wanted_.name, lastError(), exists};
+  }
+
+  const NewFile& wanted_;
+  std::optional<WriteFault> fault_;
+  int file_;
+  const bool isMade_ = file_ != -1;
+  bool isKept_ = false;
+};
+
 }  // namespace
 
 void holdStandardStreams() {
@@ -64,6 +104,21 @@ FileText readFile(const std::string& name) {
   FileText read = restOf(file);
   ::close(file);
   return read;
+}
+
+std::optional<WriteFault> createFiles(const std::string& folder, const std::vector<NewFile>& files) {
+  if (::mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) return WriteFault{folder, lastError(), false};
+  std::list<FreshFile> made;
+  for (const NewFile& each : files) {
+    made.emplace_back(each);
+    if (made.back().fault()) return made.back().fault();
+  }
+  for (FreshFile& each : made) {
+    each.write();
+    if (each.fault()) return each.fault();
+  }
+  for (FreshFile& each : made) each.keep();
+  return {};
 }
 
 void tell(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }

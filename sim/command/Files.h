@@ -1,8 +1,10 @@
 // The files and standard streams of a run. What goes wrong with them is a value; nothing here throws for it.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "command/ExitStatus.h"
 
@@ -22,6 +24,23 @@ inline constexpr std::string_view kStandardInput = "-";
 void holdStandardStreams();
 
 FileText readFile(const std::string& name);
+
+// A file to be made.
+struct NewFile {
+  std::string name;
+  std::string_view text;
+};
+
+// Why files could not be made.
+struct WriteFault {
+  std::string file;    // That it was about; or the folder.
+  std::string reason;  // As the system says it.
+  bool exists;         // The file was there before.
+};
+
+// Makes the files, all of them or none, and, where there is none, their folder. None is made, nor any changed, where
+// one of them is there already.
+std::optional<WriteFault> createFiles(const std::string& folder, const std::vector<NewFile>& files);
 
 // Writes `text` to standard error. What cannot be written there is lost.
 void tell(std::string_view text);

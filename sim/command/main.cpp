@@ -6,6 +6,7 @@
 
 #include "command/CommandLine.h"
 #include "command/Files.h"
+#include "command/Init.h"
 #include "command/Run.h"
 #include "command/Terminal.h"
 #include "text/Shown.h"
@@ -16,6 +17,7 @@ Sim::RunResult resultOf(int argc, const char* const* argv) {
   Sim::RunResult end;
   const auto line = Sim::parseCommandLine(argc, argv, end);
   if (!line) return end;
+  if (line->initFolder) return Sim::init(*line->initFolder);
   const Sim::FileText device = Sim::readFile(line->deviceFile);
   std::vector<Sim::FileText> configs;
   configs.reserve(line->configFiles.size());

@@ -1,10 +1,13 @@
-#include <array>
+#include <filesystem>
 #include <regex>
 #include <sstream>
+
+#include <unistd.h>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "command/Init.h"
 #include "command/Run.h"
 #include "support/Docs.h"
 #include "verdict/Readings.h"
@@ -12,7 +15,41 @@
 namespace Sim {
 namespace {
 
+namespace fs = std::filesystem;
+
 using Kestrix::Test::linesOf, Kestrix::Test::textOfFile;
+
+// What is the current folder as long as it lives: an empty one, but for the examples.
+class EmptyFolder {
+ public:
+  EmptyFolder() {
+    fs::create_directory(path_);
+    fs::current_path(path_);
+    fs::create_directory_symlink(KESTRIX_ROOT "examples", "examples");
+  }
+  ~EmptyFolder() {
+    fs::current_path(before_);
+    fs::remove_all(path_);
+  }
+
+ private:
+  const fs::path before_ = fs::current_path();
+  const fs::path path_ = fs::temp_directory_path() / ("kestrix-doc-test-" + std::to_string(::getpid()));
+};
+
+// What a document shows of commands: its blocks "console", or the examples (EX, EE) of a manual page.
+std::vector<std::string> shownIn(const std::string& document) {
+  if (!document.ends_with(".1")) return linesOf(KESTRIX_ROOT + document, "console");
+  std::vector<std::string> shown;
+  bool isExample = false;
+  for (const std::string& line : linesOf(KESTRIX_ROOT + document)) {
+    if (line == ".EX" || line == ".EE")
+      isExample = line == ".EX";
+    else if (isExample)
+      shown.push_back(std::regex_replace(line, std::regex(R"(\\-)"), "-"));
+  }
+  return shown;
+}
 
 // What a command of a document prints, line by line, and its exit status last.
 std::vector<std::string> linesOfCommand(std::string command) {
@@ -24,8 +61,9 @@ std::vector<std::string> linesOfCommand(std::string command) {
   RunResult end;
   const CommandLine line = parseCommandLine(int(arguments.size()), arguments.data(), end).value();
   std::vector<std::string> configs;
-  for (const std::string& file : line.configFiles) configs.push_back(textOfFile(KESTRIX_ROOT + file));
-  const RunResult result = run(line, textOfFile(KESTRIX_ROOT + line.deviceFile), configs, /*colour=*/false);
+  for (const std::string& file : line.configFiles) configs.push_back(textOfFile(file));
+  const RunResult result =
+      line.initFolder ? init(*line.initFolder) : run(line, textOfFile(line.deviceFile), configs, /*colour=*/false);
   std::istringstream output(result.output);
   std::vector<std::string> lines;
   for (std::string each; std::getline(output, each);) lines.push_back(each);
@@ -36,8 +74,10 @@ std::vector<std::string> linesOfCommand(std::string command) {
 TEST(Doc, CommandsPrintWhatIsShown) {
   // The numbers of references depend on what else ran.
   const auto normal = [](const std::string& line) { return std::regex_replace(line, std::regex("#[0-9]+"), "#"); };
-  for (const char* document : {"README.md", "docs/simulator.md", "docs/verdicts.md", "docs/model.md", "docs/registers.md"}) {
-    std::vector<std::string> printed{""}, shown = linesOf(std::string(KESTRIX_ROOT) + document, "console");
+  for (const char* document : {"README.md", "docs/quick-start.md", "docs/simulator.md", "docs/verdicts.md",
+                               "docs/model.md", "docs/registers.md", "sim/kestrix-sim.1"}) {
+    const EmptyFolder folder;
+    std::vector<std::string> printed{""}, shown = shownIn(document);
     shown.push_back("$");  // All is shown then, up to a last "...".
     size_t position = 0, commands = 0;
     bool mayJump = false;
@@ -62,6 +102,12 @@ TEST(Doc, CommandsPrintWhatIsShown) {
     }
     EXPECT_GT(commands, 0u);
   }
+}
+
+TEST(Doc, QuickStartShowsItsFiles) {
+  std::vector<std::string> files = linesOf(KESTRIX_ROOT "examples/quick-start/device.json");
+  for (const std::string& line : linesOf(KESTRIX_ROOT "examples/quick-start/acls.json")) files.push_back(line);
+  EXPECT_EQ(linesOf(KESTRIX_ROOT "docs/quick-start.md", "json"), files);
 }
 
 TEST(Doc, ReadingsAreAsTheTableSays) {

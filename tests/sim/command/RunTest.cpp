@@ -72,7 +72,9 @@ std::vector<std::string> statesOf(const json& report) {
   const auto add = [&](const json& each, std::initializer_list<const char*> members) {
     std::string& state = states.emplace_back();
     for (const char* member : members) {
-      if (each.contains(member)) state += (state.empty() ? "" : " ") + each[member].dump();
+      if (!each.contains(member)) continue;
+      if (!state.empty()) state += ' ';
+      state += each[member].dump();
     }
     std::erase(state, '"');
   };

@@ -96,7 +96,7 @@ constexpr char kSound[] = R"({
       {"interface-id": "port-2", "ingress": {"acl-sets": {"acl-set": [{"name": "M"}]}}}]}}}})";
 
 // The run of the sound documents, with `text` at `place`.
-RunResult runWith(const Json::json_pointer& place, const std::string& text) {
+RunResult runOfMistake(const Json::json_pointer& place, const std::string& text) {
   Json documents = Json::parse(kSound);
   if (text != "nothing") {
     documents[place] = Json::parse(text);
@@ -122,7 +122,7 @@ TEST(ConfigurationReader, WhatItSaysOfAMistakeMendsIt) {
                  slash = std::min(name.find('/'), name.size());
     const std::string place = places.at(name.substr(0, slash)) + name.substr(slash);
     const std::string path = place.substr(place.find('/', 1));
-    const RunResult mistaken = runWith(Json::json_pointer(place), cells.substr(0, first));
+    const RunResult mistaken = runOfMistake(Json::json_pointer(place), cells.substr(0, first));
     EXPECT_EQ(mistaken.exitStatus, kBadInput) << cells;
     std::vector<std::string> said;
     const Json report = Json::parse(mistaken.output);
@@ -135,7 +135,7 @@ TEST(ConfigurationReader, WhatItSaysOfAMistakeMendsIt) {
                                  remedies.insert(remedy).second ? "-> " + remedy : "..."));
     }
     EXPECT_EQ(fmt::format("{}", fmt::join(said, "`, `")), cells.substr(first + 5, last - first - 5)) << cells;
-    const RunResult mended = runWith(Json::json_pointer(place), cells.substr(last + 5));
+    const RunResult mended = runOfMistake(Json::json_pointer(place), cells.substr(last + 5));
     EXPECT_TRUE(mended.exitStatus == kAllApplied || mended.output.find("\"differs\"") != std::string::npos) << cells;
   }
 }
