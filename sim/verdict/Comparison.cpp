@@ -156,7 +156,7 @@ Comparer::Key Comparer::keyOf(const FilterDump& filter, Acls acls) {
   for (const SlotDump& slot : filter.slots) {
     if (filter.slotEnabled(slot.slot)) registers.insert(registers.end(), slot.values.begin(), slot.values.end());
   }
-  return {std::move(registers), {acls.begin(), acls.end()}};
+  return Key(std::move(registers), std::vector(acls.begin(), acls.end()));
 }
 
 const Comparison& Comparer::compare(const FilterDump& filter, Acls acls) {

@@ -54,7 +54,7 @@ class PacketSet {
   size_t nodes() const;
 
  private:
-  explicit PacketSet(bdd set) : set_(std::move(set)) {}
+  explicit PacketSet(const bdd& set) : set_(set) {}
 
   bdd set_;
 };
