@@ -120,5 +120,15 @@ TEST(Judge, SaysWhatFiltersDoOtherwise) {
   }
 }
 
+TEST(Judge, AssumesOnlyWhatThereIs) {
+  for (const auto& [text, isRight] : {std::pair("vlan=opaque", true), {"vlan=", false}, {"vlans=opaque", false}}) {
+    const char* const arguments[] = {"kestrix-sim", "apply", "d", "c", "--assume", text};
+    RunResult end;
+    const auto line = parseCommandLine(std::size(arguments), arguments, end);
+    EXPECT_EQ(line && line->readings.isOther(Reading::vlan), isRight) << text;
+    EXPECT_EQ(end.exitStatus, isRight ? kAllApplied : kBadInput) << end.complaint;
+  }
+}
+
 }  // namespace
 }  // namespace Sim
