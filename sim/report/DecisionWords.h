@@ -15,11 +15,3 @@ std::string decisionWords(const Decision& decision);
 std::string decisionWords(const FilterDecision& decision, const FilterDump& filter);
 
 }  // namespace Sim
-
-// As JSON has them.
-template <>
-inline constexpr Platform::EnumName<Sim::FilterPart> Platform::enumNames<Sim::FilterPart>[] = {
-    {Sim::FilterPart::slot, "slot"},           {Sim::FilterPart::arp, "arp"},
-    {Sim::FilterPart::lldp, "lldp"},           {Sim::FilterPart::broadcast, "broadcast"},
-    {Sim::FilterPart::multicast, "multicast"}, {Sim::FilterPart::rest, "rest"},
-    {Sim::FilterPart::noAcl, "no-acl"}};

@@ -109,7 +109,7 @@ Json configuredJson(const Decision& decision) {
 }
 
 Json deviceJson(const FilterDecision& decision) {
-  Json json{{"permits", decision.permits}, {"by", partName(decision.part)}};
+  Json json{{"permits", decision.permits}, {"by", nameOf(decision.part)}};
   if (decision.part == FilterPart::slot) json["slot"] = decision.slot;
   return json;
 }

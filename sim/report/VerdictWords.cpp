@@ -1,6 +1,7 @@
 #include "report/VerdictWords.h"
 
 #include <cstddef>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -31,11 +32,6 @@ std::string partWords(const FilterDecision& decision) {
 }
 
 }  // namespace
-
-std::string_view partName(FilterPart part) {
-  constexpr std::string_view kNames[] = {"slot", "arp", "lldp", "broadcast", "multicast", "rest", "no-acl"};
-  return kNames[static_cast<size_t>(part)];
-}
 
 std::string configuredWords(const Decision& decision) {
   if (decision.acl == nullptr) return "permitted: no ACL speaks of it";

@@ -2,15 +2,12 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "verdict/Comparison.h"
 
 namespace Sim {
 
-// As in "slot" and "lldp".
-std::string_view partName(FilterPart part);
 // "denied by ACE "web" of ACL guest-in", "permitted: no ACL speaks of it".
 std::string configuredWords(const Decision& decision);
 // "permitted by slot 3".

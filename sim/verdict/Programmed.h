@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/runtime/Text.h"
 #include "registers/RegisterWords.h"
 #include "verdict/PacketSet.h"
 #include "verdict/Readings.h"
@@ -26,3 +27,10 @@ struct FilterVerdict {
 std::vector<FilterVerdict> verdictsOf(const FilterDump& filter, const Readings& readings);
 
 }  // namespace Sim
+
+template <>
+inline constexpr Platform::EnumName<Sim::FilterPart> Platform::enumNames<Sim::FilterPart>[] = {
+    {Sim::FilterPart::slot, "slot"},           {Sim::FilterPart::arp, "arp"},
+    {Sim::FilterPart::lldp, "lldp"},           {Sim::FilterPart::broadcast, "broadcast"},
+    {Sim::FilterPart::multicast, "multicast"}, {Sim::FilterPart::rest, "rest"},
+    {Sim::FilterPart::noAcl, "no-acl"}};
