@@ -29,7 +29,9 @@ void throwBadAlloc(int /*error*/) { throw std::bad_alloc(); }
 
 // The library has one table of nodes for the whole process, which is made at first use and lives as long as it.
 bool startLibrary() {
-  constexpr int kNodes = 40'000, kCache = 10'000;  // The nodes at first; more would only be slower to reach.
+  // The nodes at first; more would only be slower to reach. The caches keep their size: when it changes, BuDDy reads
+  // entries that nobody has written.
+  constexpr int kNodes = 40'000, kCache = 10'000;
   bdd_init(kNodes, kCache);
   bdd_setvarnum(kVariables);
   bdd_setmaxincrease(1'000'000);
