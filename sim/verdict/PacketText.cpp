@@ -144,7 +144,8 @@ class PacketReader {
   void readMacAddress(Field field) {
     try {
       uint64_t number = 0;
-      for (const uint8_t octet : Platform::EthAddr::fromText(word_).octets()) number = number << 8 | octet;
+      const auto octets = Platform::EthAddr::fromText(word_).octets();
+      for (const uint8_t octet : octets) number = number << 8 | octet;
       packet_[field] = number;
     } catch (const Platform::RangeError&) {
       expect("a MAC address, such as 00:00:5e:00:53:01");
