@@ -15,7 +15,7 @@ namespace {
 using nlohmann::json;
 
 // port-1 and port-2 have filters of their own.
-constexpr char kDevice[] = R"({"inRules": 4, "outRules": 4, "interfaces": [
+constexpr char kJudgedDevice[] = R"({"inRules": 4, "outRules": 4, "interfaces": [
     {"name": "port-1", "core": 1, "portGroup": 1}, {"name": "port-2", "core": 1, "portGroup": 2}]})";
 
 std::string ace(const std::string& name, const std::string& matches, const std::string& action) {
@@ -115,7 +115,7 @@ TEST(Judge, SaysWhatFiltersDoOtherwise) {
        }) {
     CommandLine line{.configFiles = std::vector<std::string>(documents.size(), "c"), .json = true};
     if (setting) line.settings.push_back({1, *setting});
-    const json steps = json::parse(run(line, kDevice, documents, /*colour=*/false).output)["steps"];
+    const json steps = json::parse(run(line, kJudgedDevice, documents, /*colour=*/false).output)["steps"];
     EXPECT_EQ(saidOf(steps.back()), said) << name;
   }
 }

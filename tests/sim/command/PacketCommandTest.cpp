@@ -5,15 +5,13 @@
 #include <nlohmann/json.hpp>
 
 #include "command/CommandLine.h"
-#include "support/Docs.h"
+#include "sim/Examples.h"
 #include "verdict/Probe.h"
 
 namespace Sim {
 namespace {
 
 using testing::ElementsAre;
-
-std::string example(const std::string& name) { return Kestrix::Test::textOfFile(KESTRIX_ROOT "examples/" + name); }
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
   return text.replace(text.find(from), from.size(), to);

@@ -8,15 +8,13 @@
 #include <nlohmann/json.hpp>
 
 #include "command/ExitStatus.h"
-#include "support/Docs.h"
+#include "sim/Examples.h"
 
 namespace Sim {
 namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
-
-std::string example(const std::string& name) { return Kestrix::Test::textOfFile(KESTRIX_ROOT "examples/" + name); }
 
 json jsonOf(const RunResult& result) { return json::parse(result.output); }
 

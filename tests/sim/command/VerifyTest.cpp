@@ -9,7 +9,7 @@
 
 #include "command/Run.h"
 #include "command/VerifyCommand.h"
-#include "support/Docs.h"
+#include "sim/Examples.h"
 
 namespace Sim {
 namespace {
@@ -21,8 +21,6 @@ using Registers = std::map<std::string, uint32_t>;
 CommandLine lineOf(std::optional<VerifyOptions> verify) {
   return {.configFiles = {"v1", "v2"}, .json = true, .dumpFile = "d", .verify = std::move(verify)};
 }
-
-std::string example(const std::string& name) { return Kestrix::Test::textOfFile(KESTRIX_ROOT "examples/" + name); }
 
 RunResult verifyDump(const std::string& dump) {
   Progress none;

@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
-#include <random>
 #include <set>
 #include <string>
 #include <vector>
 
 #include <fmt/format.h>
 
+#include "sim/Random.h"
 #include "simulate/Framework.h"
 #include "simulate/SimFpga.h"
 #include "verdict/Comparison.h"
@@ -39,16 +39,6 @@ bool permitsRest(const Rules& rules) {
 struct Policy {
   std::optional<Rules> ip, mac;  // Attached to the interface.
   bool macFirst = false;
-};
-
-class Random {
- public:
-  explicit Random(unsigned seed) : engine_(seed) {}
-  uint64_t below(uint64_t limit) { return engine_() % limit; }
-  bool isTrue() { return below(2) != 0; }
-
- private:
-  std::mt19937 engine_;
 };
 
 Rules randomRules(Random& random, std::vector<Kind> kinds) {

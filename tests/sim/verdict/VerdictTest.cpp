@@ -4,12 +4,12 @@
 
 #include <bit>
 #include <optional>
-#include <random>
 #include <set>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include "sim/Random.h"
 #include "verdict/Comparison.h"
 #include "verdict/Verification.h"
 
@@ -22,17 +22,6 @@ constexpr uint64_t kStation = 0x0000'5E00'5301;
 constexpr uint64_t kMacs[] = {kStation, kStation + 1, 0x0180'C200'000E, kBroadcastMac};
 constexpr uint32_t kIps[] = {0x0A00'0001, 0x0A00'0002, 0x0A00'0101, 0xC000'0201};
 constexpr uint16_t kPortNumbers[] = {80, 443};
-
-class Random {
- public:
-  explicit Random(unsigned seed) : engine_(seed) {}
-  uint64_t below(uint64_t limit) { return engine_() % limit; }
-  bool isTrue() { return below(2) != 0; }
-  auto oneOf(const auto& values) { return values[below(std::size(values))]; }
-
- private:
-  std::mt19937 engine_;
-};
 
 Packet randomPacket(Random& random) {
   Packet packet = familiarPacket(random.oneOf(std::array{kIpv4Frame, kIpv4Frame, kArpFrame, kLldpFrame, kIpv6Frame}),
