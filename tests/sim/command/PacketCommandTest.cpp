@@ -30,8 +30,10 @@ std::vector<std::string> answer(const std::string& device, const std::vector<std
   std::vector<std::string> words{report["result"]};
   const auto add = [&](const nlohmann::json& from, std::initializer_list<const char*> members) {
     std::string& all = words.emplace_back();
-    for (const char* member : members)
-      all += (all.empty() ? "" : " ") + (from.contains(member) ? from[member].dump() : "-");
+    for (const char* member : members) {
+      if (!all.empty()) all += ' ';
+      all += from.contains(member) ? from[member].dump() : "-";
+    }
   };
   for (const char* side : {"configured", "device"}) add(packet[side], {"permits", "acl", "ace", "by", "slot"});
   for (const auto& each : packet["inactive"]) add(each, {"acl", "state", "code", "keepsPrevious"});
