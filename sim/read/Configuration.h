@@ -18,6 +18,7 @@ struct Ports {
   uint16_t port = 0;
   uint16_t low = 0;
   uint16_t high = 0;
+  uint16_t except = 0;  // Of all ports but one, that one; the range is then only the wider one beside it. 0 is none.
 
   bool operator==(const Ports&) const = default;
 };

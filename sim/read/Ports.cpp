@@ -97,7 +97,10 @@ std::optional<Ports> readOperator(const Place& place) {
   const auto namePlace = place.member("operator");
   const Operator* const row = namePlace ? operatorOf(*namePlace) : &kEquals;
   const auto port = readNumber(place.required("port", remedy()));
-  return row != nullptr && port ? portsOf(place, row->range(*port)) : std::nullopt;
+  if (row == nullptr || !port) return {};
+  auto ports = portsOf(place, row->range(*port));
+  if (ports && row->name == "neq") ports->except = static_cast<uint16_t>(*port);
+  return ports;
 }
 
 }  // namespace

@@ -36,6 +36,7 @@ PacketSet matchedBy(const Acl::IpFilter& filter) {
 
 PacketSet matchedBy(const Ports& ports, Field field) {
   if (ports == Ports{}) return ~PacketSet();
+  if (ports.except != 0) return packetsWithPorts() - PacketSet::where(field, ports.except);
   return packetsWithPorts() & PacketSet::between(field, ports.low, ports.high);
 }
 

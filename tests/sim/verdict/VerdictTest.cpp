@@ -150,7 +150,8 @@ Platform::IpAddrWithFullMask randomNetwork(Random& random) {
 }
 
 Ports randomPorts(Random& random) {
-  return random.oneOf(std::array{Ports{}, Ports{80, 80, 80}, Ports{0, 81, 443}, Ports{0, 0, 442}});
+  return random.oneOf(
+      std::array{Ports{}, Ports{80, 80, 80}, Ports{0, 81, 443}, Ports{0, 0, 442}, Ports{0, 81, 65535, 80}});
 }
 
 Ace randomAce(Random& random, bool isMac) {
@@ -174,6 +175,7 @@ bool isIn(const Platform::IpAddrWithFullMask& network, uint64_t addr) {
 }
 
 bool isIn(const Ports& ports, const Packet& packet, Field field) {
+  if (ports.except != 0) return packet.hasPorts() && packet[field] != ports.except;
   return ports == Ports{} || (packet.hasPorts() && packet[field] >= ports.low && packet[field] <= ports.high);
 }
 
