@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "read/ConfigurationReader.h"
+#include "report/Report.h"
 
 namespace Sim {
 
@@ -54,6 +55,10 @@ void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes
     warning.remedy = "Name one of those, counted from 1, to see it fail.";
     diagnostics.add(warning);
   }
+}
+
+RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) {
+  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
 }
 
 Diagnostic refusalOf(const std::string& deviceFile, const Platform::RangeError& error) {

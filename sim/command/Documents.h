@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "command/CommandLine.h"
+#include "command/ExitStatus.h"
 #include "command/Files.h"
 #include "command/Progress.h"
 #include "platform/runtime/Errors.h"
 #include "read/Configuration.h"
 #include "read/Device.h"
 #include "read/Diagnostics.h"
+#include "report/Page.h"
 
 namespace Sim {
 
@@ -39,6 +41,9 @@ std::optional<Documents> readDocuments(const CommandLine& line, const FileText& 
 
 // The run has made `writes` writes, and ends without those of `failWrites` that would have come later.
 void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes, Diagnostics& diagnostics);
+
+// The report of a run that ends with these errors.
+RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks);
 
 // What is wrong with a device that the library refuses.
 Diagnostic refusalOf(const std::string& deviceFile, const Platform::RangeError& error);

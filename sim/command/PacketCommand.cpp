@@ -22,7 +22,7 @@
 namespace Sim {
 namespace {
 
-constexpr char kExamples[] = R"(Examples:
+constexpr char kPacketExamples[] = R"(Examples:
   kestrix-sim packet device.json acls.json --interface port-1 --direction ingress \
       'tcp 192.0.2.7:1234 > 198.51.100.9:443'                 which ACE decides it, and which slot
   kestrix-sim packet device.json acls.json --expect policy.txt
@@ -133,16 +133,12 @@ class Trial {
   std::optional<FilterDumps> filters_;
 };
 
-RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) {
-  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
-}
-
 }  // namespace
 
 void addPacketCommand(CLI::App& app, CommandLine& line) {
   CLI::App* packet = app.add_subcommand(
       "packet", "Apply ACL configurations to a device, and say what becomes of a packet, or of many, and why");
-  packet->footer(kExamples);
+  packet->footer(kPacketExamples);
   packet->preparse_callback([&line](size_t) { line.packet.emplace(); });
   // Its options exist once the subcommand is met, and are given there.
   const auto text = [&line](std::string PacketOptions::* member) {

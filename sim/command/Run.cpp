@@ -18,10 +18,6 @@
 namespace Sim {
 namespace {
 
-RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) {
-  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
-}
-
 // A step of the command line: a configuration, or, where there is none, what is set between two of them.
 struct Step {
   const Configuration* configuration = nullptr;

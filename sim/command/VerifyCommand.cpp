@@ -20,7 +20,7 @@
 namespace Sim {
 namespace {
 
-constexpr char kExamples[] = R"(Examples:
+constexpr char kVerifyExamples[] = R"(Examples:
   kestrix-sim verify device.json acls.json --dump found.txt   what differs on the device, and for which packets
   kestrix-sim verify device.json v1.json v2.json --dump found.txt
                                                               the same where it has had two desired states in a row
@@ -34,10 +34,6 @@ found.txt: a line for each register, as apply --dump writes it: msp_send[0]/i_fi
 A file named - is standard input.
 
 Exit status: 0 the device is as expected, 1 it differs, 2 bad input or usage, 3 the report could not be written.)";
-
-RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) {
-  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
-}
 
 // What a fresh device does not take is not compared, either.
 void warnOfUnapplied(const std::string& file, const Outcome& outcome, Diagnostics& diagnostics) {
@@ -94,7 +90,7 @@ void requireLinkMonitors(const CommandLine& line, const Device& device, const Si
 void addVerifyCommand(CLI::App& app, CommandLine& line) {
   CLI::App* verify = app.add_subcommand(
       "verify", "Compare a device's registers with those that a fresh one has after the same configurations");
-  verify->footer(kExamples);
+  verify->footer(kVerifyExamples);
   // Its options exist once the subcommand is met, and are given there.
   verify->preparse_callback([&line](size_t) { line.verify.emplace(); });
   verify->add_option("device", line.deviceFile, "The device: its rule slots and interfaces (JSON)")
