@@ -23,9 +23,9 @@ std::string ace(const std::string& name, const std::string& matches, const std::
                      action);
 }
 const std::string kDenyAll = ace("nothing", "", "drop"), kPermitAll = ace("rest", "", "accept");
-const std::string kArp = ace("arp", R"("eth": {"ethertype": "arp"})", "accept");
+const std::string kArpAce = ace("arp", R"("eth": {"ethertype": "arp"})", "accept");
 const std::string kLab = ace("lab", R"("ipv4": {"source-ipv4-network": "192.0.2.0/24"})", "drop");
-const std::string kStation = ace("station", R"("eth": {"source-mac-address": "00:00:5e:00:53:01"})", "drop");
+const std::string kStationAce = ace("station", R"("eth": {"source-mac-address": "00:00:5e:00:53:01"})", "drop");
 const std::string kLength = ace("length", R"("ipv4": {"length": 40})", "drop");
 const std::string kForeign = ace("v6", R"("ipv6": {"source-ipv6-network": "2001:db8::/32"})", "drop");
 
@@ -73,8 +73,8 @@ struct Case {
 
 TEST(Judge, SaysWhatFiltersDoOtherwise) {
   const auto withRest = [](const std::string& first) { return first + "," + kPermitAll; };
-  const std::string lab = withRest(kLab), arp = withRest(kArp), length = withRest(kLength),
-                    station = withRest(kStation);
+  const std::string lab = withRest(kLab), arp = withRest(kArpAce), length = withRest(kLength),
+                    station = withRest(kStationAce);
   for (const auto& [name, documents, setting, said] : std::vector<Case>{
            {"blocked", {document({{'M', kDenyAll}}, false)}, {}, {"Mactive"}},
            {"foreign", {document({{'F', kForeign}})}, {}, {"Frefused"}},
