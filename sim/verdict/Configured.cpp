@@ -26,8 +26,7 @@ const PacketSet& packetsWithPorts() {
 
 PacketSet matchedBy(const Acl::IpFilter& filter) {
   const auto address = [](Field field, const Platform::IpAddrWithFullMask& network) {
-    return network.addr.isAny() ? ~PacketSet()
-                                : PacketSet::where(field, network.addr.number(), uint32_t{~network.mask});
+    return network.addr.isAny() ? ~PacketSet() : PacketSet::where(field, network.addr.number(), ~network.mask);
   };
   const PacketSet addresses = address(Field::sourceIp, filter.srcIp) & address(Field::destinationIp, filter.dstIp);
   return filter.proto == Platform::kAnyProto ? addresses
@@ -91,6 +90,7 @@ bool canBeDecided(const AclConfiguration& acl) {
 
 std::vector<AceVerdict> verdictsOf(const AclConfiguration& acl, const Readings& readings) {
   std::vector<AceVerdict> verdicts;
+  verdicts.reserve(acl.aces.size() + 2);
   for (const Ace& ace : acl.aces) {
     verdicts.push_back({&ace, std::visit([](const auto& rule) { return matchedBy(rule); }, ace.rule), permits(ace)});
   }

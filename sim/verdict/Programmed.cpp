@@ -73,7 +73,7 @@ class Frames {
     constexpr uint64_t kEveryBit = 0xFFFF;
     if ((wildcard & kEveryBit) == kEveryBit) return ~PacketSet();
     const Field field = isSource() ? Field::sourcePort : Field::destinationPort;
-    const PacketSet compared =
+    PacketSet compared =
         (withPorts_ & PacketSet::where(field, port, wildcard)) | (later_ & readings_.other(Reading::fragments));
     if (filter_.isSet(Layout::kEnable, Layout::kL4)) return compared;
     return compared | ~readings_.other(Reading::portsOff);
