@@ -154,9 +154,11 @@ Json registersJson(const std::vector<RegisterPair>& pairs) {
 }
 
 Json decisionJson(const FilterDecision& decision, const FilterDump& filter) {
-  return {{"verdict", decision.permits ? "permit" : "deny"},
-          {"part", Platform::nameOf(decision.part)},
-          {"words", decisionWords(decision, filter)}};
+  Json json{{"permits", decision.permits},
+            {"by", Platform::nameOf(decision.part)},
+            {"words", decisionWords(decision, filter)}};
+  if (decision.part == FilterPart::slot) json["slot"] = decision.slot;
+  return json;
 }
 
 void addChange(Json& json, const char* name, const std::optional<PacketChange>& change, const FilterMismatch& filter) {
