@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "command/Files.h"
+#include "command/Options.h"
 #include "text/Shown.h"
 
 namespace Sim {
@@ -76,13 +77,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
   CLI::App* apply = app.add_subcommand(
       "apply", "Apply ACL configurations to a device, one after the other, and report what became of them");
   apply->footer(kExamples);
-  apply->add_option("device", line.deviceFile, "The device: its rule slots and interfaces (JSON)")
-      ->required()
-      ->type_name("DEVICE.json");
-  const CLI::Option* config =
-      apply->add_option("config", line.configFiles, "The ACL configuration (RFC 8519 in JSON), or one after the other")
-          ->required()
-          ->type_name("CONFIG.json");
+  addDocuments(*apply, line);
   apply->add_flag("--registers", line.registers, "Show every filter's registers, each set bit and slot in words");
   apply->add_flag("--json", line.json, "Report as JSON, registers included");
   apply->add_option("--trace", line.trace, "Print the library's trace lines up to this level to standard error")
@@ -98,13 +93,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
               "repeatable")
           ->allow_extra_args(false)
           ->type_name("PATH=VALUE");
-  std::vector<uint64_t> failWrites;
-  apply
-      ->add_option("--fail-write", failWrites,
-                   "Let the K-th register write fail, counted from 1 with those at start-up; repeatable")
-      ->allow_extra_args(false)
-      ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
-      ->type_name("K");
+  addFailWrite(*apply, line);
   apply->add_option("--dump", line.dumpFile, "Write the registers that the device ends with to a file, for verify")
       ->check([](const std::string& name) { return name == kStandardInput ? "name a file" : ""; })
       ->type_name("FILE");
@@ -112,12 +101,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
   apply->add_option("--drop-delay", dropDelay, "Set the ACL drop delay, whatever the device says")
       ->check(CLI::IsMember({"on", "off"}))
       ->type_name("on|off");
-  apply
-      ->add_option("--assume", line.assumptions,
-                   "Take a reading of what the hardware leaves open another way, as in vlan=opaque; repeatable")
-      ->allow_extra_args(false)
-      ->check([](const std::string& text) { return Readings().assume(text); })
-      ->type_name("NAME=VALUE");
+  addAssume(*apply, line);
   apply->add_flag("--notes", line.notes, "Show a packet for each reading that makes a difference");
 
   CLI::App* init = app.add_subcommand("init", "Write device.json and acls.json to start from");
@@ -142,12 +126,9 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
   }
   size_t configs = 0;
   for (const CLI::Option* parsed : apply->parse_order()) {
-    if (parsed == config) ++configs;
+    if (parsed == apply->get_option("config")) ++configs;
     if (parsed == set) line.settings.push_back({configs, settings[line.settings.size()]});
   }
-  if (line.packet) return line;
-  for (const std::string& each : line.assumptions) line.readings.assume(each);
-  line.failWrites = {failWrites.begin(), failWrites.end()};
   if (!dropDelay.empty()) line.dropDelay = dropDelay == "on";
   return line;
 }

@@ -11,11 +11,10 @@
 
 #include "command/CommandLine.h"
 #include "command/Documents.h"
+#include "command/Options.h"
+#include "command/Session.h"
 #include "report/PacketReport.h"
 #include "report/Report.h"
-#include "simulate/Framework.h"
-#include "simulate/SimFpga.h"
-#include "simulate/TracePrinter.h"
 #include "verdict/PacketText.h"
 #include "verdict/Probe.h"
 
@@ -78,60 +77,36 @@ std::vector<Probe> readProbes(const PacketOptions& options, const FileText& expe
   return probes;
 }
 
-// The device, once all configurations were applied, and what is wanted of it then.
-class Trial {
- public:
-  // Raises Platform::RangeError for a device that the library refuses.
-  Trial(const CommandLine& line, const Documents& documents, Progress& progress)
-      : desired_(documents.configurations.back().desired), fpga_(Platform::make<SimFpga>(line.failWrites)) {
-    for (const std::string& text : line.packet->assumptions) readings_.assume(text);
-    const TracePrinter none(-1);
-    Framework framework(documents.device, fpga_, progress.counter());
-    for (size_t i = 0; i < documents.configurations.size(); ++i) {
-      progress.begin("applying " + line.configFiles[i]);
-      outcome_ = framework.apply(documents.configurations[i].desired);
-    }
-    filters_.emplace(fpga_->reader(), documents.device);
+// Those attached where the probe is.
+std::vector<const AclConfiguration*> aclsOf(const Configuration& desired, const Probe& probe) {
+  std::vector<const AclConfiguration*> acls;
+  for (const Attachment& each : desired.attachments) {
+    if (each.intf != probe.intf || each.direction != probe.direction) continue;
+    acls.push_back(&*std::ranges::find(desired.acls, each.acl, &AclConfiguration::name));
   }
+  return acls;
+}
 
-  PacketAnswer answer(const Probe& probe) const {
-    const FilterDump& filter = filters_->of(probe.intf, probe.direction);
-    PacketAnswer answer{probe, {}, decide(filter, probe.packet, readings_), &filter};
-    answer.isBlocked = std::ranges::find(outcome_.blocked, probe.intf) != outcome_.blocked.end();
-    const auto attached = aclsOf(probe);
-    auto acls = attached;
-    std::erase_if(acls, [](const AclConfiguration* acl) { return !canBeDecided(*acl); });
-    if (acls.empty() && !attached.empty()) {
-      answer.foreign = attached.front();
-    } else {
-      answer.configured = decide(acls, probe.packet, readings_);
-    }
-    for (const IntfOutcome& each : outcome_.intfs) {
-      const bool isHere = each.intf == probe.intf && each.direction == probe.direction;
-      if (isHere && each.state != IntfState::active) answer.inactive.push_back(&each);
-    }
-    return answer;
+// What becomes of it after a step, and what the configuration of that step wants.
+PacketAnswer answerTo(const Probe& probe, const StepReport& step, const Configuration& desired,
+                      const Readings& readings) {
+  const FilterDump& filter = step.filters.of(probe.intf, probe.direction);
+  PacketAnswer answer{probe, {}, decide(filter, probe.packet, readings), &filter};
+  answer.isBlocked = std::ranges::find(step.outcome.blocked, probe.intf) != step.outcome.blocked.end();
+  const auto attached = aclsOf(desired, probe);
+  auto acls = attached;
+  std::erase_if(acls, [](const AclConfiguration* acl) { return !canBeDecided(*acl); });
+  if (acls.empty() && !attached.empty()) {
+    answer.foreign = attached.front();
+  } else {
+    answer.configured = decide(acls, probe.packet, readings);
   }
-
-  uint64_t writes() const { return fpga_->writes(); }
-
- private:
-  // Those attached where the probe is.
-  std::vector<const AclConfiguration*> aclsOf(const Probe& probe) const {
-    std::vector<const AclConfiguration*> acls;
-    for (const Attachment& each : desired_.attachments) {
-      if (each.intf != probe.intf || each.direction != probe.direction) continue;
-      acls.push_back(&*std::ranges::find(desired_.acls, each.acl, &AclConfiguration::name));
-    }
-    return acls;
+  for (const IntfOutcome& each : step.outcome.intfs) {
+    const bool isHere = each.intf == probe.intf && each.direction == probe.direction;
+    if (isHere && each.state != IntfState::active) answer.inactive.push_back(&each);
   }
-
-  const Configuration& desired_;
-  Readings readings_;
-  Platform::Ptr<SimFpga> fpga_;
-  Outcome outcome_;  // Of the last configuration.
-  std::optional<FilterDumps> filters_;
-};
+  return answer;
+}
 
 }  // namespace
 
@@ -144,15 +119,7 @@ void addPacketCommand(CLI::App& app, CommandLine& line) {
   const auto text = [&line](std::string PacketOptions::* member) {
     return [&line, member](const std::string& value) { (*line.packet).*member = value; };
   };
-  packet->add_option("device", line.deviceFile, "The device: its rule slots and interfaces (JSON)")
-      ->required()
-      ->type_name("DEVICE.json");
-  packet
-      ->add_option("config", line.configFiles,
-                   "The ACL configuration (RFC 8519 in JSON), or one after the other; behind them the packet, unless "
-                   "--expect names a file")
-      ->required()
-      ->type_name("CONFIG.json");
+  addDocuments(*packet, line, "; behind them the packet, unless --expect names a file");
   CLI::Option* interface =
       packet->add_option_function<std::string>("--interface", text(&PacketOptions::interface), "Where the packet is")
           ->type_name("NAME");
@@ -167,20 +134,8 @@ void addPacketCommand(CLI::App& app, CommandLine& line) {
       ->excludes(interface)
       ->excludes(direction)
       ->type_name("FILE");
-  packet
-      ->add_option_function<std::vector<std::string>>(
-          "--assume", [&line](const std::vector<std::string>& all) { line.packet->assumptions = all; },
-          "Take what the registers leave open another way than by default; repeatable")
-      ->allow_extra_args(false)
-      ->check([](const std::string& each) { return Readings().assume(each); })
-      ->type_name("NAME=VALUE");
-  packet
-      ->add_option_function<std::vector<uint64_t>>(
-          "--fail-write", [&line](const std::vector<uint64_t>& all) { line.failWrites = {all.begin(), all.end()}; },
-          "Let the K-th register write fail, counted from 1 with those at start-up; repeatable")
-      ->allow_extra_args(false)
-      ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
-      ->type_name("K");
+  addAssume(*packet, line);
+  addFailWrite(*packet, line);
   packet->add_flag("--json", line.json, "Report as JSON");
   packet->callback([&line] { requireComplete(line); });
 }
@@ -192,19 +147,19 @@ RunResult runPacket(const CommandLine& line, const FileText& device, const std::
   const Device unknown;
   const auto probes = readProbes(*line.packet, expectations, documents ? documents->device : unknown, diagnostics);
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, looks);
-  try {
-    const Trial trial(line, *documents, progress);
-    warnOfUnreachedWrites(line.failWrites, trial.writes(), diagnostics);
-    progress.begin("trying packets");
-    std::vector<PacketAnswer> answers;
-    answers.reserve(probes.size());
-    for (const Probe& probe : probes) answers.push_back(trial.answer(probe));
-    const PacketReport report{answers, diagnostics, line.packet->expectFile};
-    return {report.isGood() ? kAllApplied : kNotAllApplied, line.json ? jsonReport(report) : textReport(report, looks)};
-  } catch (const Platform::RangeError& error) {
-    diagnostics.add(refusalOf(line.deviceFile, error));
-    return badInput(line, diagnostics, looks);
+  auto session = startSession(line, documents->device, Depth::outcome, progress, diagnostics);
+  if (!session) return badInput(line, diagnostics, looks);
+  for (const Step& step : stepsOf(line, documents->configurations)) session->take(step, diagnostics);
+  warnOfUnreachedWrites(line.failWrites, session->writes(), diagnostics);
+  progress.begin("trying packets");
+  std::vector<PacketAnswer> answers;
+  answers.reserve(probes.size());
+  for (const Probe& probe : probes) {
+    answers.push_back(
+        answerTo(probe, session->steps().back(), documents->configurations.back().desired, line.readings));
   }
+  const PacketReport report{answers, diagnostics, line.packet->expectFile};
+  return {report.isGood() ? kAllApplied : kNotAllApplied, line.json ? jsonReport(report) : textReport(report, looks)};
 }
 
 }  // namespace Sim

@@ -24,7 +24,6 @@ struct PacketOptions {
   std::string interface = {};
   std::string direction = {};
   std::string packet = {};
-  std::vector<std::string> assumptions = {};  // NAME=VALUE, each a reading.
 };
 
 // Adds the subcommand. Parsing raises CLI::ParseError where options do not go together, and sets `line.packet`.

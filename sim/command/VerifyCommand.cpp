@@ -9,12 +9,11 @@
 
 #include "command/CommandLine.h"
 #include "command/Documents.h"
+#include "command/Options.h"
+#include "command/Session.h"
 #include "registers/RegisterDump.h"
 #include "report/Report.h"
 #include "report/VerifyReport.h"
-#include "simulate/Framework.h"
-#include "simulate/SimFpga.h"
-#include "simulate/TracePrinter.h"
 #include "verdict/Verification.h"
 
 namespace Sim {
@@ -50,32 +49,11 @@ void warnOfUnapplied(const std::string& file, const Outcome& outcome, Diagnostic
   }
 }
 
-// A device that has had the configurations, one after the other; null for one that the library refuses, as a diagnostic
-// then says.
-Platform::Ptr<SimFpga> freshDevice(const CommandLine& line, const Documents& documents, Diagnostics& diagnostics,
-                                   Progress& progress) {
-  const TracePrinter silent(line.trace);
-  auto fpga = Platform::make<SimFpga>();
-  try {
-    Framework framework(documents.device, fpga, progress.counter());
-    Outcome outcome;
-    for (size_t i = 0; i < documents.configurations.size(); ++i) {
-      progress.begin("applying " + line.configFiles.at(i));
-      outcome = framework.apply(documents.configurations[i].desired);
-    }
-    warnOfUnapplied(line.configFiles.back(), outcome, diagnostics);
-  } catch (const Platform::RangeError& error) {
-    diagnostics.add(refusalOf(line.deviceFile, error));
-    return {};
-  }
-  return fpga;
-}
-
 // What blocks must be known: a link monitor is mended by changing some of its bits.
-void requireLinkMonitors(const CommandLine& line, const Device& device, const SimFpga& fresh, const RegisterDump& dump,
-                         Diagnostics& diagnostics) {
+void requireLinkMonitors(const CommandLine& line, const Device& device, const RegisterAt& expected,
+                         const RegisterDump& dump, Diagnostics& diagnostics) {
   for (const auto& [path, intfs] : linkMonitors(device)) {
-    if (fresh.value(path) == 0 || dump.value(path)) continue;
+    if (expected(path) == 0 || dump.value(path)) continue;
     Diagnostic missing;
     missing.code = "missing-register";
     missing.file = line.verify->dumpFile;
@@ -93,12 +71,7 @@ void addVerifyCommand(CLI::App& app, CommandLine& line) {
   verify->footer(kVerifyExamples);
   // Its options exist once the subcommand is met, and are given there.
   verify->preparse_callback([&line](size_t) { line.verify.emplace(); });
-  verify->add_option("device", line.deviceFile, "The device: its rule slots and interfaces (JSON)")
-      ->required()
-      ->type_name("DEVICE.json");
-  verify->add_option("config", line.configFiles, "The ACL configuration (RFC 8519 in JSON), or one after the other")
-      ->required()
-      ->type_name("CONFIG.json");
+  addDocuments(*verify, line);
   verify
       ->add_option_function<std::string>(
           "--dump", [&line](const std::string& name) { line.verify->dumpFile = name; },
@@ -107,13 +80,7 @@ void addVerifyCommand(CLI::App& app, CommandLine& line) {
       ->type_name("FILE");
   verify->add_flag_callback(
       "--repair", [&line] { line.verify->repair = true; }, "Show the writes, in order, that mend the device");
-  verify
-      ->add_option_function<std::vector<std::string>>(
-          "--assume", [&line](const std::vector<std::string>& all) { line.verify->assumptions = all; },
-          "Take what the registers leave open another way than by default; repeatable")
-      ->allow_extra_args(false)
-      ->check([](const std::string& each) { return Readings().assume(each); })
-      ->type_name("NAME=VALUE");
+  addAssume(*verify, line);
   verify->add_flag("--json", line.json, "Report as JSON");
 }
 
@@ -127,13 +94,15 @@ RunResult runVerify(const CommandLine& line, const FileText& device, const std::
   if (!documents || text == nullptr) return badInput(line, diagnostics, looks);
   const RegisterDump found(dumpFile, *text, documents->device, diagnostics);
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, looks);
-  const auto fresh = freshDevice(line, *documents, diagnostics, progress);
-  if (fresh != nullptr) requireLinkMonitors(line, documents->device, *fresh, found, diagnostics);
+  auto fresh = startSession(line, documents->device, Depth::outcome, progress, diagnostics);
+  if (!fresh) return badInput(line, diagnostics, looks);
+  for (const Step& step : stepsOf(line, documents->configurations)) fresh->take(step, diagnostics);
+  warnOfUnapplied(line.configFiles.back(), fresh->steps().back().outcome, diagnostics);
+  const RegisterAt expected = fresh->registers();
+  requireLinkMonitors(line, documents->device, expected, found, diagnostics);
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, looks);
   progress.begin("comparing");
-  Readings readings;
-  for (const std::string& each : line.verify->assumptions) readings.assume(each);
-  const Verification verification = verify(documents->device, fresh->reader(), found, readings);
+  const Verification verification = verify(documents->device, expected, found, line.readings);
   const VerifyInput input{verification, diagnostics, line.verify->repair};
   return {verification.isEqual() ? kEqual : kDiffers,
           line.json ? jsonVerification(input) : textVerification(input, looks)};

@@ -20,7 +20,6 @@ struct CommandLine;
 // What the command line says beside the documents.
 struct VerifyOptions {
   std::string dumpFile = {};                  // The registers of the device; "-" is standard input.
-  std::vector<std::string> assumptions = {};  // NAME=VALUE, each a reading.
   bool repair = false;
 };
 

@@ -47,9 +47,9 @@ struct ReportInput {
   uint64_t writes;         // Of the whole run,
   uint64_t startupWrites;  // and before its first step.
   const std::vector<FailedWrite>& failedWrites;
-  const FilterDumps& filters;  // In the end.
+  FilterDumps filters;  // In the end.
   const Diagnostics& diagnostics;
-  const std::optional<ModelNode>& model;        // In the end, where it is asked for.
+  std::optional<ModelNode> model;               // In the end, where it is asked for.
   const std::vector<std::string>& assumptions;  // Readings that were asked for, NAME=ALTERNATIVE.
   const std::vector<Note>& notes;               // What depends on other readings.
 };

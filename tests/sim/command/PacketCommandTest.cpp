@@ -19,8 +19,9 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 
 // What becomes of a packet on an interface of the device: the two sides in words, and which ACLs are not in force.
 std::vector<std::string> answer(const std::string& device, const std::vector<std::string>& configs,
-                                const PacketOptions& options) {
+                                const PacketOptions& options, const std::string& assumption = "") {
   CommandLine line{.deviceFile = "d", .json = true, .packet = options};
+  line.readings.assume(assumption);
   std::vector<FileText> files;
   for (const std::string& config : configs) files.push_back({config});
   line.configFiles.assign(files.size(), "c");
@@ -63,12 +64,10 @@ TEST(PacketCommand, ReadingsDecideWhatTheRegistersLeaveOpen) {
   const std::string both = example("type-conflict.json");
   const PacketOptions lab{"", "port-1", "ingress",
                           "icmp 192.0.2.7 > 10.0.0.1 mac 00:00:5e:00:53:09 > 00:00:5e:00:53:0a"};
-  PacketOptions byFrame = lab;
-  byFrame.assumptions = {"two-acls=by-frame"};
   const std::string conflict = "known-stations refused type-conflict false";
   EXPECT_THAT(answer("edge-switch.json", {both}, lab),
               ElementsAre("not-as-configured", "false known-stations - - -", "true - - slot 0", conflict));
-  EXPECT_THAT(answer("edge-switch.json", {both}, byFrame),
+  EXPECT_THAT(answer("edge-switch.json", {both}, lab, "two-acls=by-frame"),
               ElementsAre("as-configured", "true from-lab lab - -", "true - - slot 0", conflict));
 }
 
