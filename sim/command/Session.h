@@ -39,8 +39,8 @@ enum class Depth : uint8_t {
 
 class Session {
  public:
-  // Raises Platform::RangeError for a device that the library refuses. `line`, `device` and `progress` must live as long
-  // as this.
+  // Raises Platform::RangeError for a device that the library refuses. `line`, `device` and `progress` must live as
+  // long as this.
   Session(const CommandLine& line, const Device& device, Depth depth, Progress& progress);
 
   // Whether the step could be taken; a diagnostic says why not. What it refers to must live as long as this.

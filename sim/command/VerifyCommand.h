@@ -19,7 +19,7 @@ struct CommandLine;
 
 // What the command line says beside the documents.
 struct VerifyOptions {
-  std::string dumpFile = {};                  // The registers of the device; "-" is standard input.
+  std::string dumpFile = {};  // The registers of the device; "-" is standard input.
   bool repair = false;
 };
 
