@@ -101,6 +101,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
   apply->add_option("--drop-delay", dropDelay, "Set the ACL drop delay, whatever the device says")
       ->check(CLI::IsMember({"on", "off"}))
       ->type_name("on|off");
+  addHtml(*apply, line);
   addAssume(*apply, line);
   apply->add_flag("--notes", line.notes, "Show a packet for each reading that makes a difference");
 

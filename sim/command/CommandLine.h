@@ -35,6 +35,7 @@ struct CommandLine {
   bool notes = false;
   std::optional<PacketOptions> packet = {};  // Of `kestrix-sim packet`.
   std::string dumpFile = {};                 // To be written, unless empty.
+  std::string htmlFile = {};                 // The same.
   std::optional<VerifyOptions> verify = {};  // Of `kestrix-sim verify`.
 };
 

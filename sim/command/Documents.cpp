@@ -57,8 +57,13 @@ void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes
   }
 }
 
+DocumentNames documentNames(const CommandLine& line) { return {line.deviceFile, line.configFiles}; }
+
 RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) {
-  return {kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
+  RunResult result{kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
+  if (!line.htmlFile.empty())
+    result.files.push_back({line.htmlFile, htmlDiagnostics(diagnostics, documentNames(line))});
+  return result;
 }
 
 Diagnostic refusalOf(const std::string& deviceFile, const Platform::RangeError& error) {

@@ -11,6 +11,7 @@
 #include "command/ExitStatus.h"
 #include "command/Files.h"
 #include "command/Progress.h"
+#include "html/ReportPage.h"
 #include "platform/runtime/Errors.h"
 #include "read/Configuration.h"
 #include "read/Device.h"
@@ -42,7 +43,9 @@ std::optional<Documents> readDocuments(const CommandLine& line, const FileText& 
 // The run has made `writes` writes, and ends without those of `failWrites` that would have come later.
 void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes, Diagnostics& diagnostics);
 
-// The report of a run that ends with these errors.
+DocumentNames documentNames(const CommandLine& line);
+
+// The report of a run that ends with these errors, and its page where one is asked for.
 RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks);
 
 // What is wrong with a device that the library refuses.

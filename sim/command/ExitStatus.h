@@ -1,8 +1,8 @@
 // How a run ends.
 #pragma once
 
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace Sim {
 
@@ -22,7 +22,7 @@ struct RunResult {
   int exitStatus = kAllApplied;
   std::string output = {};     // For standard output: all that is about the documents.
   std::string complaint = {};  // For standard error: bad usage, what init could not do.
-  std::optional<OutputFile> file = {};
+  std::vector<OutputFile> files = {};
 };
 
 }  // namespace Sim

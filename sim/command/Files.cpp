@@ -139,8 +139,9 @@ void tell(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stde
 int finish(const RunResult& result) {
   tell(result.complaint);
   int status = result.exitStatus;
-  if (result.file && !writeFile(*result.file)) {
-    tell(fmt::format("kestrix-sim: cannot write to {}: {}\n", Shown(result.file->name).text(), lastError()));
+  for (const OutputFile& each : result.files) {
+    if (writeFile(each)) continue;
+    tell(fmt::format("kestrix-sim: cannot write to {}: {}\n", Shown(each.name).text(), lastError()));
     status = kReportLost;
   }
   if (result.output.empty()) return status;

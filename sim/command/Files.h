@@ -45,9 +45,9 @@ std::optional<WriteFault> createFiles(const std::string& folder, const std::vect
 // Writes `text` to standard error. What cannot be written there is lost.
 void tell(std::string_view text);
 
-// Writes the file of the run and what it has to say, ends standard output, and gives the exit status: kReportLost, with
-// the reason on standard error, where not all of either could be written. A reader that has gone is no news for it:
-// without a word, by SIGPIPE or, where that is ignored, with kReportLost.
+// Writes the files of the run and what it has to say, ends standard output, and gives the exit status: kReportLost,
+// with the reason on standard error, where not all of either could be written. A reader that has gone is no news for
+// it: without a word, by SIGPIPE or, where that is ignored, with kReportLost.
 int finish(const RunResult& result);
 
 }  // namespace Sim

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "command/CommandLine.h"
+#include "command/Files.h"
 #include "verdict/Readings.h"
 
 namespace Sim {
@@ -44,6 +45,12 @@ void addFailWrite(CLI::App& command, CommandLine& line) {
       ->allow_extra_args(false)
       ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}))
       ->type_name("K");
+}
+
+void addHtml(CLI::App& command, CommandLine& line) {
+  command.add_option("--html", line.htmlFile, "Write a page for a browser, all in one file")
+      ->check([](const std::string& name) { return name == kStandardInput ? "name a file" : ""; })
+      ->type_name("FILE");
 }
 
 }  // namespace Sim

@@ -13,5 +13,6 @@ struct CommandLine;
 void addDocuments(CLI::App& command, CommandLine& line, const char* what = "");
 void addAssume(CLI::App& command, CommandLine& line);
 void addFailWrite(CLI::App& command, CommandLine& line);
+void addHtml(CLI::App& command, CommandLine& line);
 
 }  // namespace Sim

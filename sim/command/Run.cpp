@@ -5,6 +5,7 @@
 #include "command/Documents.h"
 #include "command/ExitStatus.h"
 #include "command/Session.h"
+#include "html/ReportPage.h"
 #include "registers/RegisterDump.h"
 #include "report/Report.h"
 
@@ -20,7 +21,8 @@ RunResult resultOf(const CommandLine& line, const Session& session, const Device
                    line.json ? jsonReport(input)
                              : textReport(input, {.registers = line.registers, .notes = line.notes, .looks = looks})};
   if (!line.dumpFile.empty() && exitStatus != kBadInput)
-    result.file = OutputFile{line.dumpFile, dumpText(device, session.registers())};
+    result.files.push_back({line.dumpFile, dumpText(device, session.registers())});
+  if (!line.htmlFile.empty()) result.files.push_back({line.htmlFile, htmlReport(input, documentNames(line))});
   return result;
 }
 

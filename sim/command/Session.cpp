@@ -48,6 +48,7 @@ bool Session::take(const Step& step, Diagnostics& diagnostics) {
   std::optional<Outcome> outcome = outcomeOf(step, diagnostics);
   if (!outcome) return false;
   steps_.push_back({step.file, step.settings, std::move(*outcome), {fpga_->reader(), device_}, {}});
+  steps_.back().desired = desired_;
   if (depth_ == Depth::outcome) return true;
   judgeLast(before);
   // On a fresh device there is nothing to deviate from.
@@ -74,6 +75,7 @@ void Session::rehearse(const Step& step) {
   const Configuration& desired = step.configuration != nullptr ? *step.configuration : nothing_;
   steps_.push_back(Sim::rehearse(device_, desired, step.state, traces_, progress_));
   steps_.back().file = step.file;
+  steps_.back().desired = &desired;
   steps_.back().settings = step.settings;
   steps_.back().verdicts.idle = idleAcesOf(steps_.back().outcome, desired);
 }

@@ -136,6 +136,35 @@ std::string FilterDump::slotWords(const SlotDump& slot) const {
   return words;
 }
 
+std::vector<BitWords> FilterDump::bits(const Layout::FilterRegister& row) const {
+  std::vector<BitWords> bits;
+  for (uint8_t bit = 32; bit-- > 0;) {
+    const uint32_t mask = uint32_t{1} << bit;
+    BitWords& words = bits.emplace_back(BitWords{bit, (value(row) & mask) != 0, {}});
+    const auto flag = std::ranges::find(row.flags, mask, &Layout::FlagBit::mask);
+    if (flag != row.flags.end()) {
+      words.meaning = flag->meaning;
+    } else if (bit >= row.firstSlotBit && static_cast<size_t>(bit - row.firstSlotBit) < this->slots.size()) {
+      words.meaning = fmt::format(fmt::runtime(row.slotsMeaning), fmt::format("slot {}", bit - row.firstSlotBit));
+    }
+  }
+  return bits;
+}
+
+std::string FilterDump::slotRegisterWords(const SlotDump& slot, const Layout::SlotRegister& row) const {
+  const bool isIpv4 = isSet(Layout::kEnable, Layout::kIpv4);
+  const uint32_t value = slot.value(row);
+  const bool isHigh = row.name == Layout::kMaskHigh.name || row.name == Layout::kAddrHigh.name;
+  const bool isMask = row.name == Layout::kMaskHigh.name || row.name == Layout::kMaskLow.name;
+  if (!isIpv4) {
+    return fmt::format("the {} octets of the {}", isHigh ? "first two" : "last four",
+                       isMask ? "wildcard: bits that are set are not compared" : "MAC address");
+  }
+  if (isHigh && isMask) return value == 0 ? "the port is compared" : "bits of the port that are set are not compared";
+  if (isHigh) return slot.value(Layout::kMaskHigh) == Layout::kAnyPort ? "any port" : fmt::format("port {}", value);
+  return fmt::format("{} {}", isMask ? "wildcard" : "address, its wildcard bits set,", Platform::IpAddr(value));
+}
+
 FilterDumps::FilterDumps(const RegisterAt& registerAt, const Device& device) {
   all_.reserve(2 * device.interfaces.size());
   for (const Interface& interface : device.interfaces) {

@@ -18,6 +18,13 @@ namespace Sim {
 // What a device has at the path of a register; 0 where it has nothing.
 using RegisterAt = std::function<uint32_t(const std::string& path)>;
 
+// A bit of a register.
+struct BitWords {
+  uint8_t bit = 0;
+  bool isSet = false;
+  std::string meaning;  // Of the set bit; empty for a bit that has none.
+};
+
 // One slot, as its registers are.
 struct SlotDump {
   uint8_t slot = 0;
@@ -53,6 +60,10 @@ struct FilterDump {
   std::string words(const Kestrix::Layout::FilterRegister& row) const;
   // What a packet must be to meet the slot, and what becomes of it.
   std::string slotWords(const SlotDump& slot) const;
+  // The bits of a register, the highest first.
+  std::vector<BitWords> bits(const Kestrix::Layout::FilterRegister& row) const;
+  // What is in a register of a slot, as the filter reads it: "port 53", "wildcard 0.0.0.255".
+  std::string slotRegisterWords(const SlotDump& slot, const Kestrix::Layout::SlotRegister& row) const;
 };
 
 // All filters of the device.

@@ -30,6 +30,21 @@ std::string coverWords(const IdleAce& idle) {
                                     : fmt::format("ACEs {} together cover all that it matches", covers);
 }
 
+// What of an ACL is overruled on some interface.
+std::string overruledWords(const AclOutcome& acl) {
+  return fmt::format("its {} of what no slot matches is overruled", permitsUnmatched(acl) ? "permit" : "deny");
+}
+
+// In what an ACL that is in force on an interface is not as configured.
+std::string oddWords(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step) {
+  if (isOverruled(intf, acl, step)) return overruledWords(acl);
+  if (!differs(intf, acl, step)) return {};
+  const auto& differences = differencesOf(intf, acl, step);
+  const auto permits = [](const Difference& each) { return each.programmed.permits; };
+  if (std::ranges::none_of(differences, permits)) return "lets through less";
+  return std::ranges::all_of(differences, permits) ? "lets through more" : "lets through more, and less";
+}
+
 }  // namespace
 
 std::string aceWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step, const FilterDump* holder) {
@@ -72,6 +87,65 @@ std::string aclWords(const AclOutcome& acl, const StepReport& step) {
                          explain(acl.reason).message, end);
   }
   return {};
+}
+
+StateWords stateWords(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step) {
+  const bool isActive = intf.state == IntfState::active;
+  const bool isOther = differs(intf, acl, step);
+  const std::string odd = isActive ? oddWords(intf, acl, step) : std::string();
+  return {isOther ? std::string("differs")
+                  : fmt::format("{}{}", step.isApplied() ? "" : "would be ", Platform::nameOf(intf.state)),
+          isActive ? odd : intf.reason.words(),
+          !isActive || isOther ? Style::bad
+          : odd.empty()        ? Style::good
+                               : Style::odd};
+}
+
+std::string wastedWords(size_t slots) {
+  return slots == 1 ? "1 slot is wasted: its ACE decides no packet"
+                    : fmt::format("{} slots are wasted: their ACEs decide no packet", slots);
+}
+
+Style styleOf(const AclOutcome& acl, const StepReport& step) {
+  switch (acl.state) {
+    case AclState::applied:
+      return differs(acl, step) ? Style::bad : Style::good;
+    case AclState::notAttached:
+      return Style::odd;
+    case AclState::refused:
+    case AclState::failed:
+      return Style::bad;
+  }
+  return Style::plain;
+}
+
+Style styleOf(AceState state) {
+  switch (state) {
+    case AceState::programmed:
+    case AceState::verdict:
+      return Style::plain;
+    case AceState::notReached:
+    case AceState::notEnforced:
+      return Style::odd;
+    case AceState::refused:
+    case AceState::inError:
+      return Style::bad;
+  }
+  return Style::plain;
+}
+
+// What the state of an ACL leaves out: where it is applied, but not as a whole.
+std::string exceptionWords(const AclOutcome& acl, const StepReport& step) {
+  std::string intfs;
+  for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
+    if (isOverruled(intf, acl, step)) intfs += (intfs.empty() ? "" : ", ") + intf.intf.toText();
+  }
+  if (acl.state != AclState::applied || intfs.empty()) return {};
+  return fmt::format("{}{} on {}", differs(acl, step) ? ": " : ", but ", overruledWords(acl), intfs);
+}
+
+bool isAboutWholeAcl(const AclOutcome& acl) {
+  return acl.state != AclState::applied && (acl.aces.empty() || acl.state == AclState::failed);
 }
 
 std::string changeWords(const Change& change) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "read/Configuration.h"
 #include "read/Device.h"
 #include "read/Diagnostics.h"
 #include "registers/RegisterWords.h"
@@ -37,6 +38,7 @@ struct StepReport {
   std::vector<Deviation> deviations;
   StepState state = StepState::applied;
   StepVerdicts verdicts = {};
+  const Configuration* desired = nullptr;  // By then; never null in a report.
 
   bool isApplied() const { return state == StepState::applied; }
 };

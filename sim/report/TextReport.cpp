@@ -19,8 +19,6 @@
 namespace Sim {
 namespace {
 
-constexpr std::string_view kDiffers = "differs";
-
 // The first few, and how many more there are.
 std::string listOf(const std::vector<Platform::IntfId>& intfs) {
   constexpr size_t kMost = 4;
@@ -64,47 +62,24 @@ struct IntfItem {
   const FilterDump& filter;
   unsigned filled;  // Slots of the filter, by this ACL,
   unsigned slots;   // and all.
-  std::string odd;  // In what it is not as configured, though in force.
-  bool differs;     // Whether packets show it.
-  bool isApplied;   // Or what would be.
+  StateWords state;
 
   bool isActive() const { return intf.state == IntfState::active; }
 };
-
-// What of an ACL is overruled on some interface.
-std::string overruledWords(const AclOutcome& acl) {
-  return fmt::format("its {} of what no slot matches is overruled", permitsUnmatched(acl) ? "permit" : "deny");
-}
 
 constexpr Column<IntfItem> kIntfColumns[] = {
     {"interface", [](const IntfItem& item) { return item.intf.intf.toText(); }},
     {"direction", [](const IntfItem& item) { return std::string(directionName(item.intf.direction)); }},
     {"ACL", [](const IntfItem& item) { return item.intf.acl; }},
-    {"state",
-     [](const IntfItem& item) {
-       return item.differs ? std::string(kDiffers)
-                           : fmt::format("{}{}", item.isApplied ? "" : "would be ", Platform::nameOf(item.intf.state));
-     },
-     [](const IntfItem& item) {
-       return !item.isActive() || item.differs ? Style::bad : item.odd.empty() ? Style::good : Style::odd;
-     }},
+    {"state", [](const IntfItem& item) { return item.state.state; },
+     [](const IntfItem& item) { return item.state.style; }},
     {"slots", [](const IntfItem& item) { return fmt::format("{}/{}", item.filled, item.slots); }},
     {"unmatched",
      [](const IntfItem& item) {
        return std::string(!item.isActive() ? "-" : item.filter.permitsUnmatched() ? "permit" : "deny");
      }},
-    {"reason", [](const IntfItem& item) { return item.isActive() ? item.odd : item.intf.reason.words(); }},
+    {"reason", [](const IntfItem& item) { return item.state.reason; }},
 };
-
-// In what an ACL that is in force on an interface is not as configured.
-std::string oddWords(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& step) {
-  if (isOverruled(intf, acl, step)) return overruledWords(acl);
-  if (!differs(intf, acl, step)) return {};
-  const auto& differences = differencesOf(intf, acl, step);
-  const auto permits = [](const Difference& each) { return each.programmed.permits; };
-  if (std::ranges::none_of(differences, permits)) return "lets through less";
-  return std::ranges::all_of(differences, permits) ? "lets through more" : "lets through more, and less";
-}
 
 void writeIntfs(Page& page, const StepReport& step, const Device& device) {
   std::vector<IntfItem> items;
@@ -112,39 +87,10 @@ void writeIntfs(Page& page, const StepReport& step, const Device& device) {
   for (const AclOutcome& acl : step.outcome.acls) {
     for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
       items.push_back({intf, step.filters.of(intf.intf, intf.direction), slotsFilled(intf, acl, step),
-                       device.slots(intf.direction), oddWords(intf, acl, step), differs(intf, acl, step),
-                       step.isApplied()});
+                       device.slots(intf.direction), stateWords(intf, acl, step)});
     }
   }
   writeTable(kIntfColumns, items, page);
-}
-
-Style styleOf(AclState state) {
-  switch (state) {
-    case AclState::applied:
-      return Style::good;
-    case AclState::notAttached:
-      return Style::odd;
-    case AclState::refused:
-    case AclState::failed:
-      return Style::bad;
-  }
-  return Style::plain;
-}
-
-Style styleOf(AceState state) {
-  switch (state) {
-    case AceState::programmed:
-    case AceState::verdict:
-      return Style::plain;
-    case AceState::notReached:
-    case AceState::notEnforced:
-      return Style::odd;
-    case AceState::refused:
-    case AceState::inError:
-      return Style::bad;
-  }
-  return Style::plain;
 }
 
 // What to do about what stands above it, from `column` on.
@@ -170,16 +116,6 @@ void writeAces(Page& page, const AclOutcome& acl, const StepReport& step) {
   }
 }
 
-// What the state of an ACL leaves out: where it is applied, but not as a whole.
-std::string exceptionWords(const AclOutcome& acl, const StepReport& step) {
-  std::string intfs;
-  for (const IntfOutcome& intf : step.outcome.intfsOf(acl)) {
-    if (isOverruled(intf, acl, step)) intfs += (intfs.empty() ? "" : ", ") + intf.intf.toText();
-  }
-  if (acl.state != AclState::applied || intfs.empty()) return {};
-  return fmt::format("{}{} on {}", differs(acl, step) ? ": " : ", but ", overruledWords(acl), intfs);
-}
-
 // What the device does with packets otherwise than the ACL says.
 void writeDifferences(Page& page, const AclOutcome& acl, const StepReport& step) {
   Sayings sayings;
@@ -196,21 +132,16 @@ void writeDifferences(Page& page, const AclOutcome& acl, const StepReport& step)
 void writeWastedSlots(Page& page, const AclOutcome& acl, const StepReport& step) {
   const size_t wasted = wastedSlots(acl, step);
   if (wasted == 0) return;
-  page.line({{wasted == 1 ? "  1 slot is wasted: its ACE decides no packet"
-                          : fmt::format("  {} slots are wasted: their ACEs decide no packet", wasted),
-              Style::odd}});
+  page.line({{"  " + wastedWords(wasted), Style::odd}});
 }
 
 void writeAcl(Page& page, const AclOutcome& acl, const StepReport& step) {
   const std::string direction = acl.isAttached ? fmt::format(", {}", directionName(acl.key.direction)) : std::string();
-  const bool isOther = differs(acl, step);
   page.line();
   page.line({{fmt::format("ACL {} ({}{}): ", acl.key.name, acl.typeName, direction)},
-             {aclWords(acl, step), isOther ? Style::bad : styleOf(acl.state)},
+             {aclWords(acl, step), styleOf(acl, step)},
              {exceptionWords(acl, step), Style::odd}});
-  // The other refusals are of rules, and have their advice there.
-  const bool isOfWholeAcl = acl.aces.empty() || acl.state == AclState::failed;
-  if (acl.state != AclState::applied && isOfWholeAcl) writeRemedy(page, 2, explain(acl.reason).remedy);
+  if (isAboutWholeAcl(acl)) writeRemedy(page, 2, explain(acl.reason).remedy);
   writeAces(page, acl, step);
   writeWastedSlots(page, acl, step);
   writeDifferences(page, acl, step);

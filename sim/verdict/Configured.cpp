@@ -65,15 +65,6 @@ PacketSet matchedBy(const MacRule& rule) {
 PacketSet matchedBy(const ForeignRule&) { return {}; }
 PacketSet matchedBy(const UnreadRule&) { return {}; }
 
-bool permits(const Ace& ace) {
-  return std::visit(
-      [](const auto& rule) {
-        if constexpr (requires { rule.config; }) return rule.config.action == Acl::Action::permit;
-        return false;
-      },
-      ace.rule);
-}
-
 PacketSet permittedBy(const AclConfiguration& acl, const Readings& readings) {
   const std::vector<AceVerdict> verdicts = verdictsOf(acl, readings);
   PacketSet permitted;
@@ -83,6 +74,15 @@ PacketSet permittedBy(const AclConfiguration& acl, const Readings& readings) {
 }
 
 }  // namespace
+
+bool permits(const Ace& ace) {
+  return std::visit(
+      [](const auto& rule) {
+        if constexpr (requires { rule.config; }) return rule.config.action == Acl::Action::permit;
+        return false;
+      },
+      ace.rule);
+}
 
 bool canBeDecided(const AclConfiguration& acl) {
   return !acl.hasErrors && (acl.type == Acl::AclType::ipv4 || acl.type == Acl::AclType::mac);

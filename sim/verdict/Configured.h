@@ -18,6 +18,9 @@ struct AceVerdict {
   bool permits = false;
 };
 
+// What the ACE says. Not of an ACE of a type that no helper takes, or that could not be read.
+bool permits(const Ace& ace);
+
 // Whether it is known what the ACL matches: all of it could be read, and it is of a type that a helper takes.
 bool canBeDecided(const AclConfiguration& acl);
 
