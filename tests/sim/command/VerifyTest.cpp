@@ -38,7 +38,7 @@ RunResult verifyRegisters(const Registers& registers) {
 std::string dumped() {
   return run(lineOf({}), example("edge-switch.json"), {example("shared-filter.json"), example("shared-filter-2.json")},
              false)
-      .file.value()
+      .files.at(0)
       .text;
 }
 

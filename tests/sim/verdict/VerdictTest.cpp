@@ -184,7 +184,7 @@ bool matches(const Acl::IpFilter& filter, const Packet& packet) {
          isIn(filter.srcIp, packet[Field::sourceIp]) && isIn(filter.dstIp, packet[Field::destinationIp]);
 }
 
-bool permits(const Ace& ace) {
+bool isPermit(const Ace& ace) {
   const auto ofConfig = [](const auto& rule) { return rule.config.action == Acl::Action::permit; };
   if (const auto* rule = std::get_if<IpRule>(&ace.rule)) return ofConfig(*rule);
   if (const auto* rule = std::get_if<FragmentRule>(&ace.rule)) return ofConfig(*rule);
@@ -231,7 +231,7 @@ TEST(Verdict, AsConfiguredIsThatOfTheFirstAceThatMatchesEachPacket) {
       const Decision decision = decide(acls, packet, {});
       ASSERT_EQ(decision.ace, ace) << "seed " << seed << ": " << packet.toText();
       ASSERT_EQ(permitted.contains(packet), decision.permits) << "seed " << seed << ": " << packet.toText();
-      ASSERT_EQ(decision.permits, ace != nullptr ? permits(*ace) : !isMac && !packet.isIpv4());
+      ASSERT_EQ(decision.permits, ace != nullptr ? isPermit(*ace) : !isMac && !packet.isIpv4());
     }
     for (const IdleAce& idle : idleAces(acl)) ASSERT_FALSE(deciding.contains(idle.ace)) << "seed " << seed;
   }
