@@ -74,6 +74,7 @@ std::string writtenWords(const Ace& ace) {
 
 struct AclPlace {
   const AclOutcome& acl;
+  const IntfOutcome* intf;             // Null for an ACL on no interface.
   const FilterDump* holder;            // The filter, if it holds the ACL.
   const AclConfiguration* configured;  // Null for an ACL that is not in the documents any more.
   const AclTraffic* traffic;           // Null where there is none.
@@ -144,14 +145,24 @@ void putDifference(Markup& html, const Difference& difference, bool isInForce) {
   if (isInForce) html.put("p", deciderWords(difference));
 }
 
+// What became of it: in one word where that is the same here as everywhere.
+void putAclState(Markup& html, const StepPage& page, const AclPlace& place) {
+  const auto line = html.in("p");
+  const AclOutcome& acl = place.acl;
+  const bool isApplied = acl.state == AclState::applied && !differs(acl, page.step);
+  if (place.intf != nullptr && !isApplied) {
+    const StateWords here = stateWords(*place.intf, acl, page.step);
+    putState(html, here.state, here.style);
+    html.text(" here; as a whole: ");
+  }
+  putState(html, aclWords(acl, page.step), styleOf(acl, page.step));
+  html.text(exceptionWords(acl, page.step));
+}
+
 void putAcl(Markup& html, const StepPage& page, const AclPlace& place) {
   const AclOutcome& acl = place.acl;
-  {
-    const auto heading = html.in("h4");
-    html.text(fmt::format("ACL {} ({}): ", acl.key.name, acl.typeName));
-    putState(html, aclWords(acl, page.step), styleOf(acl, page.step));
-    html.text(exceptionWords(acl, page.step));
-  }
+  html.put("h4", fmt::format("ACL {} ({})", acl.key.name, acl.typeName));
+  putAclState(html, page, place);
   if (isAboutWholeAcl(acl)) putRemedy(html, explain(acl.reason).remedy);
   putAces(html, page, place);
   const size_t wasted = wastedSlots(acl, page.step);
@@ -174,7 +185,7 @@ void putGroup(Markup& html, const StepPage& page, size_t number) {
   for (const auto& [acl, intf] : group.acls) {
     const AclConfiguration* const configured = configuredAcl(page.step, *acl);
     putAcl(html, page,
-           {*acl, intf->state == IntfState::active ? group.filter : nullptr, configured,
+           {*acl, intf, intf->state == IntfState::active ? group.filter : nullptr, configured,
             trafficOf(page, group, configured)});
     for (const Difference& each : differencesOf(*intf, *acl, page.step))
       putDifference(html, each, intf->state == IntfState::active);
@@ -226,7 +237,7 @@ void putUnattached(Markup& html, const StepPage& page) {
     if (acl.intfCount != 0) continue;
     const auto section = html.in("section", {{"class", "filter"}});
     html.put("h3", "On no interface");
-    putAcl(html, page, {acl, nullptr, configuredAcl(page.step, acl), nullptr});
+    putAcl(html, page, {acl, nullptr, nullptr, configuredAcl(page.step, acl), nullptr});
   }
 }
 

@@ -135,9 +135,9 @@ Heading headingOf(const ReportInput& input, const DocumentNames& names) {
   if (input.steps.empty()) return heading;
   const Outcome& last = input.steps.back().outcome;
   const auto count = [&](AclState state) { return std::ranges::count(last.acls, state, &AclOutcome::state); };
-  heading.summary = fmt::format("{} ACLs: {} applied, {} refused, {} failed, {} on no interface.", last.acls.size(),
-                                count(AclState::applied), count(AclState::refused), count(AclState::failed),
-                                count(AclState::notAttached));
+  heading.summary = fmt::format("{} ACLs: {} {}applied, {} refused, {} failed, {} on no interface.", last.acls.size(),
+                                count(AclState::applied), input.steps.back().isApplied() ? "" : "would be ",
+                                count(AclState::refused), count(AclState::failed), count(AclState::notAttached));
   return heading;
 }
 
