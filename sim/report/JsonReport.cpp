@@ -171,12 +171,21 @@ Json noteJson(const Note& note) {
   return json;
 }
 
+Json aceChangeJson(const AceChange& change) {
+  Json json{{"kind", nameOf(change.kind)}, {"name", change.name}};
+  if (change.before) json["before"] = *change.before;
+  if (change.after) json["after"] = *change.after;
+  return json;
+}
+
 Json changeJson(const Change& change) {
   Json json{{"kind", nameOf(change.kind)}};
   if (!change.acl.empty()) json["acl"] = change.acl;
   if (!change.intf.empty()) json["interface"] = change.intf;
   if (!change.to.empty()) json["to"] = change.to;
   if (change.direction) json["direction"] = directionName(*change.direction);
+  if (change.kind == ChangeKind::changed) json["aces"] = Json::array();
+  for (const AceChange& each : change.aces) json["aces"].push_back(aceChangeJson(each));
   return json;
 }
 
