@@ -4,7 +4,6 @@
 #include "report/Explanations.h"
 #include "report/Json.h"
 #include "report/Report.h"
-#include "report/VerdictWords.h"
 
 namespace Sim {
 namespace {
@@ -103,14 +102,13 @@ Json intfJson(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& 
 
 Json configuredJson(const Decision& decision) {
   Json json{{"permits", decision.permits}};
-  if (decision.acl != nullptr) json["acl"] = decision.acl->name;
-  if (decision.ace != nullptr) json["ace"] = decision.ace->name;
+  addDecider(json, decision);
   return json;
 }
 
 Json deviceJson(const FilterDecision& decision) {
-  Json json{{"permits", decision.permits}, {"by", nameOf(decision.part)}};
-  if (decision.part == FilterPart::slot) json["slot"] = decision.slot;
+  Json json{{"permits", decision.permits}};
+  addDecider(json, decision);
   return json;
 }
 
@@ -255,6 +253,16 @@ Json diagnosticsJson(const Diagnostics& diagnostics) {
                     {"remedy", each.remedy}});
   }
   return list;
+}
+
+void addDecider(Json& json, const Decision& decision) {
+  if (decision.acl != nullptr) json["acl"] = decision.acl->name;
+  if (decision.ace != nullptr) json["ace"] = decision.ace->name;
+}
+
+void addDecider(Json& json, const FilterDecision& decision) {
+  json["by"] = nameOf(decision.part);
+  if (decision.part == FilterPart::slot) json["slot"] = decision.slot;
 }
 
 std::string textOf(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }

@@ -9,12 +9,12 @@
 #include <fmt/format.h>
 
 #include "registers/RegisterWords.h"
+#include "report/DecisionWords.h"
 #include "report/Explanations.h"
 #include "report/OutcomeWords.h"
 #include "report/Page.h"
 #include "report/Report.h"
 #include "report/Table.h"
-#include "report/VerdictWords.h"
 
 namespace Sim {
 namespace {
