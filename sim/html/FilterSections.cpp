@@ -11,7 +11,6 @@
 #include "report/DecisionWords.h"
 #include "report/Explanations.h"
 #include "report/OutcomeWords.h"
-#include "report/VerdictWords.h"
 #include "verdict/Configured.h"
 
 namespace Sim {

@@ -6,7 +6,7 @@
 #include <string>
 #include <tuple>
 
-#include "report/VerdictWords.h"
+#include "report/DecisionWords.h"
 
 namespace Sim {
 namespace {

@@ -6,8 +6,8 @@
 #include <fmt/ranges.h>
 
 #include "html/Groups.h"
+#include "report/DecisionWords.h"
 #include "report/OutcomeWords.h"
-#include "report/VerdictWords.h"
 
 namespace Sim {
 namespace {
@@ -34,13 +34,21 @@ void putTurns(Markup& html, const StepReport& step) {
   }
 }
 
+void putChange(Markup& html, const Change& change) {
+  const auto item = html.in("li");
+  html.text(changeWords(change));
+  if (change.aces.empty()) return;
+  const auto list = html.in("ul");
+  for (const AceChange& each : change.aces) html.put("li", aceChangeWords(each));
+}
+
 void putChanges(Markup& html, const StepReport& step) {
   const auto section = html.in("section");
   html.put("h3", "What changes");
   {
     const auto list = html.in("ul");
     for (const std::string& setting : step.settings) html.put("li", setting);
-    for (const Change& change : step.outcome.changes) html.put("li", changeWords(change));
+    for (const Change& change : step.outcome.changes) putChange(html, change);
     if (step.isApplied() && step.outcome.changes.empty() && step.settings.empty()) html.put("li", "nothing changed");
     if (step.isApplied()) html.put("li", fmt::format("{} register writes", step.outcome.writes));
   }

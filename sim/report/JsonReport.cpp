@@ -4,7 +4,6 @@
 #include "report/Explanations.h"
 #include "report/Json.h"
 #include "report/Report.h"
-#include "report/VerdictWords.h"
 
 namespace Sim {
 namespace {
@@ -103,14 +102,13 @@ Json intfJson(const IntfOutcome& intf, const AclOutcome& acl, const StepReport& 
 
 Json configuredJson(const Decision& decision) {
   Json json{{"permits", decision.permits}};
-  if (decision.acl != nullptr) json["acl"] = decision.acl->name;
-  if (decision.ace != nullptr) json["ace"] = decision.ace->name;
+  addDecider(json, decision);
   return json;
 }
 
 Json deviceJson(const FilterDecision& decision) {
-  Json json{{"permits", decision.permits}, {"by", nameOf(decision.part)}};
-  if (decision.part == FilterPart::slot) json["slot"] = decision.slot;
+  Json json{{"permits", decision.permits}};
+  addDecider(json, decision);
   return json;
 }
 
@@ -171,12 +169,21 @@ Json noteJson(const Note& note) {
   return json;
 }
 
+Json aceChangeJson(const AceChange& change) {
+  Json json{{"kind", nameOf(change.kind)}, {"name", change.name}};
+  if (change.before) json["before"] = *change.before;
+  if (change.after) json["after"] = *change.after;
+  return json;
+}
+
 Json changeJson(const Change& change) {
   Json json{{"kind", nameOf(change.kind)}};
   if (!change.acl.empty()) json["acl"] = change.acl;
   if (!change.intf.empty()) json["interface"] = change.intf;
   if (!change.to.empty()) json["to"] = change.to;
   if (change.direction) json["direction"] = directionName(*change.direction);
+  if (change.kind == ChangeKind::changed) json["aces"] = Json::array();
+  for (const AceChange& each : change.aces) json["aces"].push_back(aceChangeJson(each));
   return json;
 }
 
@@ -246,6 +253,16 @@ Json diagnosticsJson(const Diagnostics& diagnostics) {
                     {"remedy", each.remedy}});
   }
   return list;
+}
+
+void addDecider(Json& json, const Decision& decision) {
+  if (decision.acl != nullptr) json["acl"] = decision.acl->name;
+  if (decision.ace != nullptr) json["ace"] = decision.ace->name;
+}
+
+void addDecider(Json& json, const FilterDecision& decision) {
+  json["by"] = nameOf(decision.part);
+  if (decision.part == FilterPart::slot) json["slot"] = decision.slot;
 }
 
 std::string textOf(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }

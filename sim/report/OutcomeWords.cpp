@@ -45,6 +45,14 @@ std::string oddWords(const IntfOutcome& intf, const AclOutcome& acl, const StepR
   return std::ranges::all_of(differences, permits) ? "lets through more" : "lets through more, and less";
 }
 
+// Others can come and go so that an ACE has its number still.
+std::string moveWords(const AceChange& change) {
+  const size_t before = change.before.value_or(0);
+  const size_t after = change.after.value_or(0);
+  return before == after ? fmt::format(" moved past others, still number {}", after)
+                         : fmt::format(" moved from number {} to {}", before, after);
+}
+
 }  // namespace
 
 std::string aceWords(const AceOutcome& ace, const AclOutcome& acl, const StepReport& step, const FilterDump* holder) {
@@ -162,6 +170,23 @@ std::string changeWords(const Change& change) {
     default:
       return fmt::format("ACL {}{} {} from {}", change.acl, direction, change.kind, change.intf);
   }
+}
+
+std::string aceChangeWords(const AceChange& change) {
+  const std::string ace = fmt::format("ACE \"{}\"", change.name);
+  switch (change.kind) {
+    case AceChangeKind::added:
+      return fmt::format("{} added as number {}", ace, change.after.value_or(0));
+    case AceChangeKind::removed:
+      return fmt::format("{} removed, was number {}", ace, change.before.value_or(0));
+    case AceChangeKind::changed:
+      return ace + " changed";
+    case AceChangeKind::moved:
+      return ace + moveWords(change);
+    case AceChangeKind::movedAndChanged:
+      return ace + moveWords(change) + ", and changed";
+  }
+  return {};
 }
 
 }  // namespace Sim

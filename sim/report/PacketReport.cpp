@@ -83,18 +83,13 @@ Json sideJson(std::optional<bool> permits, const std::string& words) {
 
 Json configuredJson(const PacketAnswer& answer) {
   Json json = sideJson(answer.shouldPass(), configuredWords(answer));
-  const auto& [permits, acl, ace] = answer.configured;
-  if (answer.isBlocked || answer.foreign != nullptr || acl == nullptr) return json;
-  json["acl"] = acl->name;
-  if (ace != nullptr) json["ace"] = ace->name;
+  if (!answer.isBlocked && answer.foreign == nullptr) addDecider(json, answer.configured);
   return json;
 }
 
 Json deviceJson(const PacketAnswer& answer) {
   Json json = sideJson(answer.passes(), programmedWords(answer));
-  if (answer.isBlocked) return json;
-  json["by"] = Platform::nameOf(answer.programmed.part);
-  if (answer.programmed.part == FilterPart::slot) json["slot"] = answer.programmed.slot;
+  if (!answer.isBlocked) addDecider(json, answer.programmed);
   return json;
 }
 

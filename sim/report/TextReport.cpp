@@ -9,12 +9,12 @@
 #include <fmt/format.h>
 
 #include "registers/RegisterWords.h"
+#include "report/DecisionWords.h"
 #include "report/Explanations.h"
 #include "report/OutcomeWords.h"
 #include "report/Page.h"
 #include "report/Report.h"
 #include "report/Table.h"
-#include "report/VerdictWords.h"
 
 namespace Sim {
 namespace {
@@ -213,7 +213,10 @@ void writeStepHead(Page& page, const StepReport& step, size_t number) {
   }
   page.line({{fmt::format("Step {}: {}", number, step.file.empty() ? "--set" : step.file), Style::head}});
   for (const std::string& setting : step.settings) page.line({{"  " + setting}});
-  for (const Change& change : step.outcome.changes) page.line({{"  " + changeWords(change)}});
+  for (const Change& change : step.outcome.changes) {
+    page.line({{"  " + changeWords(change)}});
+    for (const AceChange& each : change.aces) page.line({{"    " + aceChangeWords(each)}});
+  }
   if (!step.isApplied()) return;
   if (step.outcome.changes.empty() && step.settings.empty()) page.line({{"  nothing changed"}});
   page.line({{fmt::format("  {} register writes", step.outcome.writes)}});

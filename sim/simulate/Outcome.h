@@ -10,6 +10,7 @@
 
 #include "platform/acl/AclKey.h"
 #include "platform/network/IntfId.h"
+#include "simulate/AceChanges.h"
 #include "simulate/Reason.h"
 
 namespace Sim {
@@ -90,7 +91,8 @@ struct Change {
   std::string acl;   // Empty for an interface that is blocked, unblocked or rewritten.
   std::string intf;  // Empty for an ACL as a whole.
   std::optional<Acl::AclDirection> direction;
-  std::string to = {};  // The ACL that an interface has moved to.
+  std::string to = {};               // The ACL that an interface has moved to.
+  std::vector<AceChange> aces = {};  // Of an ACL that has changed: what of it.
 };
 
 // A register write that did not reach its register.

@@ -52,7 +52,13 @@ void planLeaving(const Platform::AclKey& key, const HeldAcl& acl, const Wanted& 
 // `held` is null for an ACL that is new.
 void planComing(const WantedAcl& wanted, const HeldAcl* held, Plan& plan) {
   const bool isChanged = held != nullptr && held->config != *wanted.config;
-  if (isChanged) plan.changes.push_back({ChangeKind::changed, wanted.key.name, {}, wanted.key.direction});
+  if (isChanged) {
+    plan.changes.push_back({.kind = ChangeKind::changed,
+                            .acl = wanted.key.name,
+                            .intf = {},
+                            .direction = wanted.key.direction,
+                            .aces = aceChanges(held->config, *wanted.config)});
+  }
   std::set<Platform::IntfId> added = wanted.intfs;
   if (held != nullptr) std::erase_if(added, [&](Platform::IntfId intf) { return held->intfs.contains(intf); });
 
