@@ -84,8 +84,10 @@ std::vector<Reading> othersIn(const PacketSet& set, const Readings& taken) {
 // Those of `earlier` that match all of the set: one that does alone, if there is one.
 std::vector<const Ace*> coversOf(PacketSet uncovered, const std::vector<const AceVerdict*>& earlier) {
   std::vector<const Ace*> covers;
+  if (uncovered.isEmpty()) return covers;
+  const Packet any = uncovered.example(kFamiliarPackets.front());
   for (const AceVerdict* each : earlier) {
-    if ((uncovered - each->matched).isEmpty()) return {each->ace};
+    if (each->matched.contains(any) && (uncovered - each->matched).isEmpty()) return {each->ace};
   }
   for (const AceVerdict* each : earlier) {
     if ((uncovered & each->matched).isEmpty()) continue;
@@ -93,17 +95,6 @@ std::vector<const Ace*> coversOf(PacketSet uncovered, const std::vector<const Ac
     uncovered = uncovered - each->matched;
   }
   return covers;
-}
-
-// Whether there is a packet that it matches and none of `earlier` does. Mostly the first that comes to mind is one.
-bool decidesAny(const AceVerdict& verdict, const std::vector<const AceVerdict*>& earlier) {
-  if (verdict.matched.isEmpty()) return false;
-  const Packet packet = verdict.matched.example(kFamiliarPackets.front());
-  const auto matchesIt = [&](const AceVerdict* each) { return each->matched.contains(packet); };
-  if (PacketSet::all().contains(packet) && std::ranges::none_of(earlier, matchesIt)) return true;
-  PacketSet left = verdict.matched;
-  for (const AceVerdict* each : earlier) left = left - each->matched;
-  return !(left & PacketSet::all()).isEmpty();
 }
 
 }  // namespace
@@ -218,14 +209,16 @@ void Comparer::note(const FilterDump& filter, Acls acls, const PacketSet& differ
 std::vector<IdleAce> idleAces(const AclConfiguration& acl) {
   std::vector<IdleAce> idle;
   std::vector<const AceVerdict*> deciding;
+  PacketSet decided;  // By those.
   const auto verdicts = verdictsOf(acl, {});
   for (const AceVerdict& verdict : verdicts) {
     if (verdict.ace == nullptr) break;
-    if (decidesAny(verdict, deciding)) {
-      deciding.push_back(&verdict);
+    const PacketSet matched = verdict.matched & PacketSet::all();
+    if ((matched - decided).isEmpty()) {
+      idle.push_back({verdict.ace, static_cast<size_t>(verdict.ace - acl.aces.data()), coversOf(matched, deciding)});
     } else {
-      idle.push_back({verdict.ace, static_cast<size_t>(verdict.ace - acl.aces.data()),
-                      coversOf(verdict.matched & PacketSet::all(), deciding)});
+      deciding.push_back(&verdict);
+      decided = decided | verdict.matched;
     }
   }
   return idle;

@@ -34,7 +34,7 @@ class PacketSet {
   PacketSet operator|(const PacketSet& other) const { return PacketSet(set_ | other.set_); }
   // Those in one of the two only.
   PacketSet operator^(const PacketSet& other) const { return PacketSet(set_ ^ other.set_); }
-  PacketSet operator-(const PacketSet& other) const { return PacketSet(set_ & !other.set_); }
+  PacketSet operator-(const PacketSet& other) const { return PacketSet(set_ - other.set_); }
   // All others.
   PacketSet operator~() const { return PacketSet(!set_); }
   // Those of `taken` that are in this set, and those of `other` that are not.
