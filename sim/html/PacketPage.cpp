@@ -18,7 +18,7 @@ constexpr size_t kMostUnfolded = 30;  // Of expectations.
 
 // Where the page shows the filters that the packets met.
 struct Places {
-  size_t step;  // From 1.
+  size_t step = 0;  // From 1.
   Groups groups;
 
   std::string linkTo(const Probe& probe) const { return "#" + filterId(step, groups.of(probe.intf, probe.direction)); }
