@@ -27,22 +27,18 @@ _kestrix_sim() {
     words='0 1 2 3 4 5 6 7 8 9'
   elif [[ $previous == --direction ]]; then
     words='ingress egress'
-  elif [[ $previous == --expect ]]; then
-    compopt -o filenames 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen -f -- "$current")
-    return
-  elif [[ $previous == --dump ]]; then
+  elif [[ $previous =~ ^--(expect|dump|html)$ ]]; then
     compopt -o filenames 2>/dev/null
     mapfile -t COMPREPLY < <(compgen -f -- "$current")
     return
   elif [[ $isValue == yes || $previous =~ ^--(set|fail-write|interface|assume)$ ]]; then
     words=
   elif [[ $current == -* && $subcommand == packet ]]; then
-    words='-h --help --interface --direction --expect --assume --fail-write --json'
+    words='-h --help --interface --direction --expect --assume --fail-write --html --json'
   elif [[ $current == -* && $subcommand == verify ]]; then
-    words='-h --help --dump --repair --assume --json'
+    words='-h --help --dump --repair --assume --html --json'
   elif [[ $current == -* ]]; then
-    words='-h --help --registers --json --trace --model --set --fail-write --dump --drop-delay --assume --notes'
+    words='-h --help --registers --json --trace --model --set --fail-write --dump --html --drop-delay --assume --notes'
   else
     compopt -o filenames 2>/dev/null  # Fails where the function is called by hand.
     mapfile -t COMPREPLY < <(compgen -f -X '!*.json' -- "$current"; compgen -d -X '*.json' -- "$current")

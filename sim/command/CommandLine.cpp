@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -28,6 +29,7 @@ constexpr char kExamples[] = R"(Examples:
                                                               and the 20th and 21st register write fail
   kestrix-sim apply device.json acls.json --drop-delay on     and the ACL drop delay is on, whatever the device says
   kestrix-sim apply device.json acls.json --dump found.txt    and every register into a file
+  kestrix-sim apply device.json acls.json --html page.html    and a page for a browser
   kestrix-sim apply device.json acls.json --model             and all that the library keeps, as a tree
   kestrix-sim apply device.json v1.json --set destroying=true v2.json
                                                               and the library is told of the teardown between the two
@@ -44,13 +46,27 @@ acls.json:   ACLs in the IETF's model, RFC 8519, as JSON
 A file named - is standard input.
 
 Exit status: 0 all applied, and packets are decided as configured, 1 something refused, failed or decided otherwise on the
-device, 2 bad input or usage, 3 the report, the dump or the files of init could not be written.)";
+device, 2 bad input or usage, 3 the report, the page, the dump or the files of init could not be written.)";
 
-// How often standard input is named.
-std::ptrdiff_t inputsOf(const CommandLine& line) {
-  return std::ranges::count(line.configFiles, kStandardInput) + (line.deviceFile == kStandardInput ? 1 : 0) +
-         (line.packet && line.packet->expectFile == kStandardInput ? 1 : 0) +
-         (line.verify && line.verify->dumpFile == kStandardInput ? 1 : 0);
+// The files that are read.
+std::vector<std::string> inputsOf(const CommandLine& line) {
+  std::vector<std::string> files = line.configFiles;
+  files.push_back(line.deviceFile);
+  if (line.packet) files.push_back(line.packet->expectFile);
+  if (line.verify) files.push_back(line.verify->dumpFile);
+  return files;
+}
+
+// Standard input is read once, and no file is written over that is read, or written, too.
+void requireFilesApart(const CommandLine& line) {
+  std::vector<std::string> files = inputsOf(line);
+  if (std::ranges::count(files, kStandardInput) > 1)
+    throw CLI::ValidationError("Standard input, -, can be read only once");
+  for (const auto& [option, file] : {std::pair("--dump", line.dumpFile), std::pair("--html", line.htmlFile)}) {
+    if (!file.empty() && std::ranges::find(files, file) != files.end())
+      throw CLI::ValidationError(option, file + " is a file that the run reads or writes, too: name another one");
+    files.push_back(file);
+  }
 }
 
 // What --help, --version or bad usage come to.
@@ -94,9 +110,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
           ->allow_extra_args(false)
           ->type_name("PATH=VALUE");
   addFailWrite(*apply, line);
-  apply->add_option("--dump", line.dumpFile, "Write the registers that the device ends with to a file, for verify")
-      ->check([](const std::string& name) { return name == kStandardInput ? "name a file" : ""; })
-      ->type_name("FILE");
+  addOutputFile(*apply, "--dump", line.dumpFile, "Write the registers that the device ends with to a file, for verify");
   std::string dropDelay;
   apply->add_option("--drop-delay", dropDelay, "Set the ACL drop delay, whatever the device says")
       ->check(CLI::IsMember({"on", "off"}))
@@ -116,7 +130,7 @@ std::optional<CommandLine> parseCommandLine(int argc, const char* const* argv, R
 
   try {
     app.parse(argc, argv);
-    if (inputsOf(line) > 1) throw CLI::ValidationError("Standard input, -, can be read only once");
+    requireFilesApart(line);
   } catch (const CLI::ParseError& error) {
     end = endOf(app, error);
     return {};

@@ -57,12 +57,22 @@ void warnOfUnreachedWrites(const std::set<uint64_t>& failWrites, uint64_t writes
   }
 }
 
-DocumentNames documentNames(const CommandLine& line) { return {line.deviceFile, line.configFiles}; }
+DocumentNames documentNames(const CommandLine& line) {
+  DocumentNames names{line.deviceFile, line.configFiles};
+  if (line.verify) names.subject = line.verify->dumpFile;
+  if (!line.packet) return names;
+  const auto& [expectFile, interface, direction, packet] = *line.packet;
+  names.subject = expectFile.empty() ? fmt::format("{}, {} {}", packet, interface, direction) : expectFile;
+  return names;
+}
 
 RunResult badInput(const CommandLine& line, const Diagnostics& diagnostics, const Looks& looks) {
   RunResult result{kBadInput, line.json ? jsonDiagnostics(diagnostics) : textDiagnostics(diagnostics, looks)};
-  if (!line.htmlFile.empty())
-    result.files.push_back({line.htmlFile, htmlDiagnostics(diagnostics, documentNames(line))});
+  if (line.htmlFile.empty()) return result;
+  const char* const summary = line.packet   ? "No packet was tried."
+                              : line.verify ? "Nothing was compared."
+                                            : "Nothing was applied.";
+  result.files.push_back({line.htmlFile, htmlDiagnostics(diagnostics, documentNames(line), summary)});
   return result;
 }
 

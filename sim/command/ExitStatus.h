@@ -11,7 +11,7 @@ inline constexpr int kNotAllApplied = 1;         // Something was refused, or fa
 inline constexpr int kEqual = kAllApplied;       // Of verify: the device is as expected,
 inline constexpr int kDiffers = kNotAllApplied;  // or it is not.
 inline constexpr int kBadInput = 2;              // Or bad usage, or a file of init was there already.
-inline constexpr int kReportLost = 3;  // The report, the help, the dump or the files of init could not be written.
+inline constexpr int kReportLost = 3;  // A report, a page, help, a dump or files of init could not be written.
 
 struct OutputFile {
   std::string name;

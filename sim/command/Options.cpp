@@ -47,10 +47,14 @@ void addFailWrite(CLI::App& command, CommandLine& line) {
       ->type_name("K");
 }
 
-void addHtml(CLI::App& command, CommandLine& line) {
-  command.add_option("--html", line.htmlFile, "Write a page for a browser, all in one file")
-      ->check([](const std::string& name) { return name == kStandardInput ? "name a file" : ""; })
+void addOutputFile(CLI::App& command, const char* option, std::string& file, const char* what) {
+  command.add_option(option, file, what)
+      ->check([](const std::string& name) { return name.empty() || name == kStandardInput ? "name a file" : ""; })
       ->type_name("FILE");
+}
+
+void addHtml(CLI::App& command, CommandLine& line) {
+  addOutputFile(command, "--html", line.htmlFile, "Write a page for a browser, all in one file");
 }
 
 }  // namespace Sim

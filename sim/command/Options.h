@@ -1,6 +1,8 @@
 // Options that more than one subcommand has, and says in the same way.
 #pragma once
 
+#include <string>
+
 namespace CLI {
 class App;
 }
@@ -13,6 +15,8 @@ struct CommandLine;
 void addDocuments(CLI::App& command, CommandLine& line, const char* what = "");
 void addAssume(CLI::App& command, CommandLine& line);
 void addFailWrite(CLI::App& command, CommandLine& line);
+// A file to be written, which is `file` then; not standard output.
+void addOutputFile(CLI::App& command, const char* option, std::string& file, const char* what);
 void addHtml(CLI::App& command, CommandLine& line);
 
 }  // namespace Sim

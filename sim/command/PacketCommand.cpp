@@ -13,6 +13,7 @@
 #include "command/Documents.h"
 #include "command/Options.h"
 #include "command/Session.h"
+#include "html/PacketPage.h"
 #include "report/PacketReport.h"
 #include "report/Report.h"
 #include "verdict/PacketText.h"
@@ -26,6 +27,8 @@ constexpr char kPacketExamples[] = R"(Examples:
       'tcp 192.0.2.7:1234 > 198.51.100.9:443'                 which ACE decides it, and which slot
   kestrix-sim packet device.json acls.json --expect policy.txt
                                                               the tests of a policy, for a CI
+  kestrix-sim packet device.json acls.json --expect policy.txt --html page.html
+                                                              and a page for a browser
   kestrix-sim packet device.json acls.json --expect policy.txt --assume fragments=match
                                                               on a device that is taken to be another one
 
@@ -40,7 +43,7 @@ policy.txt:
   deny port-1 ingress tcp 192.0.2.7 > 203.0.113.10:25
 
 Exit status: 0 the device does as configured or, with --expect, all that is wanted, 1 it does not, 2 bad input or usage,
-3 the report could not be written.)";
+3 the report or the page could not be written.)";
 
 // What the command line says, once it is complete.
 void requireComplete(CommandLine& line) {
@@ -136,6 +139,7 @@ void addPacketCommand(CLI::App& app, CommandLine& line) {
       ->type_name("FILE");
   addAssume(*packet, line);
   addFailWrite(*packet, line);
+  addHtml(*packet, line);
   packet->add_flag("--json", line.json, "Report as JSON");
   packet->callback([&line] { requireComplete(line); });
 }
@@ -147,7 +151,7 @@ RunResult runPacket(const CommandLine& line, const FileText& device, const std::
   const Device unknown;
   const auto probes = readProbes(*line.packet, expectations, documents ? documents->device : unknown, diagnostics);
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, looks);
-  auto session = startSession(line, documents->device, Depth::outcome, progress, diagnostics);
+  auto session = startSession(line, documents->device, depthOf(line), progress, diagnostics);
   if (!session) return badInput(line, diagnostics, looks);
   for (const Step& step : stepsOf(line, documents->configurations)) session->take(step, diagnostics);
   warnOfUnreachedWrites(line.failWrites, session->writes(), diagnostics);
@@ -159,7 +163,13 @@ RunResult runPacket(const CommandLine& line, const FileText& device, const std::
         answerTo(probe, session->steps().back(), documents->configurations.back().desired, line.readings));
   }
   const PacketReport report{answers, diagnostics, line.packet->expectFile};
-  return {report.isGood() ? kAllApplied : kNotAllApplied, line.json ? jsonReport(report) : textReport(report, looks)};
+  RunResult result{report.isGood() ? kAllApplied : kNotAllApplied,
+                   line.json ? jsonReport(report) : textReport(report, looks)};
+  if (!line.htmlFile.empty()) {
+    const ReportInput input = session->report(diagnostics);
+    result.files.push_back({line.htmlFile, htmlPackets({report, input, documentNames(line)})});
+  }
+  return result;
 }
 
 }  // namespace Sim

@@ -25,6 +25,8 @@ std::vector<Step> stepsOf(const CommandLine& line, const std::vector<ReadConfigu
   return steps;
 }
 
+Depth depthOf(const CommandLine& line) { return line.htmlFile.empty() ? Depth::outcome : Depth::meaning; }
+
 Session::Session(const CommandLine& line, const Device& device, Depth depth, Progress& progress)
     : line_(line),
       device_(device),

@@ -37,6 +37,9 @@ enum class Depth : uint8_t {
   meaning,  // and what that comes to for packets, and against a fresh device.
 };
 
+// What packet and verify need: only on a page they show what the configurations have made of the device.
+Depth depthOf(const CommandLine& line);
+
 class Session {
  public:
   // Raises Platform::RangeError for a device that the library refuses. `line`, `device` and `progress` must live as

@@ -11,6 +11,7 @@
 #include "command/Documents.h"
 #include "command/Options.h"
 #include "command/Session.h"
+#include "html/VerifyPage.h"
 #include "registers/RegisterDump.h"
 #include "report/Report.h"
 #include "report/VerifyReport.h"
@@ -25,6 +26,8 @@ constexpr char kVerifyExamples[] = R"(Examples:
                                                               the same where it has had two desired states in a row
   kestrix-sim verify device.json acls.json --dump found.txt --repair
                                                               and the writes that mend it
+  kestrix-sim verify device.json acls.json --dump found.txt --repair --html page.html
+                                                              and a page for a browser
   kestrix-sim verify device.json acls.json --dump found.txt --assume fragments=match
                                                               where slots with a port match later fragments
 
@@ -32,7 +35,8 @@ found.txt: a line for each register, as apply --dump writes it: msp_send[0]/i_fi
 
 A file named - is standard input.
 
-Exit status: 0 the device is as expected, 1 it differs, 2 bad input or usage, 3 the report could not be written.)";
+Exit status: 0 the device is as expected, 1 it differs, 2 bad input or usage, 3 the report or the page could not be
+written.)";
 
 // What a fresh device does not take is not compared, either.
 void warnOfUnapplied(const std::string& file, const Outcome& outcome, Diagnostics& diagnostics) {
@@ -81,6 +85,7 @@ void addVerifyCommand(CLI::App& app, CommandLine& line) {
   verify->add_flag_callback(
       "--repair", [&line] { line.verify->repair = true; }, "Show the writes, in order, that mend the device");
   addAssume(*verify, line);
+  addHtml(*verify, line);
   verify->add_flag("--json", line.json, "Report as JSON");
 }
 
@@ -94,7 +99,7 @@ RunResult runVerify(const CommandLine& line, const FileText& device, const std::
   if (!documents || text == nullptr) return badInput(line, diagnostics, looks);
   const RegisterDump found(dumpFile, *text, documents->device, diagnostics);
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, looks);
-  auto fresh = startSession(line, documents->device, Depth::outcome, progress, diagnostics);
+  auto fresh = startSession(line, documents->device, depthOf(line), progress, diagnostics);
   if (!fresh) return badInput(line, diagnostics, looks);
   for (const Step& step : stepsOf(line, documents->configurations)) fresh->take(step, diagnostics);
   warnOfUnapplied(line.configFiles.back(), fresh->steps().back().outcome, diagnostics);
@@ -104,8 +109,13 @@ RunResult runVerify(const CommandLine& line, const FileText& device, const std::
   progress.begin("comparing");
   const Verification verification = verify(documents->device, expected, found, line.readings);
   const VerifyInput input{verification, diagnostics, line.verify->repair};
-  return {verification.isEqual() ? kEqual : kDiffers,
-          line.json ? jsonVerification(input) : textVerification(input, looks)};
+  RunResult result{verification.isEqual() ? kEqual : kDiffers,
+                   line.json ? jsonVerification(input) : textVerification(input, looks)};
+  if (!line.htmlFile.empty()) {
+    const ReportInput made = fresh->report(diagnostics);
+    result.files.push_back({line.htmlFile, htmlVerification({input, made, documentNames(line)})});
+  }
+  return result;
 }
 
 }  // namespace Sim

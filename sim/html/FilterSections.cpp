@@ -16,10 +16,6 @@
 namespace Sim {
 namespace {
 
-std::string idOf(const StepPage& page, size_t group) {
-  return fmt::format("filter-{}-{}", page.step.file.empty() ? "set" : page.step.file, group + 1);
-}
-
 const AclConfiguration* configuredAcl(const StepReport& step, const AclOutcome& acl) {
   const auto found = std::ranges::find_if(step.desired->acls, [&](const AclConfiguration& each) {
     return each.name == acl.key.name && each.type == acl.key.type;
@@ -44,7 +40,7 @@ void putAclHere(Markup& html, const StepPage& page, const AclHere& here, size_t 
   const StateWords words = stateWords(*intf, *acl, page.step);
   {
     const auto line = html.in("p");
-    html.put("a", {{"href", "#" + idOf(page, group)}}, acl->key.name);
+    html.put("a", {{"href", "#" + filterId(page.number, group)}}, acl->key.name);
     html.text(" ");
     putState(html, words.state, words.style);
     putSlotsUsed(html, slotsFilled(*intf, *acl, page.step), page.device.slots(intf->direction));
@@ -178,9 +174,8 @@ const AclTraffic* trafficOf(const StepPage& page, const FilterGroup& group, cons
 
 void putGroup(Markup& html, const StepPage& page, size_t number) {
   const FilterGroup& group = page.groups.filters()[number];
-  const auto section = html.in("section", {{"class", "filter"}, {"id", idOf(page, number)}});
-  html.put("h3", fmt::format("{}, {}", shortList(group.intfs), directionName(group.direction())));
-  if (shortList(group.intfs).ends_with(" more")) putIntfs(html, group.intfs);
+  const auto section = html.in("section", {{"class", "filter"}, {"id", filterId(page.number, number)}});
+  putFilterTitle(html, group.intfs, group.direction());
   for (const auto& [acl, intf] : group.acls) {
     const AclConfiguration* const configured = configuredAcl(page.step, *acl);
     putAcl(html, page,
@@ -196,6 +191,8 @@ void putGroup(Markup& html, const StepPage& page, size_t number) {
 }
 
 }  // namespace
+
+std::string filterId(size_t step, size_t group) { return fmt::format("step-{}-filter-{}", step, group + 1); }
 
 void putOverview(Markup& html, const StepPage& page) {
   if (page.step.outcome.intfs.empty()) html.put("p", "No ACL is attached to an interface.");

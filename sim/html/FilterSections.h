@@ -1,7 +1,9 @@
 // The filters of a step on a page: the ACEs of their ACLs beside the slots and verdict bits that they became.
 #pragma once
 
+#include <cstddef>
 #include <optional>
+#include <string>
 
 #include "html/Groups.h"
 #include "html/Markup.h"
@@ -20,10 +22,14 @@ struct Hits {
 // What a page shows of one step.
 struct StepPage {
   const StepReport& step;
+  size_t number;  // From 1.
   const Groups& groups;
   const Device& device;
   const std::optional<Hits>& hits;
 };
+
+// The id of the section of a group of filters after a step.
+std::string filterId(size_t step, size_t group);
 
 // The interfaces, both directions, with the states of their ACLs.
 void putOverview(Markup& html, const StepPage& page);

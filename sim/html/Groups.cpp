@@ -1,5 +1,6 @@
 #include "html/Groups.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -71,6 +72,12 @@ Groups::Groups(const StepReport& step) {
     if (isNew) intfs_.push_back({ingress, egress, isBlocked, {}});
     intfs_[place->second].intfs.push_back(all[i].intf);
   }
+}
+
+size_t Groups::of(Platform::IntfId intf, Acl::AclDirection direction) const {
+  const auto group = std::ranges::find_if(
+      intfs_, [&](const IntfGroup& each) { return std::ranges::find(each.intfs, intf) != each.intfs.end(); });
+  return direction == Acl::AclDirection::in ? group->ingress : group->egress;
 }
 
 }  // namespace Sim

@@ -45,6 +45,8 @@ class Groups {
 
   const std::vector<FilterGroup>& filters() const { return filters_; }
   const std::vector<IntfGroup>& intfs() const { return intfs_; }
+  // The position of the group that the filter of an interface of the device is in.
+  size_t of(Platform::IntfId intf, Acl::AclDirection direction) const;
 
  private:
   std::vector<FilterGroup> filters_;

@@ -147,6 +147,11 @@ void putIntfs(Markup& html, const std::vector<Platform::IntfId>& intfs) {
   html.put("p", names);
 }
 
+void putFilterTitle(Markup& html, const std::vector<Platform::IntfId>& intfs, Acl::AclDirection direction) {
+  html.put("h3", fmt::format("{}, {}", shortList(intfs), directionName(direction)));
+  if (intfs.size() > kMostNamed + 1) putIntfs(html, intfs);
+}
+
 void putRemedy(Markup& html, std::string_view remedy) { html.put("p", {{"class", "remedy"}}, remedy); }
 
 void putDiagnostics(Markup& html, const Diagnostics& diagnostics) {

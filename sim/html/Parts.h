@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "html/Markup.h"
+#include "platform/acl/AclTypes.h"
 #include "platform/network/IntfId.h"
 #include "read/Diagnostics.h"
 #include "registers/RegisterWords.h"
@@ -50,6 +51,8 @@ class Folded {
 
 // The names, or the first few and the rest folded.
 void putIntfs(Markup& html, const std::vector<Platform::IntfId>& intfs);
+// The same as the title of a section about their filter.
+void putFilterTitle(Markup& html, const std::vector<Platform::IntfId>& intfs, Acl::AclDirection direction);
 // "port-1", "port-1 and port-2", "port-1, port-2 and 4,094 more".
 std::string shortList(const std::vector<Platform::IntfId>& intfs);
 

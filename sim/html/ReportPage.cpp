@@ -72,11 +72,12 @@ void putDeviations(Markup& html, const StepReport& step) {
     html.put("li", fmt::format("{} {}: {}", each.intf, directionName(each.direction), each.why));
 }
 
-void putStep(Markup& html, const StepReport& step, const Device& device, const std::optional<Hits>& hits) {
+void putStep(Markup& html, const ReportInput& input, size_t number, const std::optional<Hits>& hits) {
+  const StepReport& step = input.steps[number - 1];
   if (!step.isApplied()) putNotApplied(html, step);
   if (!step.isApplied() && step.outcome.acls.empty()) return;
   const Groups groups(step);
-  const StepPage page{step, groups, device, hits};
+  const StepPage page{step, number, groups, input.device, hits};
   html.put("h3", "Interfaces");
   putOverview(html, page);
   putDeviations(html, step);
@@ -152,7 +153,15 @@ Heading headingOf(const ReportInput& input, const DocumentNames& names) {
 }  // namespace
 
 std::string titleOf(const DocumentNames& names) {
-  return fmt::format("{} on {}", fmt::join(names.configs, ", "), names.device);
+  const std::string documents = fmt::format("{} on {}", fmt::join(names.configs, ", "), names.device);
+  return names.subject.empty() ? documents : fmt::format("{}: {}", names.subject, documents);
+}
+
+void putPreface(Markup& html, const ReportInput& input) {
+  putDiagnostics(html, input.diagnostics);
+  if (!input.assumptions.empty()) html.put("p", fmt::format("Assumed: {}", fmt::join(input.assumptions, ", ")));
+  if (!input.failedWrites.empty() && input.failedWrites.front().number <= input.startupWrites)
+    html.put("p", "The drop delay did not reach all filters at start-up.");
 }
 
 void putSteps(Markup& html, const ReportInput& input, const std::optional<Hits>& hits) {
@@ -163,23 +172,20 @@ void putSteps(Markup& html, const ReportInput& input, const std::optional<Hits>&
     html.put("h2", input.steps.size() == 1 ? "What the device does" : fmt::format("Step {}: {}", i + 1, nameOf(step)));
     if (input.steps.size() > 1) putChanges(html, step);
     if (isLast) {
-      putStep(html, step, input.device, hits);
+      putStep(html, input, i + 1, hits);
     } else {
       const Folded folded(html, "Interfaces and filters after this step");
-      putStep(html, step, input.device, {});
+      putStep(html, input, i + 1, {});
     }
   }
+  putNotes(html, input.notes);
+  putTotals(html, input);
 }
 
 std::string htmlReport(const ReportInput& input, const DocumentNames& names) {
   return pageOf(headingOf(input, names), [&](Markup& html) {
-    putDiagnostics(html, input.diagnostics);
-    if (!input.assumptions.empty()) html.put("p", fmt::format("Assumed: {}", fmt::join(input.assumptions, ", ")));
-    if (!input.failedWrites.empty() && input.failedWrites.front().number <= input.startupWrites)
-      html.put("p", "The drop delay did not reach all filters at start-up.");
+    putPreface(html, input);
     putSteps(html, input, {});
-    putNotes(html, input.notes);
-    putTotals(html, input);
     if (!input.model) return;
     const Folded folded(html, "All that the library keeps");
     const auto list = html.in("ul");
@@ -187,8 +193,8 @@ std::string htmlReport(const ReportInput& input, const DocumentNames& names) {
   });
 }
 
-std::string htmlDiagnostics(const Diagnostics& diagnostics, const DocumentNames& names) {
-  return pageOf({titleOf(names), "has errors", Style::bad, "Nothing was applied."},
+std::string htmlDiagnostics(const Diagnostics& diagnostics, const DocumentNames& names, const std::string& summary) {
+  return pageOf({titleOf(names), "has errors", Style::bad, summary},
                 [&](Markup& html) { putDiagnostics(html, diagnostics); });
 }
 

@@ -18,18 +18,22 @@ namespace Sim {
 struct DocumentNames {
   std::string device;
   std::vector<std::string> configs;
+  std::string subject = {};  // What is asked of them: a packet, expectations, a dump; empty where nothing is.
 };
 
-// "acls.json on device.json".
+// "acls.json on device.json", "policy.txt: acls.json on device.json".
 std::string titleOf(const DocumentNames& names);
 
 // What `kestrix-sim apply` tells.
 std::string htmlReport(const ReportInput& input, const DocumentNames& names);
 
-// Of documents that nothing could be made of.
-std::string htmlDiagnostics(const Diagnostics& diagnostics, const DocumentNames& names);
+// Of documents that nothing could be made of, as `summary` says.
+std::string htmlDiagnostics(const Diagnostics& diagnostics, const DocumentNames& names, const std::string& summary);
 
-// What the configurations have made of the device: each step, the last one in full.
+// What is wrong with the documents, and what is assumed.
+void putPreface(Markup& html, const ReportInput& input);
+// What the configurations have made of the device: each step, the last one in full; what depends on readings, and the
+// writes.
 void putSteps(Markup& html, const ReportInput& input, const std::optional<Hits>& hits);
 
 }  // namespace Sim

@@ -1,53 +1,23 @@
 #include "report/PacketReport.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include <fmt/format.h>
 
-#include "report/DecisionWords.h"
 #include "report/Explanations.h"
 #include "report/Json.h"
+#include "report/PacketWords.h"
 #include "report/Report.h"
 
 namespace Sim {
 namespace {
 
-std::string placeWords(const Probe& probe) {
-  return fmt::format("{}, {} {}", probe.packet.toText(), probe.intf, directionName(probe.direction));
-}
-
-std::string_view verdictName(bool permits) { return permits ? "permit" : "deny"; }
-
-std::string configuredWords(const PacketAnswer& answer) {
-  if (answer.isBlocked) return "the interface is disabled";
-  if (answer.foreign == nullptr) return decisionWords(answer.configured);
-  return fmt::format("not known: ACL {} is of type {}", answer.foreign->name, answer.foreign->typeName);
-}
-
-std::string programmedWords(const PacketAnswer& answer) {
-  return answer.isBlocked ? "the interface is blocked: it passes no traffic"
-                          : decisionWords(answer.programmed, *answer.filter);
-}
-
-std::string inactiveWords(const IntfOutcome& intf) {
-  return fmt::format("ACL {} {} here: {}{}", intf.acl, intf.state == IntfState::refused ? "is refused" : "failed",
-                     intf.reason.words(), intf.keepsPrevious ? "; its previous version stays in force" : "");
-}
-
-std::string_view conclusion(const PacketAnswer& answer) {
-  if (!answer.shouldPass()) return "Whether that is as configured is not known.";
-  if (answer.isAsConfigured()) {
-    return answer.inactive.empty() || answer.isBlocked ? "The device does as configured."
-                                                       : "The verdicts are the same, though not by these ACLs.";
-  }
-  return answer.passes() ? "The device lets it through, and should not." : "The device stops it, and should not.";
-}
-
 void writeAnswer(Page& page, const PacketAnswer& answer) {
   constexpr size_t kWords = 2 + 12 + 8;  // Where they begin.
   const auto writeSide = [&](std::string_view side, std::optional<bool> permits, const std::string& words) {
-    page.line({{fmt::format("  {:<12}{:<8}{}", side, permits ? verdictName(*permits) : "-", words)}}, kWords);
+    page.line({{fmt::format("  {:<12}{:<8}{}", side, verdictName(permits), words)}}, kWords);
   };
   writeSide("configured", answer.shouldPass(), configuredWords(answer));
   writeSide("programmed", answer.passes(), programmedWords(answer));
@@ -57,23 +27,17 @@ void writeAnswer(Page& page, const PacketAnswer& answer) {
 
 // Those that are not as wanted, or not as configured.
 void writeExceptions(Page& page, const PacketReport& report) {
-  size_t good = 0;
   for (const PacketAnswer& answer : report.answers) {
-    good += answer.isAsWanted() ? 1 : 0;
-    if (answer.isAsWanted() && answer.isAsConfigured()) continue;
-    const Probe& probe = answer.probe;
-    const std::string_view verdict = answer.passes() ? "permits" : "denies";
-    page.line({{fmt::format("{} line {}: ", report.expectations, probe.line)},
-               answer.isAsWanted()
-                   ? Span{fmt::format("the device {} it as wanted, but not as configured", verdict), Style::odd}
-                   : Span{fmt::format("{} is wanted, and the device {} it", verdictName(!answer.passes()), verdict),
-                          Style::bad},
-               {": " + placeWords(probe)}});
+    if (!isException(answer)) continue;
+    const auto [words, style] = expectationWords(answer);
+    page.line({{fmt::format("{} line {}: ", report.expectations, answer.probe.line)},
+               {words, style},
+               {": " + placeWords(answer.probe)}});
     writeAnswer(page, answer);
     page.line();
   }
-  page.line({{fmt::format("{} of {} expectations hold", good, report.answers.size()),
-              good == report.answers.size() ? Style::good : Style::bad}});
+  const bool holds = std::ranges::all_of(report.answers, &PacketAnswer::isAsWanted);
+  page.line({{holdWords(report), holds ? Style::good : Style::bad}});
 }
 
 // The verdict of one side; null where it is not known.

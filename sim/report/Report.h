@@ -46,8 +46,8 @@ struct StepReport {
 struct ReportInput {
   const Device& device;
   const std::vector<StepReport>& steps;
-  uint64_t writes;         // Of the whole run,
-  uint64_t startupWrites;  // and before its first step.
+  uint64_t writes = 0;         // Of the whole run,
+  uint64_t startupWrites = 0;  // and before its first step.
   const std::vector<FailedWrite>& failedWrites;
   FilterDumps filters;  // In the end.
   const Diagnostics& diagnostics;

@@ -9,72 +9,14 @@
 #include "report/DecisionWords.h"
 #include "report/Json.h"
 #include "report/Report.h"
+#include "report/VerifyWords.h"
 
 namespace Sim {
 namespace {
 
-namespace Layout = Kestrix::Layout;
-
-// A register, as it is and as it should be.
-struct RegisterPair {
-  std::string_view name;
-  int digits = 8;  // Of the value.
-  uint32_t expected = 0;
-  uint32_t found = 0;
-  std::string missing = {};     // The bits that only the expected value has, and
-  std::string unexpected = {};  // those that only the other has, in words; empty in a slot.
-};
-
-struct SlotPair {
-  uint8_t slot = 0;
-  std::string expected;  // In words.
-  std::string found;
-  std::vector<RegisterPair> registers;  // Those that differ.
-};
-
-// What `bits` of a register of the filter mean.
-std::string wordsOf(const FilterMismatch& filter, const Layout::FilterRegister& row, uint32_t bits) {
-  FilterDump with{.intf = filter.found.intf};
-  with.values[positionOf(row)] = bits;
-  return with.words(row);
-}
-
-// Registers of the whole filter that differ.
-std::vector<RegisterPair> registerPairs(const FilterMismatch& filter) {
-  std::vector<RegisterPair> pairs;
-  for (const auto& row : Layout::kFilterRegisters) {
-    const uint32_t expected = filter.expected.value(row), found = filter.found.value(row);
-    if (expected == found) continue;
-    pairs.push_back({row.name, 8, expected, found, wordsOf(filter, row, expected & ~found),
-                     wordsOf(filter, row, found & ~expected)});
-  }
-  return pairs;
-}
-
-// Slots that hold or mean something else than they should.
-std::vector<SlotPair> slotPairs(const FilterMismatch& filter) {
-  std::vector<SlotPair> pairs;
-  for (size_t i = 0; i < filter.expected.slots.size(); ++i) {
-    const SlotDump &expected = filter.expected.slots[i], &found = filter.found.slots[i];
-    SlotPair pair{expected.slot, filter.expected.slotWords(expected), filter.found.slotWords(found), {}};
-    for (const auto& row : Layout::kSlotRegisters) {
-      if (expected.value(row) == found.value(row)) continue;
-      pair.registers.push_back({row.name, row.width / 4, expected.value(row), found.value(row)});
-    }
-    if (pair.expected != pair.found || !pair.registers.empty()) pairs.push_back(std::move(pair));
-  }
-  return pairs;
-}
-
-std::string namesOf(const std::vector<Platform::IntfId>& intfs) {
-  std::string names;
-  for (const Platform::IntfId intf : intfs) names += (names.empty() ? "" : ", ") + intf.toText();
-  return names;
-}
-
 void writeRegister(Page& page, size_t indent, const RegisterPair& pair) {
-  std::string line = fmt::format("{:{}}{} 0x{:0{}x}, expected 0x{:0{}x}", "", indent, pair.name, pair.found,
-                                 pair.digits, pair.expected, pair.digits);
+  std::string line =
+      fmt::format("{:{}}{} {}, expected {}", "", indent, pair.name, pair.foundText(), pair.expectedText());
   if (!pair.missing.empty()) line += "; missing: " + pair.missing;
   if (!pair.unexpected.empty()) line += "; not expected: " + pair.unexpected;
   page.line({{line}});
@@ -102,38 +44,29 @@ void writeFilter(Page& page, const FilterMismatch& filter) {
   const auto& [more, less] = filter.changes;
   writeChange(page, "lets through", more, filter);
   writeChange(page, "stops", less, filter);
-  if (!more && !less) page.line({{"  decides every packet as expected, by the readings taken"}});
+  if (!more && !less) page.line({{fmt::format("  {}", kDecidesAsExpected)}});
   page.line();
-}
-
-// How far an interface is blocked.
-std::string_view blockingWords(const LinkMonitorMismatch& monitor) {
-  const uint32_t bits = monitor.found & Layout::kLinkMonitorBlock;
-  return bits == 0 ? "not blocked" : bits == Layout::kLinkMonitorBlock ? "blocked" : "blocked by one bit of two";
 }
 
 void writeLinkMonitor(Page& page, const LinkMonitorMismatch& monitor) {
   page.line({{namesOf(monitor.intfs), Style::head},
              {fmt::format("  {} 0x{:02x}: {}, expected {}", monitor.path, monitor.found, blockingWords(monitor),
-                          monitor.isToBlock ? "blocked" : "not blocked")}});
+                          expectedBlockingWords(monitor))}});
   page.line();
 }
 
 Style styleOf(bool isEqual) { return isEqual ? Style::good : Style::bad; }
 
 void writeTotals(Page& page, const Verification& verification) {
-  const auto& [filters, linkMonitors, filtersCompared, registers, compared, missing, others] = verification;
-  page.line({{fmt::format("{} of {} filters differ", filters.size(), filtersCompared), styleOf(filters.empty())},
-             {fmt::format(" ({} registers)", registers)}});
-  page.line(
-      {{fmt::format("{} of {} link monitors differ", linkMonitors.size(), compared), styleOf(linkMonitors.empty())},
-       {missing == 0 ? "" : fmt::format("; {} have no line: whether they block is not known", missing)}});
-  page.line({{fmt::format("lines of other registers: {}", others)}});
+  const auto [filters, registers, linkMonitors, missing, others] = totalWords(verification);
+  page.line({{filters, styleOf(verification.filters.empty())}, {fmt::format(" ({})", registers)}});
+  page.line({{linkMonitors, styleOf(verification.linkMonitors.empty())}, {missing.empty() ? missing : "; " + missing}});
+  page.line({{others}});
 }
 
 void writeRepair(Page& page, const std::vector<Register>& repair) {
   page.line();
-  page.line({{repair.empty() ? "Nothing is to be mended." : "To mend it, write in this order:"}});
+  page.line({{repairWords(repair)}});
   for (const Register& each : repair) page.line({{lineOf(each)}});
 }
 

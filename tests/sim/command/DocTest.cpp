@@ -8,8 +8,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "command/Init.h"
-#include "command/Run.h"
+#include "sim/Commands.h"
 #include "support/Docs.h"
 #include "verdict/Readings.h"
 
@@ -57,19 +56,7 @@ std::vector<std::string> linesOfCommand(const std::string& command) {
   std::istringstream in(command);
   std::vector<std::string> words;
   for (std::string word; in >> std::quoted(word, '\'');) words.push_back(word);
-  std::vector<const char*> arguments;
-  for (const std::string& word : words) arguments.push_back(word.c_str());
-  RunResult end;
-  const CommandLine line = parseCommandLine(int(arguments.size()), arguments.data(), end).value();
-  const auto text = [](const std::string& file) { return FileText{file.empty() ? file : textOfFile(file)}; };
-  std::vector<FileText> configs;
-  for (const std::string& file : line.configFiles) configs.push_back(text(file));
-  Progress none;
-  const RunResult result =
-      line.initFolder ? init(*line.initFolder)
-      : line.verify   ? runVerify(line, text(line.deviceFile), configs, text(line.verify->dumpFile), {}, none)
-      : line.packet   ? runPacket(line, text(line.deviceFile), configs, text(line.packet->expectFile), {}, none)
-                      : run(line, text(line.deviceFile), configs, {}, none);
+  const RunResult result = resultOf(words, textOfFile);
   std::istringstream output(result.output);
   std::vector<std::string> lines;
   for (std::string each; std::getline(output, each);) lines.push_back(each);

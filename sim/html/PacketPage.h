@@ -1,0 +1,25 @@
+// What becomes of packets, as a page for a browser.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "html/FilterSections.h"
+#include "html/ReportPage.h"
+#include "report/PacketReport.h"
+#include "report/Report.h"
+
+namespace Sim {
+
+// What the page is about. The packets were tried on what the last step of `input` has made of the device.
+struct PacketPage {
+  const PacketReport& report;
+  const ReportInput& input;
+  const DocumentNames& names;
+  std::optional<Hits> hits = {};  // What the packets of a capture met.
+};
+
+// What `kestrix-sim packet` tells, and what the configurations have made of the device.
+std::string htmlPackets(const PacketPage& page);
+
+}  // namespace Sim
