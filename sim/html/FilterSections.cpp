@@ -17,7 +17,7 @@ namespace Sim {
 namespace {
 
 std::string idOf(const StepPage& page, size_t group) {
-  return fmt::format("filter-{}-{}", page.step.file.empty() ? "set" : page.step.file, group + 1);
+  return fmt::format("filter-{}-{}", page.number, group + 1);
 }
 
 const AclConfiguration* configuredAcl(const StepReport& step, const AclOutcome& acl) {

@@ -1,6 +1,7 @@
 // The filters of a step on a page: the ACEs of their ACLs beside the slots and verdict bits that they became.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 
 #include "html/Groups.h"
@@ -20,6 +21,7 @@ struct Hits {
 // What a page shows of one step.
 struct StepPage {
   const StepReport& step;
+  size_t number;  // Of the step, from 1.
   const Groups& groups;
   const Device& device;
   const std::optional<Hits>& hits;

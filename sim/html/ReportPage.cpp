@@ -17,7 +17,7 @@ std::string nameOf(const StepReport& step) { return step.file.empty() ? "--set" 
 // What filters do otherwise than before the step.
 void putTurns(Markup& html, const StepReport& step) {
   if (step.verdicts.turns.empty()) return;
-  const Table table(html, "What packets meet otherwise", {"", "where", "packet", "now", "before"});
+  const Table table(html, "What packets meet otherwise", {"change", "where", "packet", "now", "before"});
   for (const auto& [intf, direction, turns] : step.verdicts.turns) {
     for (const Turn& turn : turns) {
       const bool permits = turn.after.programmed.permits;
@@ -72,13 +72,15 @@ void putDeviations(Markup& html, const StepReport& step) {
     html.put("li", fmt::format("{} {}: {}", each.intf, directionName(each.direction), each.why));
 }
 
-void putStep(Markup& html, const StepReport& step, const Device& device, const std::optional<Hits>& hits) {
+void putStep(Markup& html, const StepReport& step, size_t number, const Device& device,
+             const std::optional<Hits>& hits) {
   if (!step.isApplied()) putNotApplied(html, step);
   if (!step.isApplied() && step.outcome.acls.empty()) return;
   const Groups groups(step);
-  const StepPage page{step, groups, device, hits};
+  const StepPage page{step, number, groups, device, hits};
   html.put("h3", "Interfaces");
   putOverview(html, page);
+  if (const std::string words = standInWords(step, device); !words.empty()) html.put("p", words);
   putDeviations(html, step);
   putFilters(html, page);
   putUnattached(html, page);
@@ -163,10 +165,10 @@ void putSteps(Markup& html, const ReportInput& input, const std::optional<Hits>&
     html.put("h2", input.steps.size() == 1 ? "What the device does" : fmt::format("Step {}: {}", i + 1, nameOf(step)));
     if (input.steps.size() > 1) putChanges(html, step);
     if (isLast) {
-      putStep(html, step, input.device, hits);
+      putStep(html, step, i + 1, input.device, hits);
     } else {
       const Folded folded(html, "Interfaces and filters after this step");
-      putStep(html, step, input.device, {});
+      putStep(html, step, i + 1, input.device, {});
     }
   }
 }
