@@ -1,7 +1,7 @@
 // Looks at the pages of kestrix-sim in a browser, as docs/testing.md says. Started by tools/check-pages.
 //
 // Usage: node browser.mjs KESTRIX-SIM EXAMPLES FOLDER [NAME]...
-// FOLDER gets the documents, the pages and a picture of each; it has the packages of package.json. With names, only these
+// FOLDER gets the documents, the pages and two pictures of each; it has the packages of package.json. With names, only these
 // pages are looked at.
 
 import { execFile } from 'node:child_process';
@@ -135,11 +135,9 @@ async function checkWidths(page, name) {
       const needed = await page.evaluate(() => document.scrollingElement.scrollWidth);
       if (needed > width) fault(name, `is ${needed} px wide at ${width} px, ${areOpen ? 'open' : 'closed'}`);
     }
+    await page.emulateMedia({ colorScheme: width === 360 ? 'dark' : 'light' });
     await openAll(page, false);
-    for (const colorScheme of ['light', 'dark']) {
-      await page.emulateMedia({ colorScheme });
-      await page.screenshot({ path: join(folder, `${name}-${width}-${colorScheme}.png`), fullPage: true });
-    }
+    await page.screenshot({ path: join(folder, `${name}-${width}.png`), fullPage: true });
   }
 }
 

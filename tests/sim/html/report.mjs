@@ -84,12 +84,12 @@ export function linesOfPage() {
   function readOverview(table) {
     for (const [name, ...cells] of rows(table)) {
       const intfs = intfsOf(name, words(name, '.state, details'));
-      if (name.querySelector('.state')) intfs.forEach((intf) => add('', `${intf} is blocked: it passes no traffic`));
+      if (words(name.querySelector('.state')) === 'blocked: passes no traffic') intfs.forEach((intf) => add('', `${intf} is blocked: it passes no traffic`));
       cells.forEach((cell, i) => {
         const direction = ['ingress', 'egress'][i];
         let row = null;
         const done = () => row && intfs.forEach((intf) => {
-          states.set(`${step}|${intf} ${direction}|${row.acl}`, { state: row.state, isActive: row.unmatched !== '-' });
+          states.set(`${step}|${intf} ${direction}|${row.acl}`, { ...row, isActive: row.unmatched !== '-' });
           add('', single(`${intf} ${direction} ${row.acl} ${row.state} ${row.slots} ${row.unmatched} ${row.reason}`));
         });
         for (const line of cell.children) {
@@ -156,7 +156,7 @@ export function linesOfPage() {
     const intfs = direction ? intfsOf(section, short) : [];
     let about = '';
     let head = ''; // Of the ACL, with its remedy.
-    let isHere = true;
+    let here;
     for (const part of [...section.children, section.querySelector('h3')]) {
       const isState = part.matches('h4 + p');
       if (head && !isState && !part.matches('.remedy')) {
@@ -169,14 +169,16 @@ export function linesOfPage() {
         const state = words(part).replace(/^.* here; as a whole: /, '');
         about = direction && !state.includes('if it were attached') ? name.replace(/\)$/, `, ${direction})`) : name;
         head = `${about}: ${state}`;
-        const here = states.get(`${step}|${intfs[0]} ${direction}|${name.replace(/^ACL | \([^()]*\)$/g, '')}`);
-        isHere = here?.isActive || !intfs.length;
-        if (isHere) inForce.add(`${step}|${about}`);
+        here = states.get(`${step}|${intfs[0]} ${direction}|${name.replace(/^ACL | \([^()]*\)$/g, '')}`);
+        if (here?.isActive || !intfs.length) inForce.add(`${step}|${about}`);
         if (pills.length > 1 && pills[0] !== here?.state) faults.push(`${about} is ${pills[0]} on ${intfs[0]}`);
       } else if (part.matches('.remedy')) {
         head += ` -> ${words(part)}`;
       } else if (part.matches('.scroll')) {
-        readAces(part).forEach((line) => (isHere ? add(about, line) : elsewhere.push([step, about, line])));
+        readAces(part).forEach((line) => (here?.isActive || !intfs.length ? add(about, line) : elsewhere.push([step, about, line])));
+        const implicit = words(part.querySelector('th.dim ~ td:last-child'));
+        const verdict = { permit: 'permits', deny: 'denies' }[here?.unmatched];
+        if (implicit && implicit !== `no slot: the filter ${verdict} what no slot matches`) faults.push(implicit);
       } else if (part.matches('.difference')) {
         const [what, decider = ''] = [...part.children].map((each) => words(each));
         if (about) addOnIntfs(about, '', intfs, single(`${direction} ${what} ${decider}`));
@@ -237,7 +239,7 @@ export function linesOfPage() {
   }
   for (const [number, about, line] of elsewhere) {
     step = number;
-    if (!inForce.has(`${step}|${about}`)) add(about, line);
+    if (!inForce.has(`${step}|${about}`) || !/ fits, but the ACL (is|would) not /.test(line)) add(about, line);
   }
   return { found: [...found], optional: [...optional], faults };
 }
