@@ -16,9 +16,7 @@
 namespace Sim {
 namespace {
 
-std::string idOf(const StepPage& page, size_t group) {
-  return fmt::format("filter-{}-{}", page.number, group + 1);
-}
+std::string idOf(const StepPage& page, size_t group) { return fmt::format("filter-{}-{}", page.number, group + 1); }
 
 const AclConfiguration* configuredAcl(const StepReport& step, const AclOutcome& acl) {
   const auto found = std::ranges::find_if(step.desired->acls, [&](const AclConfiguration& each) {

@@ -1,5 +1,5 @@
-// The text report and the page of a run, both taken apart into the same lines: which ACL or filter of which step, and
-// what is said of it, with single blanks. What the report says below a line, such as a remedy, is a part of that line.
+// The text report and the page of a run, both taken apart into the same lines: `step|ACL or filter|what is said of it`,
+// with single blanks. What the report says below a line, such as a remedy, is a part of that line.
 
 const single = (text) => text.replace(/\s+/g, ' ').trim();
 // What belongs to the line above it.
@@ -52,7 +52,19 @@ export function linesOfReport(text) {
   return found;
 }
 
+// For pages of any kind: what the report says between two blanks or more, which is to be found anywhere on the page.
+export function cellsOfReport(text) {
+  const cells = text.split(/\n| {2,}/).map((each) => single(each.replace(/^-> |:$/, '')));
+  return new Set(cells.filter(Boolean).map((each) => `||${each}`));
+}
+
 // Runs in the browser.
+export function textOfPage() {
+  const blocks = [...document.querySelectorAll('h1, h2, h3, h4, p, li, th, td')];
+  return { found: [], text: blocks.map((each) => each.textContent.replace(/\s+/g, ' ')).join('\n'), faults: [] };
+}
+
+// Runs in the browser. The lines of linesOfReport; those that are optional are not in every report.
 export function linesOfPage() {
   const found = new Set();
   const optional = new Set(); // What the report says shorter, or not at all.
