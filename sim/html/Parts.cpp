@@ -190,7 +190,8 @@ void putWord(Markup& html, const FilterDump& filter, const Layout::FilterRegiste
 
 void putRegisters(Markup& html, const FilterDump& filter) {
   const Folded folded(html, "Registers");
-  html.put("p", {{"class", "path"}}, filter.path);
+  html.put("p", {{"class", "path"}},
+           fmt::format("{} {} {}", filter.intf, directionName(filter.direction), filter.path));
   if (filter.isZero()) return html.put("p", "all registers 0");
   {
     const Table table(html, "Registers of the filter", {"register", "bits 31 to 0", "set bits"});

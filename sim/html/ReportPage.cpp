@@ -17,7 +17,7 @@ std::string nameOf(const StepReport& step) { return step.file.empty() ? "--set" 
 // What filters do otherwise than before the step.
 void putTurns(Markup& html, const StepReport& step) {
   if (step.verdicts.turns.empty()) return;
-  const Table table(html, "What packets meet otherwise", {"", "where", "packet", "now", "before"});
+  const Table table(html, "What packets meet otherwise", {"change", "where", "packet", "now", "before"});
   for (const auto& [intf, direction, turns] : step.verdicts.turns) {
     for (const Turn& turn : turns) {
       const bool permits = turn.after.programmed.permits;
@@ -80,6 +80,7 @@ void putStep(Markup& html, const ReportInput& input, size_t number, const std::o
   const StepPage page{step, number, groups, input.device, hits};
   html.put("h3", "Interfaces");
   putOverview(html, page);
+  if (const std::string words = standInWords(step, input.device); !words.empty()) html.put("p", words);
   putDeviations(html, step);
   putFilters(html, page);
   putUnattached(html, page);

@@ -1,5 +1,6 @@
 #include "report/OutcomeWords.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -107,6 +108,15 @@ StateWords stateWords(const IntfOutcome& intf, const AclOutcome& acl, const Step
           !isActive || isOther ? Style::bad
           : odd.empty()        ? Style::good
                                : Style::odd};
+}
+
+std::string standInWords(const StepReport& step, const Device& device) {
+  const auto isStandIn = [&](const IntfOutcome& each) { return device.find(each.intf.toText()) == nullptr; };
+  const auto& intfs = step.outcome.intfs;
+  const auto first = std::ranges::find_if(intfs, isStandIn);
+  if (step.isApplied() || first == intfs.end()) return {};
+  return fmt::format("{} {} for an interface that no ACL set names, or not without an error", first->intf,
+                     std::ranges::count_if(intfs, isStandIn) == 1 ? "stands" : "and the like stand");
 }
 
 std::string wastedWords(size_t slots) {

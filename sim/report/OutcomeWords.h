@@ -30,6 +30,9 @@ std::string exceptionWords(const AclOutcome& acl, const StepReport& step);
 // Whether the reason of the ACL is not that of a rule, which has its own advice.
 bool isAboutWholeAcl(const AclOutcome& acl);
 
+// What interfaces that `device` does not have stand for, in a step that was not applied; or nothing.
+std::string standInWords(const StepReport& step, const Device& device);
+
 // Of an ACL that has so many slots with ACEs that decide no packet.
 std::string wastedWords(size_t slots);
 

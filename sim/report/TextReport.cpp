@@ -234,15 +234,6 @@ void writeNotApplied(Page& page, const StepReport& step) {
   page.line();
 }
 
-void writeStandIns(Page& page, const Outcome& outcome, const Device& device) {
-  const auto isStandIn = [&](const IntfOutcome& each) { return device.find(each.intf.toText()) == nullptr; };
-  const auto first = std::ranges::find_if(outcome.intfs, isStandIn);
-  if (first == outcome.intfs.end()) return;
-  const bool isAlone = std::ranges::count_if(outcome.intfs, isStandIn) == 1;
-  page.line({{fmt::format("{} {} for an interface that no ACL set names, or not without an error", first->intf,
-                          isAlone ? "stands" : "and the like stand")}});
-}
-
 // Of interfaces that have no ACL, and so no line of the table.
 void writeDifferencesWithoutAcl(Page& page, const StepReport& step) {
   for (const auto& [place, differences] : step.verdicts.differences) {
@@ -265,7 +256,7 @@ void writeStep(Page& page, const StepReport& step, const Device& device) {
   } else {
     writeIntfs(page, step, device);
   }
-  if (!step.isApplied()) writeStandIns(page, outcome, device);
+  if (const std::string words = standInWords(step, device); !words.empty()) page.line({{words}});
   for (const Platform::IntfId intf : outcome.blocked) {
     page.line({{fmt::format("{} is blocked: it passes no traffic", intf), Style::odd}});
   }
