@@ -1,0 +1,89 @@
+// Counts what becomes of packets, as fast as they can be read from a file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "verdict/CapturedPacket.h"
+#include "verdict/Classifier.h"
+#include "verdict/Comparison.h"
+#include "verdict/Readings.h"
+#include "verdict/Traffic.h"
+
+namespace Sim {
+
+// What decides packets at an interface in a direction.
+struct Checkpoint {
+  const FilterDump& filter;
+  Acls acls;                    // Those that can be decided.
+  bool isBlocked = false;       // The interface: it passes no traffic.
+  bool areAclsUnknown = false;  // There are ACLs, and none of them can be decided.
+};
+
+// Needs the same memory for any number of packets.
+class TrafficCounter {
+ public:
+  // `before` is the checkpoint as it was before the last configuration; null if there was none. By `readings`, of which
+  // none may be open. What the checkpoints refer to must live as long as this.
+  TrafficCounter(const Checkpoint& last, const Checkpoint* before, const Readings& readings);
+
+  void add(const CapturedPacket& packet);
+  uint64_t packets() const { return traffic_.all.packets; }
+  // Of all packets so far. Refers to the ACLs.
+  Traffic traffic() const;
+
+ private:
+  static constexpr uint32_t kNothing = UINT32_MAX;
+
+  // Packets that the same verdicts decide.
+  struct Group {
+    Classifier::Found found;  // By the last checkpoint, by the other reading, and before.
+    Judgement judgement;
+    Judgement before;
+    bool isMore = false;
+    bool isLess = false;
+    bool isNewlyPermitted = false;
+    bool isNewlyDenied = false;
+    bool isOtherwiseByFragments = false;
+    Count count = {};
+  };
+  // What was found of packets that are alike in all that is compared.
+  struct Remembered {
+    PacketWords words{};
+    uint32_t group = kNothing;
+    uint32_t differing = kNothing;  // Where it is in the lists of the traffic.
+    uint32_t turned = kNothing;
+  };
+
+  static Readings withOtherFragments(Readings readings);
+
+  void addKind(const CapturedPacket& packet);
+  // What is found of the packet, whose words are masked; none where too little is known of it.
+  std::optional<Remembered> lookUp(const Packet& packet, const PacketWords& words, const PacketWords& known);
+  uint32_t groupOfFound();
+  Group groupBy(const Classifier::Found& found) const;
+  void count(const Remembered& entry, const Count& one);
+
+  bool isBlocked_;
+  bool areAclsUnknown_;
+  bool wasBlocked_;
+  Classifier last_;
+  Classifier byOtherFragments_;  // The last filter, alone.
+  std::optional<Classifier> before_;
+  std::vector<const AclConfiguration*> acls_;
+  PacketWords compared_;
+
+  std::vector<Remembered> memory_;
+  Classifier::Found found_;
+  std::vector<Group> groups_;
+  std::map<Classifier::Found, uint32_t> groupNumbers_;
+  std::map<PacketWords, uint32_t> differing_;  // Positions in the lists of the traffic.
+  std::map<PacketWords, uint32_t> turned_;
+  Traffic traffic_;
+};
+
+}  // namespace Sim
