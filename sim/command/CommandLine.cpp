@@ -50,6 +50,7 @@ device, 2 bad input or usage, 3 the report, the dump or the files of init could 
 std::ptrdiff_t inputsOf(const CommandLine& line) {
   return std::ranges::count(line.configFiles, kStandardInput) + (line.deviceFile == kStandardInput ? 1 : 0) +
          (line.packet && line.packet->expectFile == kStandardInput ? 1 : 0) +
+         (line.packet && line.packet->captureFile == kStandardInput ? 1 : 0) +
          (line.verify && line.verify->dumpFile == kStandardInput ? 1 : 0);
 }
 

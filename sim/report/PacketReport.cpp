@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 
 #include "report/DecisionWords.h"
-#include "report/Explanations.h"
 #include "report/Json.h"
 #include "report/Report.h"
 
@@ -20,26 +19,20 @@ std::string placeWords(const Probe& probe) {
 std::string_view verdictName(bool permits) { return permits ? "permit" : "deny"; }
 
 std::string configuredWords(const PacketAnswer& answer) {
-  if (answer.isBlocked) return "the interface is disabled";
-  if (answer.foreign == nullptr) return decisionWords(answer.configured);
-  return fmt::format("not known: ACL {} is of type {}", answer.foreign->name, answer.foreign->typeName);
+  if (answer.place.isBlocked) return std::string(kDisabledWords);
+  return answer.place.foreign == nullptr ? decisionWords(answer.configured) : foreignWords(*answer.place.foreign);
 }
 
 std::string programmedWords(const PacketAnswer& answer) {
-  return answer.isBlocked ? "the interface is blocked: it passes no traffic"
-                          : decisionWords(answer.programmed, *answer.filter);
-}
-
-std::string inactiveWords(const IntfOutcome& intf) {
-  return fmt::format("ACL {} {} here: {}{}", intf.acl, intf.state == IntfState::refused ? "is refused" : "failed",
-                     intf.reason.words(), intf.keepsPrevious ? "; its previous version stays in force" : "");
+  return answer.place.isBlocked ? std::string(kBlockedWords) : decisionWords(answer.programmed, *answer.place.filter);
 }
 
 std::string_view conclusion(const PacketAnswer& answer) {
   if (!answer.shouldPass()) return "Whether that is as configured is not known.";
   if (answer.isAsConfigured()) {
-    return answer.inactive.empty() || answer.isBlocked ? "The device does as configured."
-                                                       : "The verdicts are the same, though not by these ACLs.";
+    return answer.place.inactive.empty() || answer.place.isBlocked
+               ? "The device does as configured."
+               : "The verdicts are the same, though not by these ACLs.";
   }
   return answer.passes() ? "The device lets it through, and should not." : "The device stops it, and should not.";
 }
@@ -51,7 +44,7 @@ void writeAnswer(Page& page, const PacketAnswer& answer) {
   };
   writeSide("configured", answer.shouldPass(), configuredWords(answer));
   writeSide("programmed", answer.passes(), programmedWords(answer));
-  for (const IntfOutcome* each : answer.inactive) page.line({{"  "}, {inactiveWords(*each), Style::bad}});
+  writeInactive(page, answer.place);
   page.line({{"  "}, {conclusion(answer), answer.isAsConfigured() ? Style::good : Style::bad}});
 }
 
@@ -84,7 +77,7 @@ Json sideJson(std::optional<bool> permits, const std::string& words) {
 Json configuredJson(const PacketAnswer& answer) {
   Json json = sideJson(answer.shouldPass(), configuredWords(answer));
   const auto& [permits, acl, ace] = answer.configured;
-  if (answer.isBlocked || answer.foreign != nullptr || acl == nullptr) return json;
+  if (answer.place.isBlocked || answer.place.foreign != nullptr || acl == nullptr) return json;
   json["acl"] = acl->name;
   if (ace != nullptr) json["ace"] = ace->name;
   return json;
@@ -92,18 +85,22 @@ Json configuredJson(const PacketAnswer& answer) {
 
 Json deviceJson(const PacketAnswer& answer) {
   Json json = sideJson(answer.passes(), programmedWords(answer));
-  if (answer.isBlocked) return json;
+  if (answer.place.isBlocked) return json;
   json["by"] = Platform::nameOf(answer.programmed.part);
   if (answer.programmed.part == FilterPart::slot) json["slot"] = answer.programmed.slot;
   return json;
 }
 
-Json inactiveJson(const IntfOutcome& intf) {
-  return {{"acl", intf.acl},
-          {"state", Platform::nameOf(intf.state)},
-          {"code", explain(intf.reason).code},
-          {"reason", intf.reason.words()},
-          {"keepsPrevious", intf.keepsPrevious}};
+}  // namespace
+
+std::optional<bool> PacketAnswer::shouldPass() const {
+  if (place.isBlocked) return false;
+  return place.foreign == nullptr ? std::optional(configured.permits) : std::nullopt;
+}
+
+bool PacketReport::isGood() const {
+  const auto good = expectations.empty() ? &PacketAnswer::isAsConfigured : &PacketAnswer::isAsWanted;
+  return std::ranges::all_of(answers, good);
 }
 
 Json answerJson(const PacketAnswer& answer) {
@@ -114,26 +111,13 @@ Json answerJson(const PacketAnswer& answer) {
             {"configured", configuredJson(answer)},
             {"device", deviceJson(answer)},
             {"asConfigured", answer.isAsConfigured()},
-            {"blocked", answer.isBlocked},
-            {"inactive", Json::array()}};
-  for (const IntfOutcome* each : answer.inactive) json["inactive"].push_back(inactiveJson(*each));
+            {"blocked", answer.place.isBlocked},
+            {"inactive", inactiveJson(answer.place)}};
   if (!probe.shouldPass) return json;
   json["line"] = probe.line;
   json["wanted"] = {{"permits", *probe.shouldPass}};
   json["asWanted"] = answer.isAsWanted();
   return json;
-}
-
-}  // namespace
-
-std::optional<bool> PacketAnswer::shouldPass() const {
-  if (isBlocked) return false;
-  return foreign == nullptr ? std::optional(configured.permits) : std::nullopt;
-}
-
-bool PacketReport::isGood() const {
-  const auto good = expectations.empty() ? &PacketAnswer::isAsConfigured : &PacketAnswer::isAsWanted;
-  return std::ranges::all_of(answers, good);
 }
 
 std::string textReport(const PacketReport& report, const Looks& looks) {
