@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr unsigned kRules = 23, kFlows = 100'000;
+constexpr unsigned kRules = 23, kFlows = 100'000, kBusyFlows = 1000;
 
 constexpr char kDevice[] =
     R"({"inRules": 24, "outRules": 24, "interfaces": [{"name": "p", "core": 1, "portGroup": 1}]})";
@@ -47,9 +47,9 @@ std::string configurationText(std::mt19937& random) {
 
 using Frame = std::array<uint8_t, 1514>;
 
-// An IPv4 packet of a flow that is drawn, and of this many bytes.
+// An IPv4 packet of a flow that is drawn, one of a few busy ones every other time, and of this many bytes.
 void draw(Frame& frame, size_t size, const std::vector<std::array<uint32_t, 3>>& flows, std::mt19937& random) {
-  const auto& [from, to, ports] = flows[random() % flows.size()];
+  const auto& [from, to, ports] = flows[random() % (random() % 2 == 0 ? kFlows : kBusyFlows)];
   const auto put = [&](size_t at, uint32_t value, unsigned bytes) {
     for (unsigned i = 0; i < bytes; ++i) frame[at + i] = static_cast<uint8_t>(value >> (8 * (bytes - 1 - i)));
   };
@@ -115,7 +115,7 @@ void measure(const std::string& what, uint64_t bytes, bool isSmall, const std::s
   const Sim::CommandLine line{
       .deviceFile = "d",
       .configFiles = {"c"},
-      .packet = Sim::PacketOptions{.captureFile = name, .interface = "p", .direction = "ingress"}};
+      .packet = Sim::PacketOptions{.interface = "p", .direction = "ingress", .captureFile = name}};
   const auto open = [](const std::string& file) { return Sim::openCapture(file, -1); };
   Sim::Progress none;
   double alone = 1e9, all = 1e9;

@@ -79,7 +79,7 @@ class InputFile {
   std::optional<uint64_t> size_;
   bool isStopped_ = false;
   int error_ = 0;
-  std::vector<char> buffer_ = std::vector<char>(size_t{1} << 18);
+  std::vector<char> buffer_ = std::vector<char>(size_t{1} << 16);
 };
 
 class CaptureFile : public FrameSource {

@@ -24,7 +24,7 @@ constexpr bool isVlanTag(uint64_t etherType) {
 
 class FrameParser {
  public:
-  FrameParser(const CapturedFrame& frame, const LinkType& link) : link_(link) {
+  FrameParser(const CapturedFrame& frame, const LinkType& link, CapturedPacket& found) : link_(link), found_(found) {
     const uint64_t length = std::max<uint64_t>(frame.length, frame.bytes.size());
     const uint64_t added = uint64_t{link.before} + link.trailing;
     length_ = length - std::min(length, added);
@@ -35,7 +35,7 @@ class FrameParser {
     if (link.isPart) readPreamble(frame.bytes);
   }
 
-  CapturedPacket read() && {
+  void read() {
     readField<kMac>(Field::destinationMac, 0);
     readField<kMac>(Field::sourceMac, kMac);
     uint64_t at = 2 * kMac + link_.tag;
@@ -44,20 +44,23 @@ class FrameParser {
     for (; has(at, 2) && isVlanTag(number<2>(at)); at += kVlanTag) isTagged = true;
     if (!has(at, 2)) lacking(isTagged ? kOfType : kOfType | FieldSet{Field::tagged});
     set(Field::tagged, isTagged ? 1 : 0);
-    if (!has(at, 2)) return found_;
+    if (!has(at, 2)) return;
     const uint64_t type = number<2>(at);
     set(Field::etherType, type < kLeastEtherType ? 0 : type);
     if (type == kIpv4Frame) readIp(at + 2);
-    return found_;
   }
 
  private:
   bool has(uint64_t at, uint64_t count) const { return at + count <= bytes_.size(); }
   template <size_t count>
   uint64_t number(uint64_t at) const {
-    uint64_t number = 0;
-    for (size_t i = 0; i < count; ++i) number = number << 8 | bytes_[static_cast<size_t>(at) + i];
-    return number;
+    const uint8_t* const first = bytes_.data() + at;
+    // What a compiler makes one load of.
+    if constexpr (count == 1) return first[0];
+    if constexpr (count == 2) return static_cast<uint16_t>(first[0] << 8 | first[1]);
+    if constexpr (count == 4)
+      return uint32_t{first[0]} << 24 | uint32_t{first[1]} << 16 | uint32_t{first[2]} << 8 | uint32_t{first[3]};
+    if constexpr (count == 6) return number<4>(at) << 16 | number<2>(at + 4);
   }
   void set(Field field, uint64_t value) { found_.packet[field] = value; }
   void lacking(FieldSet fields, bool isContradiction = false) {
@@ -109,13 +112,15 @@ class FrameParser {
   std::span<const uint8_t> bytes_;  // Of the frame, as far as captured.
   uint64_t length_ = 0;             // Of all of it.
   bool isWhole_ = true;
-  CapturedPacket found_;
+  CapturedPacket& found_;
 };
 
 }  // namespace
 
 CapturedPacket readFrame(const CapturedFrame& frame, const LinkType& linkType) {
-  return FrameParser(frame, linkType).read();
+  CapturedPacket found;
+  FrameParser(frame, linkType, found).read();
+  return found;
 }
 
 }  // namespace Sim

@@ -22,10 +22,10 @@ struct CommandLine;
 // packets or a packet.
 struct PacketOptions {
   std::string expectFile = {};
-  std::string captureFile = {};
   std::string interface = {};
   std::string direction = {};
   std::string packet = {};
+  std::string captureFile = {};
 };
 
 // Adds the subcommand. Parsing raises CLI::ParseError where options do not go together, and sets `line.packet`.

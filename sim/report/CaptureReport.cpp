@@ -240,7 +240,7 @@ const KindRow kKindRows[] = {
     {"tagged", "  behind a VLAN tag", &TrafficKinds::tagged},
     {"laterFragments", "  later fragments", &TrafficKinds::laterFragments},
     {"fragmentsOtherwise", "    decided otherwise by fragments=", &TrafficKinds::fragmentsOtherwise},
-    {"cutShort", "  captured in part", &TrafficKinds::cutShort},
+    {"cutShort", "  cut short", &TrafficKinds::cutShort},
     {"malformed", "  malformed", &TrafficKinds::malformed},
 };
 

@@ -1,6 +1,8 @@
 #include "verdict/Classifier.h"
 
 #include <algorithm>
+#include <bit>
+#include <unordered_map>
 #include <utility>
 
 namespace Sim {
@@ -9,6 +11,10 @@ namespace {
 constexpr FieldPlace placeOf(Field field) { return kFieldPlaces[static_cast<size_t>(field)]; }
 
 constexpr uint64_t maskOf(Field field) { return ((uint64_t{1} << widthOf(field)) - 1) << placeOf(field).shift; }
+
+constexpr uint64_t hashOf(uint64_t value, uint64_t before = 0) {
+  return (std::rotl(before, 23) ^ value) * 0x9E37'79B9'7F4A'7C15;
+}
 
 void add(PacketWords& words, const PacketWords& more) {
   for (size_t i = 0; i < words.size(); ++i) words[i] |= more[i];
@@ -32,32 +38,95 @@ PacketWords knownBits(FieldSet unknown) {
   return known;
 }
 
-// Makes tests of the diagram of one set.
+// Merges the diagrams of sets to one whose ends are the numbers of the sets, and makes tests of that.
 class Compiler {
  public:
-  // Packets that are not in the set go on at `otherwise`.
-  Compiler(const PacketSet& set, uint32_t number, int32_t otherwise, std::vector<Program::Test>& tests)
-      : diagram_(set.diagram()),
-        isIn_(~static_cast<int32_t>(number)),
-        otherwise_(otherwise),
-        known_(diagram_.nodes.size()),
-        tests_(tests) {}
+  explicit Compiler(std::vector<Program::Test>& tests) : tests_(tests) {}
 
-  int32_t start() { return compile(diagram_.start); }
+  // Lets packets of the set end with `number`, and those that are not in it go on as before.
+  void add(const PacketSet& set, uint32_t number) {
+    added_ = set.diagram();
+    merged_.clear();
+    start_ = merge(added_.start, ~static_cast<int32_t>(number), start_);
+    // One that has grown large is cut off, so that the next ones are not merged with all of it.
+    constexpr size_t kMostNodes = 10'000;
+    if (nodes_.size() > kMostNodes) cutOff();
+  }
+  // Where to begin.
+  int32_t finish() {
+    cutOff();
+    return otherwise_;
+  }
 
  private:
+  static constexpr int32_t kOtherwise = INT32_MIN;  // The end of what is in no set: goes on with what was cut off.
+
+  struct Node {
+    Field field = {};
+    uint8_t bit = 0;
+    int32_t ifClear = kOtherwise;
+    int32_t ifSet = kOtherwise;
+
+    // Its place in the order of all bits, in which diagrams look at them.
+    int level() const { return static_cast<int>(field) * 64 + (63 - bit); }
+    bool operator==(const Node&) const = default;
+  };
+  struct NodeHash {
+    size_t operator()(const Node& node) const {
+      return hashOf(static_cast<uint64_t>(node.level()), hashOf(pairOf(node.ifClear, node.ifSet)));
+    }
+  };
+
+  static constexpr uint64_t pairOf(int32_t one, int32_t two) {
+    return uint64_t{static_cast<uint32_t>(one)} << 32 | static_cast<uint32_t>(two);
+  }
+
+  int32_t nodeOf(const Node& node) {
+    if (node.ifClear == node.ifSet) return node.ifClear;
+    const auto [place, isNew] = numbers_.try_emplace(node, static_cast<int32_t>(nodes_.size()));
+    if (isNew) nodes_.push_back(node);
+    return place->second;
+  }
+
+  // What is in the added set, from its node `at` on, ends with `end`; the rest goes on at `rest`.
+  int32_t merge(int32_t at, int32_t end, int32_t rest) {
+    if (at == PacketSet::kEach) return end;
+    if (at == PacketSet::kNone) return rest;
+    const uint64_t key = pairOf(at, rest);
+    if (const auto known = merged_.find(key); known != merged_.end()) return known->second;
+    const auto& [field, bit, ifClear, ifSet] = added_.nodes[static_cast<size_t>(at)];
+    const Node ofSet{field, bit, ifClear, ifSet};
+    const Node ofRest = rest >= 0 ? nodes_[static_cast<size_t>(rest)] : Node{ofSet.field, ofSet.bit, rest, rest};
+    Node node = ofSet.level() <= ofRest.level() ? ofSet : ofRest;
+    const auto side = [&](int32_t Node::* where) {
+      return merge(ofSet.level() == node.level() ? ofSet.*where : at, end,
+                   ofRest.level() == node.level() ? ofRest.*where : rest);
+    };
+    const int32_t clear = side(&Node::ifClear), set = side(&Node::ifSet);
+    node.ifClear = clear;
+    node.ifSet = set;
+    return merged_[key] = nodeOf(node);
+  }
+
+  void cutOff() {
+    tested_.assign(nodes_.size(), std::nullopt);
+    otherwise_ = compile(start_);
+    nodes_.clear();
+    numbers_.clear();
+    start_ = kOtherwise;
+  }
+
   // Nodes, one after the other, that all leave to the same place unless their bits of one word have the value.
   struct Chain {
     Program::Test test;
-    int32_t next = 0;   // In the diagram,
-    int32_t other = 0;  // as well.
+    int32_t next = 0;
     size_t length = 0;
   };
 
   Chain chainOf(int32_t at, int32_t other) const {
-    Chain chain{.test = {.word = placeOf(diagram_.nodes[at].field).word}, .next = at, .other = other};
+    Chain chain{.test = {.word = placeOf(nodes_[static_cast<size_t>(at)].field).word}, .next = at};
     while (chain.next >= 0) {
-      const PacketSet::Node& node = diagram_.nodes[chain.next];
+      const Node& node = nodes_[static_cast<size_t>(chain.next)];
       const auto [word, shift] = placeOf(node.field);
       if (word != chain.test.word || (node.ifClear != other && node.ifSet != other)) break;
       const uint64_t bit = uint64_t{1} << (shift + node.bit);
@@ -70,28 +139,44 @@ class Compiler {
   }
 
   int32_t compile(int32_t at) {
-    if (at == PacketSet::kEach) return isIn_;
-    if (at == PacketSet::kNone) return otherwise_;
-    if (known_[at]) return *known_[at];
-    const PacketSet::Node& node = diagram_.nodes[at];
-    const Chain one = chainOf(at, node.ifClear), two = chainOf(at, node.ifSet);
-    Chain longer = one.length >= two.length ? one : two;
-    longer.test.next = compile(longer.next);
-    longer.test.other = compile(longer.other);
-    tests_.push_back(longer.test);
-    return *(known_[at] = static_cast<int32_t>(tests_.size()) - 1);
+    if (at == kOtherwise) return otherwise_;
+    if (at < 0) return at;
+    std::optional<int32_t>& known = tested_[static_cast<size_t>(at)];
+    if (known) return *known;
+    const auto [field, bit, ifClear, ifSet] = nodes_[static_cast<size_t>(at)];
+    const Chain one = chainOf(at, ifClear), two = chainOf(at, ifSet);
+    const bool isOne = one.length >= two.length;
+    Program::Test test = isOne ? one.test : two.test;
+    test.next = compile(isOne ? one.next : two.next);
+    test.other = compile(isOne ? ifClear : ifSet);
+    tests_.push_back(test);
+    return *(known = static_cast<int32_t>(tests_.size()) - 1);
   }
 
-  PacketSet::Diagram diagram_;
-  int32_t isIn_;
-  int32_t otherwise_;
-  std::vector<std::optional<int32_t>> known_;  // Of each node, the test that begins there.
   std::vector<Program::Test>& tests_;
+  PacketSet::Diagram added_;
+  std::unordered_map<uint64_t, int32_t> merged_;  // By the node of the added set, and the one of the rest.
+  std::vector<Node> nodes_;
+  std::unordered_map<Node, int32_t, NodeHash> numbers_;
+  int32_t start_ = kOtherwise;
+  std::vector<std::optional<int32_t>> tested_;  // Of each node, the test that begins there.
+  int32_t otherwise_ = ~0;                      // Where what was cut off begins. There is no such place at first.
 };
 
 Program::Program(const std::vector<PacketSet>& sets) {
-  // The last one first: those before it go on there.
-  for (size_t i = sets.size(); i-- > 0;) start_ = Compiler(sets[i], static_cast<uint32_t>(i), start_, tests_).start();
+  // The last one first: those before it are merged with it.
+  Compiler compiler(tests_);
+  for (size_t i = sets.size(); i-- > 0;) compiler.add(sets[i], static_cast<uint32_t>(i));
+  start_ = compiler.finish();
+}
+
+uint32_t Program::first(const PacketWords& packet) const {
+  int32_t at = start_;
+  while (at >= 0) {
+    const Test& test = tests_[static_cast<size_t>(at)];
+    at = (packet[test.word] & test.mask) == test.value ? test.next : test.other;
+  }
+  return static_cast<uint32_t>(~at);
 }
 
 std::optional<uint32_t> Program::first(const PacketWords& packet, const PacketWords& known) const {
@@ -133,11 +218,14 @@ Classifier::Classifier(const FilterDump& filter, Acls acls, const Readings& read
   for (const FilterVerdict& each : verdicts) parts_.push_back({each.permits, each.part, each.slot});
 }
 
-bool Classifier::classify(const PacketWords& packet, const PacketWords& known, Found& found) const {
+bool Classifier::classify(const PacketWords& packet, const PacketWords* known, Found& found) const {
+  const auto firstOf = [&](const Program& program) {
+    return known == nullptr ? std::optional(program.first(packet)) : program.first(packet, *known);
+  };
   constexpr FieldPlace kType = placeOf(Field::etherType);
   constexpr uint64_t kTypeMask = maskOf(Field::etherType);
   const bool isIpv4 = (packet[kType.word] & kTypeMask) == uint64_t{kIpv4Frame} << kType.shift;
-  if (isByFrame_ && (known[kType.word] & kTypeMask) != kTypeMask) return false;
+  if (isByFrame_ && known != nullptr && ((*known)[kType.word] & kTypeMask) != kTypeMask) return false;
   bool isDenied = false;
   for (const auto& [acl, permits, program] : acls_) {
     const bool isForOthers = isByFrame_ && (acl->type == Acl::AclType::ipv4) != isIpv4;
@@ -145,7 +233,7 @@ bool Classifier::classify(const PacketWords& packet, const PacketWords& known, F
       found.push_back(kNotShown);
       continue;
     }
-    const auto first = program.first(packet, known);
+    const auto first = firstOf(program);
     if (!first) return false;
     // Of an IPv4 ACL, the verdict between those of its ACEs and the implicit deny is for other frames.
     const bool isOther = acl->type == Acl::AclType::ipv4 && *first == acl->aces.size();
@@ -153,7 +241,7 @@ bool Classifier::classify(const PacketWords& packet, const PacketWords& known, F
     isDenied = !isOther && !permits[position];
     found.push_back(isOther ? kUnspoken : position);
   }
-  const auto part = filter_.first(packet, known);
+  const auto part = firstOf(filter_);
   if (part) found.push_back(*part);
   return part.has_value();
 }

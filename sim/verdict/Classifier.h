@@ -45,13 +45,15 @@ constexpr PacketWords wordsOf(const Packet& packet) {
 // All bits but those of `unknown`.
 PacketWords knownBits(FieldSet unknown);
 
-// Finds the first of some sets that a packet is in: all of their diagrams as one list of comparisons.
+// Finds the first of some sets that a packet is in: all of their diagrams, merged, as one list of comparisons.
 class Program {
  public:
   // The last of the sets holds every packet. They may not depend on choices.
   explicit Program(const std::vector<PacketSet>& sets);
 
-  // The position of the set. None where that takes a bit that is not known.
+  // The position of the set.
+  uint32_t first(const PacketWords& packet) const;
+  // The same; none where that takes a bit that is not known.
   std::optional<uint32_t> first(const PacketWords& packet, const PacketWords& known) const;
   // All bits that are compared.
   PacketWords compared() const;
@@ -85,8 +87,8 @@ class Classifier {
   static constexpr uint32_t kNotShown = UINT32_MAX;      // To the ACL: another one denies it, or decides such frames.
   static constexpr uint32_t kUnspoken = UINT32_MAX - 1;  // The ACL does not speak of such frames.
 
-  // Adds to `found`. False where some of it depends on what is not known.
-  bool classify(const PacketWords& packet, const PacketWords& known, Found& found) const;
+  // Adds to `found`. `known` are the bits that are known, null for all. False where some of it depends on others.
+  bool classify(const PacketWords& packet, const PacketWords* known, Found& found) const;
   // How many numbers that are.
   size_t size() const { return acls_.size() + 1; }
   // Who decides, by what was found.

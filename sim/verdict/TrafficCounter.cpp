@@ -1,5 +1,6 @@
 #include "verdict/TrafficCounter.h"
 
+#include <algorithm>
 #include <bit>
 #include <utility>
 
@@ -8,12 +9,6 @@ namespace {
 
 // How many packets are remembered: as many as the second cache of a processor holds.
 constexpr unsigned kMemoryBits = 14;
-
-constexpr PacketWords kAllBits = [] {
-  PacketWords words{};
-  words.fill(~uint64_t{0});
-  return words;
-}();
 
 size_t placeInMemory(const PacketWords& words) {
   constexpr uint64_t kGolden = 0x9E37'79B9'7F4A'7C15;
@@ -76,27 +71,40 @@ void TrafficCounter::addKind(const CapturedPacket& captured) {
 
 void TrafficCounter::add(const CapturedPacket& packet) {
   addKind(packet);
-  const Count one{1, packet.bytes};
   PacketWords words = wordsOf(packet.packet);
   for (size_t i = 0; i < words.size(); ++i) words[i] &= compared_[i];
-  if (packet.unknown.isEmpty()) {
-    Remembered& entry = memory_[placeInMemory(words)];
-    if (entry.group == kNothing || entry.words != words) entry = *lookUp(packet.packet, words, kAllBits);
-    count(entry, one);
-  } else if (const auto found = lookUp(packet.packet, words, knownBits(packet.unknown))) {
-    count(*found, one);
-  } else {
-    traffic_.undecided += one;
-    if (packet.lack == Lack::malformed) traffic_.malformed += one;
-  }
+  if (!packet.unknown.isEmpty()) return addPartial(packet, words);
+  Remembered& entry = memory_[placeInMemory(words)];
+  __builtin_prefetch(&entry);
+  Pending& place = pending_[next_];
+  next_ = (next_ + 1) % pending_.size();
+  settle(place);
+  place = {packet.packet, packets(), packet.bytes, words, &entry};
 }
 
-std::optional<TrafficCounter::Remembered> TrafficCounter::lookUp(const Packet& packet, const PacketWords& words,
-                                                                 const PacketWords& known) {
+void TrafficCounter::settle(Pending& pending) {
+  auto& [packet, number, bytes, words, entry] = pending;
+  if (entry == nullptr) return;
+  if (entry->group == kNothing || entry->words != words) *entry = *lookUp(packet, number, words, nullptr);
+  count(*entry, {1, bytes});
+  entry = nullptr;
+}
+
+void TrafficCounter::addPartial(const CapturedPacket& packet, const PacketWords& words) {
+  const Count one{1, packet.bytes};
+  const PacketWords known = knownBits(packet.unknown);
+  if (const auto found = lookUp(packet.packet, packets(), words, &known)) return count(*found, one);
+  traffic_.undecided += one;
+  if (packet.lack == Lack::malformed) traffic_.malformed += one;
+}
+
+std::optional<TrafficCounter::Remembered> TrafficCounter::lookUp(const Packet& packet, uint64_t number,
+                                                                 const PacketWords& words, const PacketWords* known) {
   found_.clear();
-  if (!last_.classify(words, known, found_) || !byOtherFragments_.classify(words, known, found_) ||
-      (before_ && !before_->classify(words, known, found_)))
-    return {};
+  if (!last_.classify(words, known, found_) || (before_ && !before_->classify(words, known, found_))) return {};
+  // Of all other packets, the reading says nothing.
+  const bool mayBeLaterFragment = known != nullptr || packet[Field::laterFragment] != 0;
+  if (mayBeLaterFragment && !byOtherFragments_.classify(words, known, found_)) return {};
   Remembered entry{words, groupOfFound(), kNothing, kNothing};
   const Group& group = groups_[entry.group];
   const auto listed = [&](auto& positions, auto& list, const auto& item) {
@@ -106,9 +114,9 @@ std::optional<TrafficCounter::Remembered> TrafficCounter::lookUp(const Packet& p
     return positions[words] = static_cast<uint32_t>(list.size() - 1);
   };
   if (group.isMore || group.isLess)
-    entry.differing = listed(differing_, traffic_.differing, DifferingPackets{packet, packets(), group.judgement});
+    entry.differing = listed(differing_, traffic_.differing, DifferingPackets{packet, number, group.judgement});
   if (group.isNewlyPermitted || group.isNewlyDenied)
-    entry.turned = listed(turned_, traffic_.turned, TurnedPackets{{packet, group.before, group.judgement}, packets()});
+    entry.turned = listed(turned_, traffic_.turned, TurnedPackets{{packet, group.before, group.judgement}, number});
   return entry;
 }
 
@@ -119,7 +127,8 @@ uint32_t TrafficCounter::groupOfFound() {
 }
 
 TrafficCounter::Group TrafficCounter::groupBy(const Classifier::Found& found) const {
-  const uint32_t* const byOther = found.data() + last_.size();
+  const uint32_t* const before = found.data() + last_.size();
+  const uint32_t* const byOther = before + (before_ ? before_->size() : 0);
   Group group;
   group.found = found;
   group.judgement = last_.judgement(found.data());
@@ -127,10 +136,11 @@ TrafficCounter::Group TrafficCounter::groupBy(const Classifier::Found& found) co
   if (!isBlocked_) {
     group.isMore = !areAclsUnknown_ && permits && !should;
     group.isLess = !areAclsUnknown_ && !permits && should;
-    group.isOtherwiseByFragments = byOtherFragments_.programmed(byOther).permits != permits;
+    group.isOtherwiseByFragments =
+        byOther != found.data() + found.size() && byOtherFragments_.programmed(byOther).permits != permits;
   }
   if (!before_) return group;
-  group.before = before_->judgement(byOther + byOtherFragments_.size());
+  group.before = before_->judgement(before);
   const bool passed = group.before.programmed.permits && !wasBlocked_, passes = permits && !isBlocked_;
   group.isNewlyPermitted = passes && !passed;
   group.isNewlyDenied = passed && !passes;
@@ -143,7 +153,8 @@ void TrafficCounter::count(const Remembered& entry, const Count& one) {
   if (entry.turned != kNothing) traffic_.turned[entry.turned].count += one;
 }
 
-Traffic TrafficCounter::traffic() const {
+Traffic TrafficCounter::traffic() {
+  for (size_t i = 0; i < pending_.size(); ++i) settle(pending_[(next_ + i) % pending_.size()]);
   Traffic traffic = traffic_;
   for (const AclConfiguration* acl : acls_) traffic.acls.push_back({acl, std::vector<Count>(acl->aces.size())});
   const auto addIf = [](bool is, Count& sum, const Count& count) {
@@ -167,6 +178,8 @@ Traffic TrafficCounter::traffic() const {
     const FilterDecision& part = group.judgement.programmed;
     (part.part == FilterPart::slot ? traffic.filter.slots[part.slot] : traffic.filter.parts[part.part]) += group.count;
   }
+  std::ranges::sort(traffic.differing, {}, &DifferingPackets::number);
+  std::ranges::sort(traffic.turned, {}, &TurnedPackets::number);
   return traffic;
 }
 

@@ -1,11 +1,12 @@
 // Counts what becomes of packets, as fast as they can be read from a file.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <utility>
+#include <unordered_map>
 #include <vector>
 
 #include "verdict/CapturedPacket.h"
@@ -34,14 +35,14 @@ class TrafficCounter {
   void add(const CapturedPacket& packet);
   uint64_t packets() const { return traffic_.all.packets; }
   // Of all packets so far. Refers to the ACLs.
-  Traffic traffic() const;
+  Traffic traffic();
 
  private:
   static constexpr uint32_t kNothing = UINT32_MAX;
 
   // Packets that the same verdicts decide.
   struct Group {
-    Classifier::Found found;  // By the last checkpoint, by the other reading, and before.
+    Classifier::Found found;  // By the last checkpoint, before, and, where it matters, by the other reading.
     Judgement judgement;
     Judgement before;
     bool isMore = false;
@@ -59,11 +60,31 @@ class TrafficCounter {
     uint32_t turned = kNothing;
   };
 
+  // A packet whose place in the memory is on its way to the processor.
+  struct Pending {
+    Packet packet;
+    uint64_t number = 0;  // In the capture.
+    uint64_t bytes = 0;
+    PacketWords words{};
+    Remembered* entry = nullptr;  // Null where there is none.
+  };
+
+  struct FoundHash {
+    size_t operator()(const Classifier::Found& found) const {
+      size_t hash = 0;
+      for (const uint32_t each : found) hash = (hash ^ each) * 0x9E37'79B1;
+      return hash;
+    }
+  };
+
   static Readings withOtherFragments(Readings readings);
 
   void addKind(const CapturedPacket& packet);
   // What is found of the packet, whose words are masked; none where too little is known of it.
-  std::optional<Remembered> lookUp(const Packet& packet, const PacketWords& words, const PacketWords& known);
+  std::optional<Remembered> lookUp(const Packet& packet, uint64_t number, const PacketWords& words,
+                                   const PacketWords* known);
+  void addPartial(const CapturedPacket& packet, const PacketWords& words);
+  void settle(Pending& pending);
   uint32_t groupOfFound();
   Group groupBy(const Classifier::Found& found) const;
   void count(const Remembered& entry, const Count& one);
@@ -78,9 +99,11 @@ class TrafficCounter {
   PacketWords compared_;
 
   std::vector<Remembered> memory_;
+  std::array<Pending, 8> pending_{};  // The next one to be settled is at `next_`.
+  size_t next_ = 0;
   Classifier::Found found_;
   std::vector<Group> groups_;
-  std::map<Classifier::Found, uint32_t> groupNumbers_;
+  std::unordered_map<Classifier::Found, uint32_t, FoundHash> groupNumbers_;
   std::map<PacketWords, uint32_t> differing_;  // Positions in the lists of the traffic.
   std::map<PacketWords, uint32_t> turned_;
   Traffic traffic_;

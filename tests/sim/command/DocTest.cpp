@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "command/CaptureCommand.h"
 #include "command/Init.h"
 #include "command/Run.h"
 #include "support/Docs.h"
@@ -68,8 +69,12 @@ std::vector<std::string> linesOfCommand(const std::string& command) {
   const RunResult result =
       line.initFolder ? init(*line.initFolder)
       : line.verify   ? runVerify(line, text(line.deviceFile), configs, text(line.verify->dumpFile), {}, none)
-      : line.packet   ? runPacket(line, text(line.deviceFile), configs, text(line.packet->expectFile), {}, none)
-                      : run(line, text(line.deviceFile), configs, {}, none);
+      : line.packet && !line.packet->captureFile.empty()
+          ? runCapture(
+                line, text(line.deviceFile), configs, [](const std::string& name) { return openCapture(name, -1); }, {},
+                none)
+      : line.packet ? runPacket(line, text(line.deviceFile), configs, text(line.packet->expectFile), {}, none)
+                    : run(line, text(line.deviceFile), configs, {}, none);
   std::istringstream output(result.output);
   std::vector<std::string> lines;
   for (std::string each; std::getline(output, each);) lines.push_back(each);

@@ -308,7 +308,8 @@ TEST(TrafficCounter, CountsWhatIsDecidedOneByOne) {
       // What is found in spite of unknown fields is so whatever is in them.
       const auto [unknown, other] = withoutSome(packet, random);
       Classifier::Found found;
-      const bool isDecided = classifier.classify(wordsOf(packet), knownBits(unknown), found);
+      const PacketWords known = knownBits(unknown);
+      const bool isDecided = classifier.classify(wordsOf(packet), &known, found);
       ++(isDecided ? decided : undecided);
       if (!isDecided && !unknown.isEmpty()) continue;
       ASSERT_TRUE(isDecided);
