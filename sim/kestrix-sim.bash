@@ -27,14 +27,14 @@ _kestrix_sim() {
     words='0 1 2 3 4 5 6 7 8 9'
   elif [[ $previous == --direction ]]; then
     words='ingress egress'
-  elif [[ $previous =~ ^--(expect|dump|html)$ ]]; then
+  elif [[ $previous =~ ^--(capture|expect|dump|html)$ ]]; then
     compopt -o filenames 2>/dev/null
     mapfile -t COMPREPLY < <(compgen -f -- "$current")
     return
   elif [[ $isValue == yes || $previous =~ ^--(set|fail-write|interface|assume)$ ]]; then
     words=
   elif [[ $current == -* && $subcommand == packet ]]; then
-    words='-h --help --interface --direction --expect --assume --fail-write --html --json'
+    words='-h --help --interface --direction --capture --expect --assume --fail-write --html --json'
   elif [[ $current == -* && $subcommand == verify ]]; then
     words='-h --help --dump --repair --assume --html --json'
   elif [[ $current == -* ]]; then

@@ -53,6 +53,7 @@ std::vector<std::string> inputsOf(const CommandLine& line) {
   std::vector<std::string> files = line.configFiles;
   files.push_back(line.deviceFile);
   if (line.packet) files.push_back(line.packet->expectFile);
+  if (line.packet) files.push_back(line.packet->captureFile);
   if (line.verify) files.push_back(line.verify->dumpFile);
   return files;
 }

@@ -1,7 +1,5 @@
 #include "command/PacketCommand.h"
 
-#include <algorithm>
-#include <cstdint>
 #include <optional>
 #include <span>
 #include <utility>
@@ -27,6 +25,8 @@ constexpr char kPacketExamples[] = R"(Examples:
       'tcp 192.0.2.7:1234 > 198.51.100.9:443'                 which ACE decides it, and which slot
   kestrix-sim packet device.json acls.json --expect policy.txt
                                                               the tests of a policy, for a CI
+  kestrix-sim packet device.json acls.json --interface port-1 --direction ingress --capture found.pcap
+                                                              what becomes of traffic, and how much hits each ACE
   kestrix-sim packet device.json acls.json --expect policy.txt --html page.html
                                                               and a page for a browser
   kestrix-sim packet device.json acls.json --expect policy.txt --assume fragments=match
@@ -51,6 +51,7 @@ void requireComplete(CommandLine& line) {
   if (!options.expectFile.empty()) return;
   if (options.interface.empty() || options.direction.empty())
     throw CLI::ValidationError("A packet needs --interface and --direction; many packets need --expect");
+  if (!options.captureFile.empty()) return;
   if (line.configFiles.size() < 2)
     throw CLI::ValidationError(fmt::format("The packet is missing, such as '{}'", kPacketExample));
   options.packet = std::move(line.configFiles.back());
@@ -80,34 +81,12 @@ std::vector<Probe> readProbes(const PacketOptions& options, const FileText& expe
   return probes;
 }
 
-// Those attached where the probe is.
-std::vector<const AclConfiguration*> aclsOf(const Configuration& desired, const Probe& probe) {
-  std::vector<const AclConfiguration*> acls;
-  for (const Attachment& each : desired.attachments) {
-    if (each.intf != probe.intf || each.direction != probe.direction) continue;
-    acls.push_back(&*std::ranges::find(desired.acls, each.acl, &AclConfiguration::name));
-  }
-  return acls;
-}
-
 // What becomes of it after a step, and what the configuration of that step wants.
 PacketAnswer answerTo(const Probe& probe, const StepReport& step, const Configuration& desired,
                       const Readings& readings) {
-  const FilterDump& filter = step.filters.of(probe.intf, probe.direction);
-  PacketAnswer answer{probe, {}, decide(filter, probe.packet, readings), &filter};
-  answer.isBlocked = std::ranges::find(step.outcome.blocked, probe.intf) != step.outcome.blocked.end();
-  const auto attached = aclsOf(desired, probe);
-  auto acls = attached;
-  std::erase_if(acls, [](const AclConfiguration* acl) { return !canBeDecided(*acl); });
-  if (acls.empty() && !attached.empty()) {
-    answer.foreign = attached.front();
-  } else {
-    answer.configured = decide(acls, probe.packet, readings);
-  }
-  for (const IntfOutcome& each : step.outcome.intfs) {
-    const bool isHere = each.intf == probe.intf && each.direction == probe.direction;
-    if (isHere && each.state != IntfState::active) answer.inactive.push_back(&each);
-  }
+  PacketAnswer answer{probe, placeOf(probe.intf, probe.direction, step, desired), {}, {}};
+  answer.programmed = decide(*answer.place.filter, probe.packet, readings);
+  if (answer.place.foreign == nullptr) answer.configured = decide(answer.place.acls, probe.packet, readings);
   return answer;
 }
 
@@ -122,7 +101,7 @@ void addPacketCommand(CLI::App& app, CommandLine& line) {
   const auto text = [&line](std::string PacketOptions::* member) {
     return [&line, member](const std::string& value) { (*line.packet).*member = value; };
   };
-  addDocuments(*packet, line, "; behind them the packet, unless --expect names a file");
+  addDocuments(*packet, line, "; behind them the packet, unless --expect or --capture names a file");
   CLI::Option* interface =
       packet->add_option_function<std::string>("--interface", text(&PacketOptions::interface), "Where the packet is")
           ->type_name("NAME");
@@ -130,12 +109,18 @@ void addPacketCommand(CLI::App& app, CommandLine& line) {
                                ->add_option_function<std::string>("--direction", text(&PacketOptions::direction),
                                                                   "Whether it comes in there or goes out")
                                ->type_name("ingress|egress");
+  CLI::Option* capture =
+      packet
+          ->add_option_function<std::string>("--capture", text(&PacketOptions::captureFile),
+                                             "Decide the packets of this capture (pcap, pcapng), and count them")
+          ->type_name("FILE");
   packet
       ->add_option_function<std::string>("--expect", text(&PacketOptions::expectFile),
                                          "Try the packets of this file, a line each, and name those that the device "
                                          "does not treat as the line says")
       ->excludes(interface)
       ->excludes(direction)
+      ->excludes(capture)
       ->type_name("FILE");
   addAssume(*packet, line);
   addFailWrite(*packet, line);

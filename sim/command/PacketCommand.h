@@ -18,12 +18,14 @@ namespace Sim {
 
 struct CommandLine;
 
-// What the command line says beside the documents. Either a file is named, or all of the others are given.
+// What the command line says beside the documents: a file of expectations, or interface and direction, and a file of
+// packets or a packet.
 struct PacketOptions {
   std::string expectFile = {};
   std::string interface = {};
   std::string direction = {};
   std::string packet = {};
+  std::string captureFile = {};
 };
 
 // Adds the subcommand. Parsing raises CLI::ParseError where options do not go together, and sets `line.packet`.

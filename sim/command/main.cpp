@@ -1,12 +1,15 @@
 #include <exception>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <fmt/format.h>
 
+#include "command/CaptureCommand.h"
 #include "command/CommandLine.h"
 #include "command/Files.h"
 #include "command/Init.h"
+#include "command/Interruption.h"
 #include "command/PacketCommand.h"
 #include "command/Run.h"
 #include "command/Terminal.h"
@@ -32,6 +35,11 @@ Sim::RunResult resultOf(int argc, const char* const* argv) {
   // Traces go there as they come, and show how far it is.
   const bool showsProgress = Sim::canOverwriteErrors() && line->trace < 0;
   Sim::Progress progress(showsProgress ? Sim::Progress::Write(Sim::tell) : Sim::Progress::Write());
+  if (line->packet && !line->packet->captureFile.empty()) {
+    std::optional<Sim::Interruption> interruption;
+    const auto open = [&](const std::string& name) { return Sim::openCapture(name, interruption.emplace().file()); };
+    return Sim::runCapture(*line, device, configs, open, Sim::looksOfOutput(), progress);
+  }
   if (line->packet) return Sim::runPacket(*line, device, configs, expectations, Sim::looksOfOutput(), progress);
   if (line->verify) return Sim::runVerify(*line, device, configs, dump, Sim::looksOfOutput(), progress);
   return Sim::run(*line, device, configs, Sim::looksOfOutput(), progress);

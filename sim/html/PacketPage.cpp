@@ -41,7 +41,7 @@ void putAnswer(Markup& html, const Places& places, const PacketAnswer& answer) {
     putSide(html, "configured", answer.shouldPass(), configuredWords(answer));
     putSide(html, "programmed", answer.passes(), programmedWords(answer));
   }
-  for (const IntfOutcome* each : answer.inactive) html.put("p", {{"class", "difference"}}, inactiveWords(*each));
+  for (const IntfOutcome* each : answer.place.inactive) html.put("p", {{"class", "difference"}}, inactiveWords(*each));
   const auto line = html.in("p");
   html.text(conclusion(answer));
   html.text(" The filter: ");

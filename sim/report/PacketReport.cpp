@@ -6,7 +6,6 @@
 
 #include <fmt/format.h>
 
-#include "report/Explanations.h"
 #include "report/Json.h"
 #include "report/PacketWords.h"
 #include "report/Report.h"
@@ -21,7 +20,7 @@ void writeAnswer(Page& page, const PacketAnswer& answer) {
   };
   writeSide("configured", answer.shouldPass(), configuredWords(answer));
   writeSide("programmed", answer.passes(), programmedWords(answer));
-  for (const IntfOutcome* each : answer.inactive) page.line({{"  "}, {inactiveWords(*each), Style::bad}});
+  writeInactive(page, answer.place);
   page.line({{"  "}, {conclusion(answer), answer.isAsConfigured() ? Style::good : Style::bad}});
 }
 
@@ -47,22 +46,26 @@ Json sideJson(std::optional<bool> permits, const std::string& words) {
 
 Json configuredJson(const PacketAnswer& answer) {
   Json json = sideJson(answer.shouldPass(), configuredWords(answer));
-  if (!answer.isBlocked && answer.foreign == nullptr) addDecider(json, answer.configured);
+  if (!answer.place.isBlocked && answer.place.foreign == nullptr) addDecider(json, answer.configured);
   return json;
 }
 
 Json deviceJson(const PacketAnswer& answer) {
   Json json = sideJson(answer.passes(), programmedWords(answer));
-  if (!answer.isBlocked) addDecider(json, answer.programmed);
+  if (!answer.place.isBlocked) addDecider(json, answer.programmed);
   return json;
 }
 
-Json inactiveJson(const IntfOutcome& intf) {
-  return {{"acl", intf.acl},
-          {"state", Platform::nameOf(intf.state)},
-          {"code", explain(intf.reason).code},
-          {"reason", intf.reason.words()},
-          {"keepsPrevious", intf.keepsPrevious}};
+}  // namespace
+
+std::optional<bool> PacketAnswer::shouldPass() const {
+  if (place.isBlocked) return false;
+  return place.foreign == nullptr ? std::optional(configured.permits) : std::nullopt;
+}
+
+bool PacketReport::isGood() const {
+  const auto good = expectations.empty() ? &PacketAnswer::isAsConfigured : &PacketAnswer::isAsWanted;
+  return std::ranges::all_of(answers, good);
 }
 
 Json answerJson(const PacketAnswer& answer) {
@@ -73,26 +76,13 @@ Json answerJson(const PacketAnswer& answer) {
             {"configured", configuredJson(answer)},
             {"device", deviceJson(answer)},
             {"asConfigured", answer.isAsConfigured()},
-            {"blocked", answer.isBlocked},
-            {"inactive", Json::array()}};
-  for (const IntfOutcome* each : answer.inactive) json["inactive"].push_back(inactiveJson(*each));
+            {"blocked", answer.place.isBlocked},
+            {"inactive", inactiveJson(answer.place)}};
   if (!probe.shouldPass) return json;
   json["line"] = probe.line;
   json["wanted"] = {{"permits", *probe.shouldPass}};
   json["asWanted"] = answer.isAsWanted();
   return json;
-}
-
-}  // namespace
-
-std::optional<bool> PacketAnswer::shouldPass() const {
-  if (isBlocked) return false;
-  return foreign == nullptr ? std::optional(configured.permits) : std::nullopt;
-}
-
-bool PacketReport::isGood() const {
-  const auto good = expectations.empty() ? &PacketAnswer::isAsConfigured : &PacketAnswer::isAsWanted;
-  return std::ranges::all_of(answers, good);
 }
 
 std::string textReport(const PacketReport& report, const Looks& looks) {

@@ -5,11 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "read/Configuration.h"
 #include "read/Diagnostics.h"
-#include "registers/RegisterWords.h"
+#include "report/PacketPlace.h"
 #include "report/Page.h"
-#include "simulate/Outcome.h"
 #include "verdict/Comparison.h"
 #include "verdict/Probe.h"
 
@@ -17,15 +15,12 @@ namespace Sim {
 
 struct PacketAnswer {
   Probe probe;
-  Decision configured;
+  PacketPlace place;
+  Decision configured;  // As long as the place has no foreign ACL.
   FilterDecision programmed;
-  const FilterDump* filter;                       // The one of the interface and direction.
-  bool isBlocked = false;                         // The interface: it passes no traffic.
-  const AclConfiguration* foreign = nullptr;      // An ACL there, if no ACL there can be decided.
-  std::vector<const IntfOutcome*> inactive = {};  // The ACLs there that are not in force.
 
   // What the device does with it.
-  bool passes() const { return !isBlocked && programmed.permits; }
+  bool passes() const { return !place.isBlocked && programmed.permits; }
   // Whether it is to pass by the configuration; none where that is not known.
   std::optional<bool> shouldPass() const;
   bool isAsConfigured() const { return shouldPass() == passes(); }
@@ -45,5 +40,7 @@ struct PacketReport {
 
 std::string textReport(const PacketReport& report, const Looks& looks);
 std::string jsonReport(const PacketReport& report);
+// Of one packet of it.
+Json answerJson(const PacketAnswer& answer);
 
 }  // namespace Sim

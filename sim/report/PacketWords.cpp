@@ -15,25 +15,18 @@ std::string placeWords(const Probe& probe) {
 std::string_view verdictName(std::optional<bool> permits) { return !permits ? "-" : *permits ? "permit" : "deny"; }
 
 std::string configuredWords(const PacketAnswer& answer) {
-  if (answer.isBlocked) return "the interface is disabled";
-  if (answer.foreign == nullptr) return decisionWords(answer.configured);
-  return fmt::format("not known: ACL {} is of type {}", answer.foreign->name, answer.foreign->typeName);
+  if (answer.place.isBlocked) return std::string(kDisabledWords);
+  return answer.place.foreign == nullptr ? decisionWords(answer.configured) : foreignWords(*answer.place.foreign);
 }
 
 std::string programmedWords(const PacketAnswer& answer) {
-  return answer.isBlocked ? "the interface is blocked: it passes no traffic"
-                          : decisionWords(answer.programmed, *answer.filter);
-}
-
-std::string inactiveWords(const IntfOutcome& intf) {
-  return fmt::format("ACL {} {} here: {}{}", intf.acl, intf.state == IntfState::refused ? "is refused" : "failed",
-                     intf.reason.words(), intf.keepsPrevious ? "; its previous version stays in force" : "");
+  return answer.place.isBlocked ? std::string(kBlockedWords) : decisionWords(answer.programmed, *answer.place.filter);
 }
 
 std::string_view conclusion(const PacketAnswer& answer) {
   if (!answer.shouldPass()) return "Whether that is as configured is not known.";
   if (answer.isAsConfigured()) {
-    return answer.inactive.empty() || answer.isBlocked ? "The device does as configured."
+    return answer.place.inactive.empty() || answer.place.isBlocked ? "The device does as configured."
                                                        : "The verdicts are the same, though not by these ACLs.";
   }
   return answer.passes() ? "The device lets it through, and should not." : "The device stops it, and should not.";

@@ -18,8 +18,6 @@ std::string_view verdictName(std::optional<bool> permits);
 // Who decides the packet, by the ACLs and by the registers.
 std::string configuredWords(const PacketAnswer& answer);
 std::string programmedWords(const PacketAnswer& answer);
-// "ACL web is refused here: port ranges unsupported".
-std::string inactiveWords(const IntfOutcome& intf);
 // What the two come to, in a sentence.
 std::string_view conclusion(const PacketAnswer& answer);
 

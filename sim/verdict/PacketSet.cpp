@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <unordered_map>
 #include <utility>
 
 namespace Sim {
@@ -23,6 +24,13 @@ constexpr int kVariables = kFirstVariable.back() + kFields.back().width;
 // The variable of a bit of a field, counted from the lowest.
 int variableOf(Field field, unsigned bit) {
   return kFirstVariable[static_cast<size_t>(field)] + static_cast<int>(widthOf(field) - 1 - bit);
+}
+
+// One that looks at the bit that a variable stands for.
+PacketSet::Node nodeOf(int variable) {
+  const auto next = std::ranges::upper_bound(kFirstVariable, variable);
+  const FieldRow& row = kFields[static_cast<size_t>(next - kFirstVariable.begin()) - 1];
+  return {row.field, static_cast<uint8_t>(row.width - 1 - (variable - *(next - 1)))};
 }
 
 void throwBadAlloc(int /*error*/) { throw std::bad_alloc(); }
@@ -161,6 +169,21 @@ std::array<bool, kChoices> PacketSet::someChoices(const std::array<bool, kChoice
   std::array<bool, kChoices> choices{};
   std::copy_n(values.begin(), kChoices, choices.begin());
   return choices;
+}
+
+PacketSet::Diagram PacketSet::diagram() const {
+  Diagram diagram;
+  std::unordered_map<int, int32_t> positions{{bddfalse.id(), kNone}, {bddtrue.id(), kEach}};
+  const auto add = [&](const auto& self, const bdd& set) -> int32_t {
+    if (const auto known = positions.find(set.id()); known != positions.end()) return known->second;
+    Node node = nodeOf(bdd_var(set));
+    node.ifClear = self(self, bdd_low(set));
+    node.ifSet = self(self, bdd_high(set));
+    diagram.nodes.push_back(node);
+    return positions[set.id()] = static_cast<int32_t>(diagram.nodes.size()) - 1;
+  };
+  diagram.start = add(add, set_);
+  return diagram;
 }
 
 size_t PacketSet::nodes() const { return static_cast<size_t>(bdd_nodecount(set_)); }

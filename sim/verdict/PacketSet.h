@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include <bdd.h>
 
@@ -52,6 +53,22 @@ class PacketSet {
   std::array<bool, kChoices> someChoices(const std::array<bool, kChoices>& liking) const;
   // How many nodes its diagram has.
   size_t nodes() const;
+
+  // Where a diagram ends: no packet that comes there is in the set, or each is.
+  static constexpr int32_t kNone = -1, kEach = -2;
+  // Looks at a bit of a field. Where it goes on is an end, or a position among the nodes.
+  struct Node {
+    Field field = {};
+    uint8_t bit = 0;  // From the lowest.
+    int32_t ifClear = kNone;
+    int32_t ifSet = kNone;
+  };
+  struct Diagram {
+    std::vector<Node> nodes;
+    int32_t start = kNone;
+  };
+  // How it is found out whether a packet is in it. Not of a set that depends on choices.
+  Diagram diagram() const;
 
  private:
   explicit PacketSet(const bdd& set) : set_(set) {}

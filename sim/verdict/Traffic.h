@@ -21,6 +21,11 @@ struct Count {
   uint64_t bytes = 0;
 
   bool operator==(const Count&) const = default;
+  Count& operator+=(const Count& other) {
+    packets += other.packets;
+    bytes += other.bytes;
+    return *this;
+  }
 };
 
 // Which packets an ACL decides. With several ACLs a packet is shown to each until one denies it.
@@ -35,6 +40,20 @@ struct AclTraffic {
 struct FilterTraffic {
   std::array<Count, Kestrix::Layout::kMaxSlots> slots{};
   std::map<FilterPart, Count> parts = {};  // Of all but slots; only those that decide any.
+};
+
+// What the packets are. Each is one of the first five, and may be any of the others as well.
+struct TrafficKinds {
+  Count ipv4;
+  Count arp;
+  Count lldp;
+  Count ipv6;
+  Count other;  // Of an EtherType that is none of these, or not known.
+  Count tagged;
+  Count laterFragments;      // But the first of their IPv4 packets.
+  Count fragmentsOtherwise;  // Those of them that the device decides otherwise by the other reading of `fragments`.
+  Count cutShort;            // Of whose fields not all were captured.
+  Count malformed;           // Which contradict themselves.
 };
 
 // Packets that are alike in all that a verdict depends on, and that the device does not treat as configured.
@@ -55,10 +74,13 @@ struct TurnedPackets {
 // Refers to the configurations.
 struct Traffic {
   Count all;
-  Count undecided;  // Of which too little was captured, or that contradict themselves, so that no verdict is known.
+  TrafficKinds kinds;            // Of all of them.
+  Count undecided;               // Those for which a verdict looks at something that is not known of them.
+  Count malformed;               // Of these, those that contradict themselves. The others were cut short.
   std::vector<AclTraffic> acls;  // Those of the interface that can be decided.
   FilterTraffic filter;
 
+  // Of an interface that passes no traffic, or whose ACLs are not known, nothing is said to differ.
   Count more;                               // The device lets them through, and should not.
   Count less;                               // It stops them, and should not.
   std::vector<DifferingPackets> differing;  // In the order of the capture; kMostListed at most.

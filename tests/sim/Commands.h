@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "command/CaptureCommand.h"
 #include "command/Init.h"
 #include "command/Run.h"
 
@@ -26,6 +27,10 @@ inline RunResult resultOf(const std::vector<std::string>& words,
   for (const std::string& file : line->configFiles) configs.push_back(text(file));
   Progress none;
   if (line->verify) return runVerify(*line, device, configs, text(line->verify->dumpFile), {}, none);
+  if (line->packet && !line->packet->captureFile.empty()) {
+    const auto open = [](const std::string& name) { return openCapture(name, -1); };
+    return runCapture(*line, device, configs, open, {}, none);
+  }
   if (line->packet) return runPacket(*line, device, configs, text(line->packet->expectFile), {}, none);
   return run(*line, device, configs, {}, none);
 }

@@ -5,12 +5,14 @@
 #include <bit>
 #include <optional>
 #include <set>
+#include <tuple>
 #include <utility>
 #include <variant>
 #include <vector>
 
 #include "sim/Random.h"
 #include "verdict/Comparison.h"
+#include "verdict/TrafficCounter.h"
 #include "verdict/Verification.h"
 
 namespace Sim {
@@ -213,13 +215,18 @@ bool matches(const Ace& ace, const Packet& packet) {
          same(filter.dstAddr, filter.dstMask, packet[Field::destinationMac]);
 }
 
+AclConfiguration randomAcl(Random& random, bool isMac) {
+  AclConfiguration acl;
+  acl.type = isMac ? Acl::AclType::mac : Acl::AclType::ipv4;
+  for (int i = 0; i < 8; ++i) acl.aces.push_back(randomAce(random, isMac));
+  return acl;
+}
+
 TEST(Verdict, AsConfiguredIsThatOfTheFirstAceThatMatchesEachPacket) {
   for (unsigned seed = 0; seed < 100; ++seed) {
     Random random(seed);
     const bool isMac = random.isTrue();
-    AclConfiguration acl;
-    acl.type = isMac ? Acl::AclType::mac : Acl::AclType::ipv4;
-    for (int i = 0; i < 8; ++i) acl.aces.push_back(randomAce(random, isMac));
+    const AclConfiguration acl = randomAcl(random, isMac);
     const std::vector acls{&std::as_const(acl)};
     const PacketSet permitted = permittedBy(acls, {});
     std::set<const Ace*> deciding;
@@ -235,6 +242,107 @@ TEST(Verdict, AsConfiguredIsThatOfTheFirstAceThatMatchesEachPacket) {
     }
     for (const IdleAce& idle : idleAces(acl)) ASSERT_FALSE(deciding.contains(idle.ace)) << "seed " << seed;
   }
+}
+
+// --- Many packets ----------------------------------------------------------------------------------------------------
+
+// Some fields of the packet, made to be others.
+std::pair<FieldSet, Packet> withoutSome(Packet packet, Random& random) {
+  const Packet other = randomPacket(random);
+  FieldSet unknown;
+  for (const FieldRow& row : kFields) {
+    if (random.below(4) != 0) continue;
+    unknown = unknown | FieldSet{row.field};
+    packet[row.field] = other[row.field];
+  }
+  return {unknown, packet};
+}
+
+// What is to be counted, a packet at a time.
+Traffic countedOneByOne(const std::vector<Packet>& packets, const Checkpoint& at, const Checkpoint& before,
+                        const Readings& readings) {
+  Traffic traffic;
+  const Count one{1, 64};
+  Readings others = readings;
+  others.set(Reading::fragments, !readings.isOther(Reading::fragments));
+  for (const AclConfiguration* acl : at.acls) traffic.acls.push_back({acl, std::vector<Count>(acl->aces.size())});
+  for (const Packet& packet : packets) {
+    const Decision should = decide(at.acls, packet, readings);
+    const FilterDecision does = decide(at.filter, packet, readings), did = decide(before.filter, packet, readings);
+    for (size_t i = 0; i < at.acls.size(); ++i) {
+      const Acls acl = at.acls.subspan(i, 1);
+      const bool isForOthers = at.acls.size() > 1 && readings.isOther(Reading::twoAcls) &&
+                               (acl[0]->type == Acl::AclType::ipv4) != packet.isIpv4();
+      if (isForOthers) continue;
+      const Decision decision = decide(acl, packet, readings);
+      AclTraffic& counted = traffic.acls[i];
+      (decision.acl == nullptr   ? counted.unspoken
+       : decision.ace == nullptr ? counted.implicitDeny
+                                 : counted.aces[size_t(decision.ace - acl[0]->aces.data())]) += one;
+      if (!decision.permits) break;
+    }
+    (does.part == FilterPart::slot ? traffic.filter.slots[does.slot] : traffic.filter.parts[does.part]) += one;
+    if (does.permits != should.permits) (does.permits ? traffic.more : traffic.less) += one;
+    if (does.permits != did.permits) (does.permits ? traffic.newlyPermitted : traffic.newlyDenied) += one;
+    if (decide(at.filter, packet, others).permits != does.permits) traffic.kinds.fragmentsOtherwise += one;
+  }
+  return traffic;
+}
+
+TEST(TrafficCounter, CountsWhatIsDecidedOneByOne) {
+  size_t decided = 0, undecided = 0;
+  for (unsigned seed = 0; seed < 24; ++seed) {
+    Random random(seed);
+    const AclConfiguration mac = randomAcl(random, true), ip = randomAcl(random, false);
+    const std::vector<const AclConfiguration*> both{&ip, &mac};
+    const auto some = [&] { return Acls(both).subspan(size_t(random.below(2)), size_t(random.below(2))); };
+    const FilterDump filter = randomFilter(random), filterBefore = randomFilter(random);
+    const Checkpoint at{filter, seed % 2 == 0 ? Acls(both) : some()}, before{filterBefore, some()};
+    const Readings readings = randomReadings(random);
+    TrafficCounter counter(at, &before, readings);
+    const Classifier classifier(filter, at.acls, readings);
+    std::vector<Packet> packets;
+    for (int n = 0; n < 80; ++n) {
+      const Packet packet = packets.emplace_back(randomPacket(random));
+      counter.add({packet, {}, Lack::none, 64});
+      // What is found in spite of unknown fields is so whatever is in them.
+      const auto [unknown, other] = withoutSome(packet, random);
+      Classifier::Found found;
+      const PacketWords known = knownBits(unknown);
+      const bool isDecided = classifier.classify(wordsOf(packet), &known, found);
+      ++(isDecided ? decided : undecided);
+      if (!isDecided && !unknown.isEmpty()) continue;
+      ASSERT_TRUE(isDecided);
+      ASSERT_EQ(classifier.judgement(found.data()),
+                (Judgement{decide(at.acls, other, readings), decide(filter, other, readings)}))
+          << "seed " << seed << ": " << packet.toText() << " / " << other.toText();
+    }
+    const Traffic counted = counter.traffic(), expected = countedOneByOne(packets, at, before, readings);
+    ASSERT_EQ(counted.all, (Count{80, 80 * 64}));
+    ASSERT_EQ(counted.undecided, Count());
+    ASSERT_EQ(counted.acls.size(), expected.acls.size());
+    for (size_t i = 0; i < counted.acls.size(); ++i) {
+      const auto parts = [](const AclTraffic& acl) {
+        return std::tie(acl.acl, acl.aces, acl.implicitDeny, acl.unspoken);
+      };
+      ASSERT_EQ(parts(counted.acls[i]), parts(expected.acls[i])) << "seed " << seed;
+    }
+    const auto sums = [](const Traffic& of) {
+      return std::tie(of.filter.slots, of.filter.parts, of.more, of.less, of.newlyPermitted, of.newlyDenied,
+                      of.kinds.fragmentsOtherwise);
+    };
+    ASSERT_EQ(sums(counted), sums(expected)) << "seed " << seed;
+    Count listed, turned;
+    for (const DifferingPackets& each : counted.differing) {
+      listed += each.count;
+      ASSERT_EQ(each.packet, packets.at(each.number - 1));
+    }
+    for (const TurnedPackets& each : counted.turned) turned += each.count;
+    ASSERT_EQ(listed.packets, expected.more.packets + expected.less.packets);
+    ASSERT_EQ(turned.packets, expected.newlyPermitted.packets + expected.newlyDenied.packets);
+  }
+  EXPECT_GT(decided, 300u);
+  EXPECT_GT(undecided, 300u);
 }
 
 // Sets the register that has this path.
