@@ -10,6 +10,7 @@
 #include "command/CommandLine.h"
 #include "command/Documents.h"
 #include "command/Session.h"
+#include "html/PacketPage.h"
 #include "report/CaptureReport.h"
 #include "report/PacketPlace.h"
 #include "verdict/PacketText.h"
@@ -112,7 +113,7 @@ RunResult runCapture(const CommandLine& line, const FileText& device, const std:
   const auto probe = readProbe({line.packet->interface, line.packet->direction, kPacketExample},
                                documents ? documents->device : unknown, "command line", "", diagnostics);
   if (diagnostics.hasErrors()) return badInput(line, diagnostics, looks);
-  auto session = startSession(line, documents->device, Depth::outcome, progress, diagnostics);
+  auto session = startSession(line, documents->device, depthOf(line), progress, diagnostics);
   if (!session) return badInput(line, diagnostics, looks);
   for (const Step& step : stepsOf(line, documents->configurations)) session->take(step, diagnostics);
   warnOfUnreachedWrites(line.failWrites, session->writes(), diagnostics);
@@ -134,7 +135,12 @@ RunResult runCapture(const CommandLine& line, const FileText& device, const std:
   const StepReport& last = session->steps().back();
   const CaptureReport report{file, place, earlier, last, line.readings, traffic, diagnostics, isInterrupted};
   const int exitStatus = diagnostics.hasErrors() ? kBadInput : report.isGood() ? kAllApplied : kNotAllApplied;
-  return {exitStatus, line.json ? jsonReport(report) : textReport(report, looks)};
+  RunResult result{exitStatus, line.json ? jsonReport(report) : textReport(report, looks)};
+  if (!line.htmlFile.empty()) {
+    const ReportInput input = session->report(diagnostics);
+    result.files.push_back({line.htmlFile, htmlCapture({report, input, documentNames(line)})});
+  }
+  return result;
 }
 
 }  // namespace Sim

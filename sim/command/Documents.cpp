@@ -61,8 +61,10 @@ DocumentNames documentNames(const CommandLine& line) {
   DocumentNames names{line.deviceFile, line.configFiles};
   if (line.verify) names.subject = line.verify->dumpFile;
   if (!line.packet) return names;
-  const auto& [expectFile, interface, direction, packet] = *line.packet;
-  names.subject = expectFile.empty() ? fmt::format("{}, {} {}", packet, interface, direction) : expectFile;
+  const PacketOptions& asked = *line.packet;
+  const std::string& packets = asked.captureFile.empty() ? asked.packet : asked.captureFile;
+  names.subject = !asked.expectFile.empty() ? asked.expectFile
+                                            : fmt::format("{}, {} {}", packets, asked.interface, asked.direction);
   return names;
 }
 

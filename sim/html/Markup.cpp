@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "text/Shown.h"
-
 namespace Sim {
 namespace {
 
@@ -54,7 +52,7 @@ void Markup::putEmpty(std::string_view name, const Attributes& attributes) {
   text_ += '\n';
 }
 
-void Markup::text(std::string_view text) { text_ += escaped(Shown(text).text()); }
+void Markup::shown(const Shown& text) { text_ += escaped(text.text()); }
 
 void Markup::open(std::string_view name, const Attributes& attributes) {
   text_ += '<';

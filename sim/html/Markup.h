@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "text/Shown.h"
+
 namespace Sim {
 
 struct Attribute {
@@ -48,7 +50,9 @@ class Markup {
   // An element that has no contents and no end, such as meta.
   void putEmpty(std::string_view name, const Attributes& attributes);
   // Escaped, for HTML and as on a terminal: nothing in it ends a line or turns the writing direction.
-  void text(std::string_view text);
+  void text(std::string_view text) { shown(Shown(text)); }
+  // The same of what was escaped as on a terminal before.
+  void shown(const Shown& text);
   // As it is: for what was written here, and never came from outside.
   void raw(std::string_view markup) { text_ += markup; }
 

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 #include <fmt/format.h>
 
 #include "html/Groups.h"
 #include "html/Markup.h"
 #include "html/Parts.h"
+#include "report/CaptureWords.h"
 #include "report/PacketWords.h"
 
 namespace Sim {
@@ -21,11 +23,13 @@ struct Places {
   size_t step = 0;  // From 1.
   Groups groups;
 
-  std::string linkTo(const Probe& probe) const { return "#" + filterId(step, groups.of(probe.intf, probe.direction)); }
+  std::string linkTo(const PacketPlace& place) const {
+    return "#" + filterId(step, groups.of(place.intf, place.direction));
+  }
 };
 
-void putPlace(Markup& html, const Places& places, const Probe& probe) {
-  html.put("a", {{"href", places.linkTo(probe)}}, fmt::format("{} {}", probe.intf, directionName(probe.direction)));
+void putPlace(Markup& html, const Places& places, const PacketPlace& place) {
+  html.put("a", {{"href", places.linkTo(place)}}, place.toText());
 }
 
 void putSide(Markup& html, std::string_view side, std::optional<bool> permits, const std::string& words) {
@@ -45,7 +49,7 @@ void putAnswer(Markup& html, const Places& places, const PacketAnswer& answer) {
   const auto line = html.in("p");
   html.text(conclusion(answer));
   html.text(" The filter: ");
-  putPlace(html, places, answer.probe);
+  putPlace(html, places, answer.place);
 }
 
 // --- Expectations ----------------------------------------------------------------------------------------------------
@@ -88,7 +92,7 @@ void putExpectations(Markup& html, const Places& places, const PacketReport& rep
     html.put("td", answer.probe.packet.toText());
     {
       const auto cell = html.in("td");
-      putPlace(html, places, answer.probe);
+      putPlace(html, places, answer.place);
     }
     html.put("td", verdictName(answer.probe.shouldPass));
     {
@@ -135,14 +139,87 @@ Heading headingOf(const PacketPage& page) {
   return heading;
 }
 
+// --- Captures --------------------------------------------------------------------------------------------------------
+
+void putList(Markup& html, const PacketList& list) {
+  html.put("h2", list.title);
+  if (list.packets.empty()) return;
+  {
+    const Table table(html, list.title, {"packet", "packets", "bytes", "decided by"});
+    for (const ListedPackets& each : list.packets) {
+      const auto row = html.in("tr");
+      html.put("th", {{"scope", "row"}}, each.toText());
+      html.put("td", {{"class", "number"}}, withCommas(each.count.packets));
+      html.put("td", {{"class", "number"}}, withCommas(each.count.bytes));
+      html.put("td", each.deciders);
+    }
+  }
+  if (list.unlisted.packets != 0) html.put("p", fmt::format("and {}, which are not listed", countWords(list.unlisted)));
+}
+
+void putCounts(Markup& html, std::string_view name, const std::vector<CountRow>& rows) {
+  if (rows.empty()) return;
+  const Table table(html, name, {name, "packets", "bytes"});
+  for (const auto& [what, count, more] : rows) {
+    const auto row = html.in("tr");
+    html.put("th", {{"scope", "row"}}, what);
+    html.put("td", {{"class", "number"}}, withCommas(count.packets));
+    html.put("td", {{"class", "number"}}, withCommas(count.bytes));
+  }
+}
+
+// Each part in the colour of what it says.
+void putLine(Markup& html, const Spans& spans) {
+  if (spans.empty()) return;
+  const auto line = html.in("p");
+  for (const auto& [text, style] : spans) putSpoken(html, text, style);
+}
+
+void putTraffic(Markup& html, const Places& places, const CaptureReport& report) {
+  const auto section = html.in("section");
+  html.put("h2", "What becomes of the packets");
+  {
+    const auto line = html.in("p");
+    putPlace(html, places, report.place);
+    html.text(": " + countWords(report.traffic.all));
+  }
+  putLine(html, interruptionLine(report));
+  for (const Spans& each : conclusionLines(report)) putLine(html, each);
+  for (const PacketList& each : differingLists(report)) putList(html, each);
+  for (const PacketList& each : turnedLists(report)) putList(html, each);
+  html.put("h2", "What they hit");
+  putCounts(html, "decided on the device by", partRows(report));
+  putCounts(html, "in the capture", kindRows(report));
+}
+
+Heading headingOf(const CapturePage& page) {
+  const CaptureReport& report = page.report;
+  const bool isKnown = report.place.foreign == nullptr || report.place.isBlocked;
+  return {titleOf(page.names),
+          report.isGood() ? "as configured"
+          : isKnown       ? "not as configured"
+                          : "not known",
+          report.isGood() ? Style::good : Style::bad, countWords(report.traffic.all) + "."};
+}
+
 }  // namespace
+
+std::string htmlCapture(const CapturePage& page) {
+  return pageOf(headingOf(page), [&](Markup& html) {
+    putPreface(html, page.input);
+    const auto& steps = page.input.steps;
+    putTraffic(html, {steps.size(), Groups(steps.back())}, page.report);
+    const PacketPlace& place = page.report.place;
+    putSteps(html, page.input, Hits{place.intf, place.direction, page.report.traffic});
+  });
+}
 
 std::string htmlPackets(const PacketPage& page) {
   return pageOf(headingOf(page), [&](Markup& html) {
     putPreface(html, page.input);
     const auto& steps = page.input.steps;
     putReport(html, {steps.size(), Groups(steps.back())}, page.report);
-    putSteps(html, page.input, page.hits);
+    putSteps(html, page.input, {});
   });
 }
 

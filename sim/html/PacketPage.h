@@ -1,11 +1,10 @@
 // What becomes of packets, as a page for a browser.
 #pragma once
 
-#include <optional>
 #include <string>
 
-#include "html/FilterSections.h"
 #include "html/ReportPage.h"
+#include "report/CaptureReport.h"
 #include "report/PacketReport.h"
 #include "report/Report.h"
 
@@ -16,8 +15,16 @@ struct PacketPage {
   const PacketReport& report;
   const ReportInput& input;
   const DocumentNames& names;
-  std::optional<Hits> hits = {};  // What the packets of a capture met.
+};  // What the packets of a capture met.
 };
+
+// What `kestrix-sim packet --capture` tells: as above, and what of it the packets hit.
+struct CapturePage {
+  const CaptureReport& report;
+  const ReportInput& input;
+  const DocumentNames& names;
+};
+std::string htmlCapture(const CapturePage& page);
 
 // What `kestrix-sim packet` tells, and what the configurations have made of the device.
 std::string htmlPackets(const PacketPage& page);

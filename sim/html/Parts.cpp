@@ -115,6 +115,12 @@ void putState(Markup& html, std::string_view word, Style style) {
   html.put("span", {{"class", std::string(classOf(style))}}, word);
 }
 
+void putSpoken(Markup& html, const Shown& text, Style style) {
+  if (style == Style::plain) return html.shown(text);
+  const auto word = html.in("span", {{"class", std::string(classOf(style))}});
+  html.shown(text);
+}
+
 Table::Table(Markup& html, std::string_view name, const std::vector<std::string_view>& headers)
     : scroll_(html.in("div",
                       {{"class", "scroll"}, {"role", "group"}, {"aria-label", std::string(name)}, {"tabindex", "0"}})),

@@ -13,6 +13,7 @@
 #include "read/Diagnostics.h"
 #include "registers/RegisterWords.h"
 #include "report/Colour.h"
+#include "text/Shown.h"
 
 namespace Sim {
 
@@ -29,6 +30,9 @@ std::string pageOf(const Heading& heading, const std::function<void(Markup&)>& w
 
 // A word in the colour of what it says.
 void putState(Markup& html, std::string_view word, Style style);
+
+// A part of a line, which was escaped already for a terminal: as that, or as text where it says nothing in particular.
+void putSpoken(Markup& html, const Shown& text, Style style);
 
 // A table that is scrolled by itself where the window is too narrow. `name` says what it is to whoever cannot see it.
 class Table {
