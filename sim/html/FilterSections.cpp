@@ -112,25 +112,40 @@ void putAce(Markup& html, const StepPage& page, const AclPlace& place, size_t po
   }
 }
 
-void putImplicitDeny(Markup& html, const AclPlace& place) {
+// What no ACE decides.
+void putRest(Markup& html, const AclPlace& place, std::string_view name, const Count& count, std::string_view words) {
   const auto row = html.in("tr");
   html.put("td", "");
-  html.put("th", {{"scope", "row"}, {"class", "dim"}}, "implicit deny");
-  if (place.traffic != nullptr) putCount(html, place.traffic->implicitDeny);
+  html.put("th", {{"scope", "row"}, {"class", "dim"}}, name);
+  if (place.traffic != nullptr) putCount(html, count);
+  html.put("td", words);
+}
+
+void putImplicitDeny(Markup& html, const AclPlace& place) {
+  const bool isEnded = std::ranges::count(place.acl.aces, Verdict::unmatched, &AceOutcome::verdict) != 0;
+  if (place.traffic == nullptr && (place.holder == nullptr || isEnded)) return;
   const bool permitsRest = place.holder != nullptr && place.holder->permitsUnmatched();
-  html.put("td", permitsRest ? "no slot: the filter permits what no slot matches"
-                             : "no slot: the filter denies what no slot matches");
+  putRest(html, place, "implicit deny", place.traffic != nullptr ? place.traffic->implicitDeny : Count(),
+          place.holder == nullptr ? "not in the filter"
+          : isEnded               ? "never reached: an ACE decides everything"
+          : permitsRest           ? "no slot: the filter permits what no slot matches"
+                                  : "no slot: the filter denies what no slot matches");
 }
 
 void putAces(Markup& html, const StepPage& page, const AclPlace& place) {
   if (place.acl.aces.empty()) return;
+  if (place.traffic != nullptr) {
+    html.put("p", fmt::format("Packets and bytes: those of the capture at {} {}, as far as the ACL decides them.",
+                              page.hits->intf, directionName(page.hits->direction)));
+  }
   std::vector<std::string_view> headers{"no.", "ACE"};
   if (place.traffic != nullptr) headers.insert(headers.end(), {"packets", "bytes"});
   headers.emplace_back("slot or verdict");
   const Table table(html, fmt::format("ACEs of {}", place.acl.key.name), headers);
   for (size_t i = 0; i < place.acl.aces.size(); ++i) putAce(html, page, place, i);
-  const bool hasVerdict = std::ranges::count(place.acl.aces, Verdict::unmatched, &AceOutcome::verdict) != 0;
-  if (place.holder != nullptr && !hasVerdict) putImplicitDeny(html, place);
+  putImplicitDeny(html, place);
+  if (place.traffic != nullptr && place.acl.key.type == Acl::AclType::ipv4)
+    putRest(html, place, "not IPv4", place.traffic->unspoken, "the ACL does not speak of it");
 }
 
 void putDifference(Markup& html, const Difference& difference, bool isInForce) {

@@ -62,7 +62,7 @@ void putExceptions(Markup& html, const Places& places, const PacketReport& repor
     for (const PacketAnswer& answer : report.answers) {
       if (answer.isAsWanted() != isWanted || !isException(answer)) continue;
       const auto section = html.in("section", {{"class", "filter"}});
-      html.put("h3", fmt::format("Line {}: {}", answer.probe.line, placeWords(answer.probe)));
+      html.put("h3", fmt::format("{} line {}: {}", report.expectations, answer.probe.line, placeWords(answer.probe)));
       {
         const auto [words, style] = expectationWords(answer);
         const auto line = html.in("p");
@@ -180,6 +180,7 @@ void putTraffic(Markup& html, const Places& places, const CaptureReport& report)
   html.put("h2", "What becomes of the packets");
   {
     const auto line = html.in("p");
+    html.text(report.file + " at ");
     putPlace(html, places, report.place);
     html.text(": " + countWords(report.traffic.all));
   }

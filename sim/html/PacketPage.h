@@ -15,18 +15,17 @@ struct PacketPage {
   const PacketReport& report;
   const ReportInput& input;
   const DocumentNames& names;
-};  // What the packets of a capture met.
 };
 
-// What `kestrix-sim packet --capture` tells: as above, and what of it the packets hit.
+// What `kestrix-sim packet` tells, and what the configurations have made of the device.
+std::string htmlPackets(const PacketPage& page);
+
+// The same of `kestrix-sim packet --capture`, and which ACEs the packets hit.
 struct CapturePage {
   const CaptureReport& report;
   const ReportInput& input;
   const DocumentNames& names;
 };
 std::string htmlCapture(const CapturePage& page);
-
-// What `kestrix-sim packet` tells, and what the configurations have made of the device.
-std::string htmlPackets(const PacketPage& page);
 
 }  // namespace Sim

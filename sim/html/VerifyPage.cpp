@@ -117,7 +117,7 @@ void putRepair(Markup& html, const std::vector<Register>& repair) {
   html.put("h2", "Repair");
   html.put("p", repairWords(repair));
   if (repair.empty()) return;
-  const auto lines = html.in("pre");
+  const auto lines = html.in("pre", {{"tabindex", "0"}, {"role", "group"}, {"aria-label", "Writes"}});
   for (const Register& each : repair) {
     html.text(lineOf(each));
     html.raw("\n");

@@ -41,12 +41,18 @@ const RUNS = [
   ['broken-device', 'apply broken-device.json access-edge.json', asCells],
   ['hostile', 'apply hostile-device.json hostile.json', asReport],
   ['hostile-errors', ['apply', 'hostile-device.json', HOSTILE, 'hostile.json'], asPlan],
+  ['packet', ['packet', 'edge-switch.json', 'type-conflict.json', '--interface', 'port-1', '--direction', 'ingress',
+    'arp 00:00:5e:00:53:09 > ff:ff:ff:ff:ff:ff'], asCells],
+  ['expectations', 'packet edge-switch.json access-edge.json --expect access-edge.expect --assume ipv4-rest=every', asCells],
+  ['capture', 'packet edge-switch.json access-edge.json access-edge-2.json --interface port-1 --direction ingress ' +
+    '--capture guest-traffic.pcap --fail-write 640', asCells],
+  ['other-device', 'verify small-switch.json small-policy.json --dump small-switch.dump --repair', asCells],
   ['many', 'apply many-device.json many.json', null],
 ];
 const LIMITS = { megabytes: 35, seconds: 20, elements: 700000 }; // Of that page, on a slow machine.
 // The elements that pages are made of. Names that were taken for markup would make others.
 const ELEMENTS = new Set(('html head meta title style body header main section h1 h2 h3 h4 p a ul li div span b code ' +
-  'table thead tbody tr th td meter details summary').split(' '));
+  'table thead tbody tr th td meter details summary pre').split(' '));
 const CSP = "default-src 'none'; style-src 'unsafe-inline'";
 
 let faultCount = 0;

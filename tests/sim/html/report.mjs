@@ -52,16 +52,18 @@ export function linesOfReport(text) {
   return found;
 }
 
-// For pages of any kind: what the report says between two blanks or more, which is to be found anywhere on the page.
+// For pages of any kind: the report cut where a page may have cells, each of which is to be found anywhere on the page.
 export function cellsOfReport(text) {
-  const cells = text.split(/\n| {2,}/).map((each) => single(each.replace(/^-> |:$/, '')));
+  const cells = text.split(/\n| {2,}|: |; |, expected |(?<=rule\[\d+\]) | (?=0x)| (?=ingress|egress)/)
+    .map((each) => single(each.replace(/^-> |[,:]$/g, '').replace(/^\((.*)\)$/, '$1')));
   return new Set(cells.filter(Boolean).map((each) => `||${each}`));
 }
 
 // Runs in the browser.
 export function textOfPage() {
-  const blocks = [...document.querySelectorAll('h1, h2, h3, h4, p, li, th, td')];
-  return { found: [], text: blocks.map((each) => each.textContent.replace(/\s+/g, ' ')).join('\n'), faults: [] };
+  const blocks = [...document.querySelectorAll('h1, h2, h3, h4, p, li, th, td, pre')];
+  return { found: [], text: blocks.map((each) => each.textContent.replace(/\s+/g, ' ')
+    .replace(/(\d),(?=\d{3}\b)/g, '$1')).join('\n'), faults: [] };
 }
 
 // Runs in the browser. The lines of linesOfReport; those that are optional are not in every report.
