@@ -191,7 +191,9 @@ std::vector<std::pair<FilterDecision, Count>> decidingParts(const CaptureReport&
 
 std::vector<CountRow> partRows(const CaptureReport& report) {
   std::vector<CountRow> rows;
-  for (const auto& [part, count] : decidingParts(report))
+  const auto parts = decidingParts(report);
+  rows.reserve(parts.size());
+  for (const auto& [part, count] : parts)
     rows.push_back({decisionWords(part, *report.place.filter), count});
   return rows;
 }
