@@ -40,7 +40,7 @@ void putAclHere(Markup& html, const StepPage& page, const AclHere& here, size_t 
   const StateWords words = stateWords(*intf, *acl, page.step);
   {
     const auto line = html.in("p");
-    html.put("a", {{"href", "#" + filterId(page.number, group)}}, acl->key.name);
+    html.put("a", {{"href", linkTo(page.number, group)}}, acl->key.name);
     html.text(" ");
     putState(html, words.state, words.style);
     putSlotsUsed(html, slotsFilled(*intf, *acl, page.step), page.device.slots(intf->direction));
@@ -63,7 +63,7 @@ void putCell(Markup& html, const StepPage& page, size_t number) {
 // What the author wrote: "permit destination-ipv4-network 192.0.2.0/24".
 std::string writtenWords(const Ace& ace) {
   std::string words(permits(ace) ? "accept" : "drop");
-  for (const ConfiguredField& field : ace.fields) words += ", " + field.toText();
+  for (const ConfiguredField& field : ace.fields) words += fmt::format(", {}", field.toText());
   return words;
 }
 
@@ -208,6 +208,8 @@ void putGroup(Markup& html, const StepPage& page, size_t number) {
 }  // namespace
 
 std::string filterId(size_t step, size_t group) { return fmt::format("step-{}-filter-{}", step, group + 1); }
+
+std::string linkTo(size_t step, size_t group) { return fmt::format("#{}", filterId(step, group)); }
 
 void putOverview(Markup& html, const StepPage& page) {
   if (page.step.outcome.intfs.empty()) html.put("p", "No ACL is attached to an interface.");

@@ -30,6 +30,8 @@ struct StepPage {
 
 // The id of the section of a group of filters after a step.
 std::string filterId(size_t step, size_t group);
+// A link to it, on the same page.
+std::string linkTo(size_t step, size_t group);
 
 // The interfaces, both directions, with the states of their ACLs.
 void putOverview(Markup& html, const StepPage& page);

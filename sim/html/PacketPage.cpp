@@ -24,7 +24,7 @@ struct Places {
   Groups groups;
 
   std::string linkTo(const PacketPlace& place) const {
-    return "#" + filterId(step, groups.of(place.intf, place.direction));
+    return Sim::linkTo(step, groups.of(place.intf, place.direction));
   }
 };
 
@@ -182,7 +182,7 @@ void putTraffic(Markup& html, const Places& places, const CaptureReport& report)
     const auto line = html.in("p");
     html.text(report.file + " at ");
     putPlace(html, places, report.place);
-    html.text(": " + countWords(report.traffic.all));
+    html.text(fmt::format(": {}", countWords(report.traffic.all)));
   }
   putLine(html, interruptionLine(report));
   for (const Spans& each : conclusionLines(report)) putLine(html, each);

@@ -103,7 +103,7 @@ std::string pageOf(const Heading& heading, const std::function<void(Markup&)>& w
       html.put("h1", heading.title);
       const auto line = html.in("p");
       putState(html, heading.state, heading.style);
-      html.text(" " + heading.summary);
+      html.text(fmt::format(" {}", heading.summary));
     }
     const auto main = html.in("main");
     write(html);
@@ -174,7 +174,7 @@ void putDiagnostics(Markup& html, const Diagnostics& diagnostics) {
     if (!each.acl.empty()) about += fmt::format("ACL \"{}\"", each.acl);
     if (!each.ace.empty()) about += fmt::format(", ACE \"{}\"", each.ace);
     if (!about.empty()) about += ": ";
-    html.text(": " + about + each.message);
+    html.text(fmt::format(": {}{}", about, each.message));
     if (!each.path.empty()) html.put("p", "at " + each.path);
     putRemedy(html, each.remedy);
   }

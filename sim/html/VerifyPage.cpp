@@ -59,7 +59,7 @@ void putPacketChange(Markup& html, std::string_view what, const std::optional<Pa
   {
     const auto line = html.in("p");
     putState(html, what, Style::bad);
-    html.text(" " + change->packet.toText());
+    html.text(fmt::format(" {}", change->packet.toText()));
   }
   html.put("p", "by " + decisionWords(change->found, filter.found));
   html.put("p", "expected " + decisionWords(change->expected, filter.expected));

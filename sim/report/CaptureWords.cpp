@@ -193,8 +193,7 @@ std::vector<CountRow> partRows(const CaptureReport& report) {
   std::vector<CountRow> rows;
   const auto parts = decidingParts(report);
   rows.reserve(parts.size());
-  for (const auto& [part, count] : parts)
-    rows.push_back({decisionWords(part, *report.place.filter), count});
+  for (const auto& [part, count] : parts) rows.push_back({decisionWords(part, *report.place.filter), count});
   return rows;
 }
 

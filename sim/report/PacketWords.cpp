@@ -26,8 +26,9 @@ std::string programmedWords(const PacketAnswer& answer) {
 std::string_view conclusion(const PacketAnswer& answer) {
   if (!answer.shouldPass()) return "Whether that is as configured is not known.";
   if (answer.isAsConfigured()) {
-    return answer.place.inactive.empty() || answer.place.isBlocked ? "The device does as configured."
-                                                       : "The verdicts are the same, though not by these ACLs.";
+    return answer.place.inactive.empty() || answer.place.isBlocked
+               ? "The device does as configured."
+               : "The verdicts are the same, though not by these ACLs.";
   }
   return answer.passes() ? "The device lets it through, and should not." : "The device stops it, and should not.";
 }
