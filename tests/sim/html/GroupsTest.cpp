@@ -17,7 +17,10 @@ using testing::ElementsAre;
 
 std::string namesOf(const std::vector<Platform::IntfId>& intfs) {
   std::string names;
-  for (const Platform::IntfId intf : intfs) names += (names.empty() ? "" : " ") + intf.toText();
+  for (const Platform::IntfId intf : intfs) {
+    if (!names.empty()) names += ' ';
+    names += intf.toText();
+  }
   return names;
 }
 
