@@ -1,5 +1,6 @@
 #include "html/Groups.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <string>
@@ -68,7 +69,7 @@ TEST(Groups, AnotherStateOrBlockingIsAnotherGroup) {
 TEST(Groups, ListsNameTheFirstFew) {
   const auto listOf = [](size_t count) {
     std::vector<Platform::IntfId> intfs;
-    for (size_t i = 1; i <= count; ++i) intfs.emplace_back("e" + std::to_string(i));
+    for (size_t i = 1; i <= count; ++i) intfs.emplace_back(fmt::format("e{}", i));
     return shortList(intfs);
   };
   EXPECT_EQ(listOf(1), "e1");
