@@ -46,7 +46,7 @@ TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWhenMadeAndFollowsIt) {
   config->publisher().notify(387);
   EXPECT_EQ(applied(), on);
   byName(*helper).set("ingressAclsSupported", false);
-  transport->onWrite = [&] { reactor = nullptr; };  // Its last reference goes while it runs.
+  transport->onAccess = [&] { reactor = nullptr; };  // Its last reference goes while it runs.
   config->aclDropDelayIs(true);
   EXPECT_THAT(applied(), ElementsAre(on[0], on[2]));
   EXPECT_EQ(config->publisher().subscribers(), 0u);

@@ -28,10 +28,10 @@ namespace Kestrix::Test {
 static void showValue(const Call& call, std::ostream& os) { os << textOf(call); }
 
 RC_GTEST_PROP(CallSequence, OfAFrameworkDoesWhatTheReferenceDoes, (const std::vector<Call>& calls)) {
-  RC_ASSERT(faultsOf(calls, /*hostile=*/false) == "");
+  RC_ASSERT(faultsOf(calls, {.isHostile = false}) == "");
 }
 RC_GTEST_PROP(CallSequence, OfAnyOrderStopsWhereTheReferenceStops, (const std::vector<Call>& calls)) {
-  RC_ASSERT(faultsOf(calls, /*hostile=*/true) == "");
+  RC_ASSERT(faultsOf(calls, {}) == "");
 }
 
 // Fails every access, and every two in a row, of a call that reaches the bus: all accesses are still made, the outcome
@@ -74,13 +74,13 @@ TEST(CallSequence, KeepsItsWordAtEveryFailureOfTheBus) {
   for (const auto& [name, before, probed, mends] : scenarios) {
     const auto calls = joined(joined(before, {probed}), mends);
     Probe good{.call = before.size()};
-    ASSERT_EQ(faultsOf(calls, false, &good), "") << name;
+    ASSERT_EQ(faultsOf(calls, {.isHostile = false, .probe = &good}), "") << name;
     ASSERT_FALSE(good.accesses.empty()) << name;
     for (size_t k = 0; k < good.accesses.size(); ++k) {
       for (const std::set<size_t>& failAt : {std::set{k}, std::set{k, k + 1}}) {
         SCOPED_TRACE(fmt::format("{}, from access {} on: {}", name, k, failAt.size()));
         Probe probe{.call = before.size(), .failAt = failAt};
-        ASSERT_EQ(faultsOf(calls, false, &probe), "");
+        ASSERT_EQ(faultsOf(calls, {.isHostile = false, .probe = &probe}), "");
         ASSERT_EQ(probe.accesses, good.accesses);
         ASSERT_TRUE(probe.isMended);
       }

@@ -44,13 +44,17 @@ struct FakeTransport : Platform::TransportMethod {
     const Spared spared;
     log.push_back(fmt::format("{} read", path));
     isFailing(path);
+    accessed();
     return readValue;
   }
   void regWrite(std::string_view path, uint32_t value) noexcept override {
     const Spared spared;
     log.push_back(fmt::format("{} {:#x}", path, value));
     if (!isFailing(path)) registers[std::string(path)] = value;
-    const auto calling = onWrite;  // A copy: it may replace itself.
+    accessed();
+  }
+  void accessed() const {
+    const auto calling = onAccess;  // A copy: it may replace itself.
     calling();
   }
   bool isFailing(std::string_view path) {
@@ -64,7 +68,7 @@ struct FakeTransport : Platform::TransportMethod {
   size_t accesses = 0;
   std::map<std::string, uint32_t> registers;
   uint32_t readValue = 0;
-  std::function<void()> onWrite = [] {};
+  std::function<void()> onAccess = [] {};
 };
 
 // Remembers the calls to the framework, errors as numbers. `onCall` may call the helper again.
