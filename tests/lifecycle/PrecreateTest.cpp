@@ -4,17 +4,6 @@ namespace Kestrix::Test {
 
 using PrecreateTest = HelperTest;
 
-TEST_F(PrecreateTest, TakesUpActiveAndFailedInterfacesButNotThoseThatAnotherAclHas) {
-  transport->fails = "filter[4]";
-  const auto shadow = applied(acl, {e1, e2, e3});
-  applied(make<AclData>(AclKey{"other", kIpv4, kOut}), {e3}), applied(macAcl, {e1});
-  EXPECT_TRUE(shadow->activeIntf(e1) && shadow->errorIntf(e2) && shadow->activeIntf(e3));
-  taken();
-  EXPECT_EQ(helper->precreateAcl(acl, nullptr), kNoError);
-  EXPECT_THAT(shadow->applyingIntf(), testing::UnorderedElementsAre(e1, e2));
-  EXPECT_TRUE(shadow->acl().ip()->rule().empty() && taken().empty());
-}
-
 TEST_F(PrecreateTest, OfAnAclOnNoInterfaceOnlyTracesAsDoCommitAndUpdate) {
   trace.levelIs(5);
   EXPECT_EQ(helper->precreateAcl(acl, nullptr), kNoError);

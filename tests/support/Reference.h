@@ -164,7 +164,9 @@ struct Reference : Everything {
   using Order = std::vector<size_t>;  // Of the interfaces that a pass visits.
 
   Reference(Slots slotsOfFilters, Census& eventsMet)
-      : slots(slotsOfFilters), census(eventsMet), isIngressSupported(slots.in != 0) {}
+      : slots(slotsOfFilters), census(eventsMet), isIngressSupported(slots.in != 0) {
+    for (FilterState& filter : filters[true]) filter.exists = isIngressSupported;
+  }
 
   bool isSupported(size_t acl) const { return kKeys[acl].type != kIpv6 && (isIngressSupported || !isIn(acl)); }
   bool has(size_t acl, size_t intf, uint8_t states) const { return (acls[acl].states[intf] & states) != 0; }

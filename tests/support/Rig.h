@@ -36,8 +36,8 @@ struct Spared {
   long left;
 };
 
-// Remembers every access: a write as "<path> <value>". An access to a path that contains `fails`, or
-// whose number from 0 is in `failAt`, sets the error flag; such a write leaves its register as it was.
+// Remembers every access: a write as "<path> <value>". An access to a filter or port whose path contains
+// `fails`, or whose number from 0 is in `failAt`, sets the error flag; such a write leaves its register as it was.
 struct FakeTransport : Platform::TransportMethod {
   explicit FakeTransport(Lines& record) : log(record) {}
   uint32_t regRead(std::string_view path) noexcept override {
@@ -58,7 +58,8 @@ struct FakeTransport : Platform::TransportMethod {
     calling();
   }
   bool isFailing(std::string_view path) {
-    const bool failing = failAt.contains(accesses++) || (!fails.empty() && path.find(fails) != path.npos);
+    const bool failing =
+        failAt.contains(accesses++) || (!fails.empty() && path.substr(0, path.find("/rule")).find(fails) != path.npos);
     if (failing) error().errorIs(true);
     return failing;
   }
