@@ -52,10 +52,11 @@ RC_GTEST_PROP(CallSequence, OfAnyOrderStopsWhereTheReferenceStops, (const std::v
 namespace {
 
 const std::string kA = "a(ipv4,out)", kB = "b(ipv4,out)", kM = "m(mac,out)", kIngress = "a(ipv4,in)",
-                  kNamesake = "a(ipv4,out,1)";
+                  kNamesake = "a(ipv4,out,1)", kDetachA = "detach a(ipv4,out) from e1; ",
+                  kLoseFilter = "lose the filter of e1 in the direction of a(ipv4,out); ";
 
 // The texts of calls, as callsOf reads them, each with "; " behind it.
-std::string attaching(const std::string& acl, const std::vector<const char*>& intfs) {
+std::string attaching(const std::string& acl, const std::vector<const char*>& intfs = {"e1"}) {
   std::string text;
   for (const char* intf : intfs) text += fmt::format("attach {} to {}; ", acl, intf);
   return text;
@@ -67,10 +68,10 @@ std::string ruling(const std::string& acl, size_t rules = 1, const char* rule = 
 }
 std::string finishing(const std::string& acl) { return fmt::format("final rule of {}; ", acl); }
 // With one rule, or, of a MAC ACL, with one verdict.
-std::string applying(const std::string& acl, const std::vector<const char*>& intfs) {
+std::string applying(const std::string& acl, const std::vector<const char*>& intfs = {"e1"}) {
   return attaching(acl, intfs) + ruling(acl, 1, acl == kM ? "permit UDP or LLDP" : "deny source") + finishing(acl);
 }
-std::string applyingMacRules(const std::vector<const char*>& intfs) {
+std::string applyingMacRules(const std::vector<const char*>& intfs = {"e1"}) {
   return attaching(kM, intfs) + ruling(kM) + finishing(kM);
 }
 
@@ -81,59 +82,58 @@ struct RareRow {
   Slots slots = {};
 };
 const RareRow kRare[] = {
-    {Event::alreadyActive, applying(kA, {"e1"}) + attaching(kA, {"e1"})},
-    {Event::precreated, applying(kA, {"e1"}) + ruling(kA)},
-    {Event::precreatedButHeld, applying(kA, {"e1"}) + applying(kB, {"e1"}) + ruling(kA)},
-    {Event::nameIsShared, applying(kA, {"e1"}) + applying(kNamesake, {"e1"}) + ruling(kA)},
-    {Event::filterOfAnother, applying(kA, {"e1"}) + applying(kB, {"e1"}) + "detach a(ipv4,out) from e1"},
-    {Event::filterOfAnother, applying(kA, {"e1"}) + applying(kNamesake, {"e1"}) + "detach a(ipv4,out) from e1"},
-    {Event::ruleRefused, attaching(kA, {"e1"}) + ruling(kA) + "rule of a(ipv4,out) that does not fit"},
-    {Event::ruleDropped, attaching(kA, {"e1"}) + ruling(kA) + "last rule of a(ipv4,out): permit all; " + ruling(kA) +
+    {Event::alreadyActive, applying(kA) + attaching(kA)},
+    {Event::precreated, applying(kA) + ruling(kA)},
+    {Event::precreatedButHeld, applying(kA) + applying(kB) + ruling(kA)},
+    {Event::nameIsShared, applying(kA) + applying(kNamesake) + ruling(kA)},
+    {Event::filterOfAnother, applying(kA) + applying(kB) + kDetachA},
+    {Event::filterOfAnother, applying(kA) + applying(kNamesake) + kDetachA},
+    {Event::ruleRefused, attaching(kA) + ruling(kA) + "rule of a(ipv4,out) that does not fit"},
+    {Event::ruleDropped, attaching(kA) + ruling(kA) + "last rule of a(ipv4,out): permit all; " + ruling(kA) +
                              "last rule of a(ipv4,out): deny all; rule of a(ipv4,out): permit"},
     {Event::gapFilled,
-     attaching(kA, {"e1"}) + ruling(kA, 4) + "rule 2 of a(ipv4,out) deleted by name; " +
+     attaching(kA) + ruling(kA, 4) + "rule 2 of a(ipv4,out) deleted by name; " +
          "rule of a(ipv4,out): permit source; " + finishing(kA),
      {24, 23}},
-    {Event::written, attaching(kIngress, {"e1"}) + ruling(kIngress, 23) + finishing(kIngress), {24, 23}},
-    {Event::written, attaching(kIngress, {"e1"}) + ruling(kIngress, 24) + finishing(kIngress), {24, 23}},
-    {Event::noSlotLeft, attaching(kIngress, {"e1"}) + ruling(kIngress, 25) + finishing(kIngress), {24, 23}},
-    {Event::noSlotLeft, attaching(kA, {"e1"}) + ruling(kA, 24) + finishing(kA), {24, 23}},
+    {Event::written, attaching(kIngress) + ruling(kIngress, 23) + finishing(kIngress), {24, 23}},
+    {Event::written, attaching(kIngress) + ruling(kIngress, 24) + finishing(kIngress), {24, 23}},
+    {Event::noSlotLeft, attaching(kIngress) + ruling(kIngress, 25) + finishing(kIngress), {24, 23}},
+    {Event::noSlotLeft, attaching(kA) + ruling(kA, 24) + finishing(kA), {24, 23}},
     {Event::hasTooManyRules,
      attaching(kA, {"e1", "e2"}) + ruling(kA) + "too many rules of a(ipv4,out), set by name; " + finishing(kA)},
-    {Event::conflictsInType, applyingMacRules({"e1"}) + applying(kA, {"e1"})},
-    {Event::conflictsInType, applying(kA, {"e1"}) + applyingMacRules({"e1"})},
-    {Event::errorsDiffer, applyingMacRules({"e1"}) + attaching(kA, {"e1", "e2"}) + ruling(kA) +
+    {Event::conflictsInType, applyingMacRules() + applying(kA)},
+    {Event::conflictsInType, applying(kA) + applyingMacRules()},
+    {Event::errorsDiffer, applyingMacRules() + attaching(kA, {"e1", "e2"}) + ruling(kA) +
                               "final rule of a(ipv4,out), and the bus of e2 fails"},
     {Event::errorsDiffer, applyingMacRules({"e2"}) + attaching(kA, {"e1", "e2"}) + ruling(kA) +
                               "final rule of a(ipv4,out), and the bus of e1 fails"},
-    {Event::joinsRules, applying(kA, {"e1"}) + applying(kM, {"e1"}) + ruling(kA) + finishing(kA)},
-    {Event::leavesTheOther, applying(kA, {"e1"}) + applying(kM, {"e1"}) + "detach m(mac,out) from e1"},
-    {Event::leavesTheOther, applying(kA, {"e1"}) + applying(kM, {"e1"}) + "detach a(ipv4,out) from e1"},
-    {Event::handedOver, applying(kA, {"e1"}) + "detach a(ipv4,out) from e1, which belongs to another"},
-    {Event::nothingToClear, attaching(kA, {"e1"}) + "detach a(ipv4,out) from e1"},
+    {Event::joinsRules, applying(kA) + applying(kM) + ruling(kA) + finishing(kA)},
+    {Event::leavesTheOther, applying(kA) + applying(kM) + "detach m(mac,out) from e1"},
+    {Event::leavesTheOther, applying(kA) + applying(kM) + kDetachA},
+    {Event::handedOver, applying(kA) + "detach a(ipv4,out) from e1, which belongs to another"},
+    {Event::nothingToClear, attaching(kA) + kDetachA},
     {Event::cleared, applying(kA, {"e1", "e2", "e3"}) + "clean up a(ipv4,out)"},
     {Event::clearFailed, applying(kA, {"e1", "e2"}) + "clean up a(ipv4,out), and the bus of e1 fails"},
-    {Event::writeFailed, applying(kA, {"e1"}) + "attach a(ipv4,out) to e2, and the bus of e2 fails"},
-    {Event::filterLost, applying(kA, {"e1"}) + "detach a(ipv4,out) from e1, and the bus of e1 fails; " +
-                            "lose the filter of e1 in the direction of a(ipv4,out); detach a(ipv4,out) from e1"},
+    {Event::writeFailed, applying(kA) + "attach a(ipv4,out) to e2, and the bus of e2 fails"},
+    {Event::filterLost,
+     applying(kA) + "detach a(ipv4,out) from e1, and the bus of e1 fails; " + kLoseFilter + kDetachA},
     {Event::delayFailed, "drop delay on, and the bus of e1 fails"},
     {Event::delayMakesFilter,
      "lose the filter of every interface in the direction of a(ipv4,in); drop delay on; drop delay off"},
     {Event::errorReportedLate, "block e1 on, and the bus of e1 fails; " + applying(kA, {"e2"})},
     {Event::fragmentsOfUnknown, "fragment rule of s(ipv6,out): deny"},
-    {Event::detachOfUnknown, "detach a(ipv4,out) from e1"},
+    {Event::detachOfUnknown, kDetachA},
     {Event::ipRuleOfUnknown, "rule of a(ipv4,out): permit"},
     {Event::macRuleOfUnknown, "rule of m(mac,out): permit"},
     {Event::finalOfUnknown, finishing(kA)},
     {Event::destroyOfUnknown, "destroy a(ipv4,out)"},
     {Event::precreateOfUnknown, "precreate a(ipv4,out)"},
     {Event::cleanUpOfUnknown, "clean up a(ipv4,out)"},
-    {Event::ipRuleOfMac, attaching(kM, {"e1"}) + "precreate m(mac,out); rule of m(mac,out), of the other type"},
-    {Event::macRuleOfIp, attaching(kA, {"e1"}) + "precreate a(ipv4,out); rule of a(ipv4,out), of the other type"},
-    {Event::finalWithoutPrecreate, attaching(kA, {"e1"}) + finishing(kA)},
-    {Event::writeWithoutFilter, "lose the filter of e1 in the direction of a(ipv4,out); " + applying(kA, {"e1"})},
-    {Event::clearWithoutFilter,
-     applying(kA, {"e1"}) + "lose the filter of e1 in the direction of a(ipv4,out); detach a(ipv4,out) from e1"},
+    {Event::ipRuleOfMac, attaching(kM) + "precreate m(mac,out); rule of m(mac,out), of the other type"},
+    {Event::macRuleOfIp, attaching(kA) + "precreate a(ipv4,out); rule of a(ipv4,out), of the other type"},
+    {Event::finalWithoutPrecreate, attaching(kA) + finishing(kA)},
+    {Event::writeWithoutFilter, kLoseFilter + applying(kA)},
+    {Event::clearWithoutFilter, applying(kA) + kLoseFilter + kDetachA},
 };
 
 }  // namespace
@@ -157,10 +157,10 @@ TEST(CallSequence, KeepsItsWordAtEveryFailureOfTheBus) {
   const struct {
     std::string before, probed, mends;
   } scenarios[] = {
-      {attaching(kA, {"e1"}) + ruling(kA), finishing(kA), attaching(kA, {"e1"})},
+      {attaching(kA) + ruling(kA), finishing(kA), attaching(kA)},
       {attaching(kA, all) + ruling(kA), finishing(kA), attaching(kA, all)},
       {attaching(kIngress, all) + ruling(kIngress), finishing(kIngress), attaching(kIngress, all)},
-      {applying(kA, {"e1"}), "attach a(ipv4,out) to e3", "attach a(ipv4,out) to e3"},
+      {applying(kA), "attach a(ipv4,out) to e3", "attach a(ipv4,out) to e3"},
       {made + attaching(kM, all) + ruling(kM, 1, "permit UDP or LLDP"), finishing(kM), attaching(kM, all)},
       {shared + ruling(kA), finishing(kA), attaching(kA, all)},
       {made, "detach a(ipv4,out) from e2", "detach a(ipv4,out) from e2"},

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <map>
 #include <memory>
+#include <ranges>
 
 #include "hw/FilterRegisters.h"
 #include "instance/AclHelperInstanceConfigSm.h"
@@ -173,45 +174,37 @@ struct Machine : Rig {
     (isSource ? macRule.src : macRule.dst) = mac.c_str();
     return isIpRule ? translate(data[call.acl], ipRule) : translateMac(data[call.acl], macRule);
   }
-  Ptr<ShadowAcl> shadowOf(const Call& call) const { return helper->allShadowAcl(kKeys[call.acl]); }
   Ptr<BaseAcl> contentOfAcl(const Call& call) const {
-    const auto shadow = shadowOf(call);
+    const auto shadow = helper->allShadowAcl(kKeys[call.acl]);
     return shadow ? shadow->acl().base() : nullptr;
   }
   Platform::IntfPairKey pairOf(const Call& call) const { return {.intf = intfs[call.intf]}; }
 
   // --- The order in which a pass visits interfaces: that of the collection of the library ---
 
-  Reference::Order orderOf(const Platform::Set<IntfId>& set) const {
+  template <class Collection>
+  Reference::Order orderOf(const Collection& collection) const {
     Reference::Order order;
-    for (const IntfId intf : set) order.push_back(size_t(std::ranges::find(intfs, intf) - intfs.begin()));
+    for (const auto& intf : collection) order.push_back(size_t(std::ranges::find(intfs, intf) - intfs.begin()));
     return order;
   }
-  Reference::Order onceIn(Platform::Set<IntfId> set, const Call& call) const {
-    set.insert(intfs[call.intf]);
+  // Of what `list` gives of the ACL, where it is known, once `also` is in it.
+  Reference::Order orderOf(const Call& call, const Platform::Set<IntfId>& (ShadowAcl::*list)() const,
+                           std::optional<IntfId> also = {}) const {
+    const auto shadow = helper->allShadowAcl(kKeys[call.acl]);
+    Platform::Set<IntfId> set;
+    if (shadow) set = (shadow.get()->*list)();
+    if (also) set.insert(*also);
     return orderOf(set);
   }
-  Platform::Set<IntfId> applying(const Call& call) const {
-    const auto shadow = shadowOf(call);
-    return shadow ? shadow->applyingIntf() : Platform::Set<IntfId>();
-  }
-  Platform::Set<IntfId> deleting(const Call& call) const {
-    const auto shadow = shadowOf(call);
-    return shadow ? shadow->deletingIntf() : Platform::Set<IntfId>();
-  }
   Reference::Order cleanUpOrder(const Call& call) const {
-    Platform::Set<IntfId> all = deleting(call);
-    const auto shadow = shadowOf(call);
+    const auto shadow = helper->allShadowAcl(kKeys[call.acl]);
     if (!shadow) return {};
+    Platform::Set<IntfId> all = shadow->deletingIntf();
     for (const IntfId intf : shadow->activeIntf()) all.insert(intf);
     for (const IntfId intf : shadow->applyingIntf()) all.insert(intf);
     for (const auto& [intf, error] : shadow->errorIntf()) all.insert(intf);
     return orderOf(all);
-  }
-  Reference::Order managedOrder() const {
-    Reference::Order order;
-    for (const auto& [intf, value] : vcsd->intf()) order.push_back(orderOf({intf}).front());
-    return order;
   }
 
   std::string faultsOf(const Call& call, const Setting& setting, bool isProbed);
@@ -262,7 +255,7 @@ struct OperationRow {
 };
 const OperationRow kOperations[] = {
     {"attach {acl} to {intf}", 1, When::isUnclaimed,
-     [](M& m, C c) { return m.must.attach(c.acl, c.intf, m.onceIn(m.applying(c), c)); },
+     [](M& m, C c) { return m.must.attach(c.acl, c.intf, m.orderOf(c, &ShadowAcl::applyingIntf, m.intfs[c.intf])); },
      [](M& m, C c) { return m.helper->addIntfToAcl(m.pairOf(c), m.data[c.acl], nullptr); }},
     {"precreate {acl}", 1, When::exists, [](M& m, C c) { return m.must.precreate(c.acl); },
      [](M& m, C c) { return m.helper->precreateAcl(m.data[c.acl], nullptr); }},
@@ -279,10 +272,10 @@ const OperationRow kOperations[] = {
      [](M& m, C c) { return m.must.addRule(c.acl, isIp(c.acl), kRefusedShape, isPermit(c)); },
      [](M& m, C c) { return m.addRule(c, isIp(c.acl), kRefusedShape, actionOf(c)); }},
     {"final rule of {acl}", 1, When::isTranslating,
-     [](M& m, C c) { return m.must.finish(c.acl, m.orderOf(m.applying(c))); },
+     [](M& m, C c) { return m.must.finish(c.acl, m.orderOf(c, &ShadowAcl::applyingIntf)); },
      [](M& m, C c) { return m.finish(m.data[c.acl]); }},
     {"detach {acl} from {intf}", 1, When::isOnIntf,
-     [](M& m, C c) { return m.must.detach(c.acl, c.intf, m.onceIn(m.deleting(c), c)); },
+     [](M& m, C c) { return m.must.detach(c.acl, c.intf, m.orderOf(c, &ShadowAcl::deletingIntf, m.intfs[c.intf])); },
      [](M& m, C c) { return m.helper->removeIntfFromAcl(m.pairOf(c), m.data[c.acl], false); }},
     {"detach {acl} from {intf}, which belongs to another", 1, When::isOnIntf,
      [](M& m, C c) { return m.must.handOver(c.acl, c.intf); },
@@ -291,7 +284,8 @@ const OperationRow kOperations[] = {
      [](M& m, C c) { m.helper->destroyAcl(m.data[c.acl]); }},
     {"clean up {acl}", 1, When::exists, [](M& m, C c) { return m.must.cleanUp(c.acl, m.cleanUpOrder(c)); },
      [](M& m, C c) { m.helper->cleanupAcl(m.data[c.acl]); }},
-    {"drop delay {on}", 2, When::always, [](M& m, C c) { return m.must.delay(isOn(c), m.managedOrder()); },
+    {"drop delay {on}", 2, When::always,
+     [](M& m, C c) { return m.must.delay(isOn(c), m.orderOf(std::views::keys(m.vcsd->intf()))); },
      [](M& m, C c) { m.config->aclDropDelayIs(isOn(c)); }},
     {"block {intf} {on}", 2, When::always, [](M& m, C c) { return m.must.block(c.intf, isOn(c)); },
      [](M& m, C c) { m.helper->blockIntf(m.intfs[c.intf], isOn(c), 0); }},
@@ -377,7 +371,7 @@ std::string Machine::faultsOf(const Call& call, const Setting& setting, bool isP
     try {
       return fmt::format("result {}", int(step.make(*this, call)));
     } catch (const Inconsistent& failure) {
-      return std::string(rowOf(failure.event).message);
+      return std::string(rowOf(failure.event).failure);
     } catch (const Platform::ConsistencyError& failure) {
       return std::string(failure.what());
     }
