@@ -110,6 +110,7 @@ const RareRow kRare[] = {
     {Event::joinsRules, applying(kA) + applying(kM) + ruling(kA) + finishing(kA)},
     {Event::leavesTheOther, applying(kA) + applying(kM) + "detach m(mac,out) from e1"},
     {Event::leavesTheOther, applying(kA) + applying(kM) + kDetachA},
+    {Event::leavesTheOther, applying(kA) + applying(kM) + "rule of m(mac,out): deny source; " + kDetachA},
     {Event::handedOver, applying(kA) + "detach a(ipv4,out) from e1, which belongs to another"},
     {Event::nothingToClear, attaching(kA) + kDetachA},
     {Event::cleared, applying(kA, {"e1", "e2", "e3"}) + "clean up a(ipv4,out)"},
