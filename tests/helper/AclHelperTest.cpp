@@ -110,4 +110,16 @@ TEST_F(AclHelperTest, EveryOperationRefusesANullAcl) {
     EXPECT_THAT(call, ThrowsMessage<Platform::ConsistencyError>("The shadow ACL should always exist"));
 }
 
+TEST_F(AclHelperTest, WhatHasNothingToDoOnlyTraces) {
+  trace.levelIs(5);
+  EXPECT_EQ(helper->precreateAcl(acl, nullptr), kNoError) << "on no interface";
+  helper->commitAcl(acl);
+  helper->updateAclPorts(acl, true);
+  const std::string of = "acl: edge type: ipv4 direction: out";
+  EXPECT_THAT(taken(),
+              ElementsAre("5 precreateAcl: " + of, "5 precreateAcl: ACL not attached to any interfaces. Ignoring",
+                          "5 commitAcl: " + of, "5 updateAclPorts: " + of));
+  EXPECT_TRUE(helper->allShadowAcl().empty());
+}
+
 }  // namespace Kestrix::Test

@@ -220,9 +220,9 @@ constexpr uint8_t kRules = 2 * std::size(kShapes);
 using M = Machine;
 using C = const Call&;
 // What makes a call, and returns its result: noError where it has none.
-struct Step {
+struct CallStep {
   template <class Make>
-  constexpr Step(Make)
+  constexpr CallStep(Make)
       : make([](M& m, C call) {
           if constexpr (std::is_void_v<decltype(Make()(m, call))>) {
             Make()(m, call);
@@ -237,7 +237,7 @@ struct OperationRow {
   const char* text;
   uint8_t arguments;  // How many there are.
   When when;
-  Step reference, real;
+  CallStep reference, real;
 };
 const OperationRow kOperations[] = {
     {"attach {acl} to {intf}", 1, When::isUnclaimed,
@@ -353,7 +353,7 @@ std::string Machine::faultsOf(const Call& call, const Setting& setting, bool isP
   transport->accesses = 0;
   log.clear();
 
-  const auto outcomeOf = [&](const Step& step) {
+  const auto outcomeOf = [&](const CallStep& step) {
     try {
       return fmt::format("result {}", int(step.make(*this, call)));
     } catch (const Inconsistent& failure) {
