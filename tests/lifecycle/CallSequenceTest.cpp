@@ -17,20 +17,20 @@ struct Arbitrary<Kestrix::Test::Call> {
     return gen::build<Call>(
         // What brings an ACL onto an interface more often, what takes all of it away less.
         gen::set(&Call::operation,
-                 gen::weightedOneOf<uint8_t>({{4, gen::element<uint8_t>(kAttach, kPrecreate, kRule, kFinish)},
+                 gen::weightedOneOf<uint8_t>({{6, gen::element<uint8_t>(kAttach, kPrecreate, kRule, kRule, kFinish)},
                                               {1, gen::element<uint8_t>(kDetach, kVerdict, kDropDelay, kDeleteRule)},
                                               {4, below(kOperationCount)}})),
         // Most calls are about a few ACLs on one interface, so that they meet; two of them have the same name.
         gen::set(&Call::acl, usually(3, gen::oneOf(below(3), one(6)), below(kAcls))),
-        gen::set(&Call::intf, usually(1, one(0), below(kIntfs))), gen::set(&Call::argument, gen::arbitrary<uint8_t>()),
+        gen::set(&Call::intf, usually(2, one(0), below(kIntfs))), gen::set(&Call::argument, gen::arbitrary<uint8_t>()),
         gen::set(&Call::busFails, gen::weightedElement<bool>({{5, false}, {1, true}})),
-        gen::set(&Call::isOrderly, gen::weightedElement<bool>({{1, false}, {3, true}})));
+        gen::set(&Call::isOrderly, gen::weightedElement<bool>({{2, false}, {3, true}})));
   }
 };
 template <>
 struct Arbitrary<Kestrix::Test::Slots> {
   static Gen<Kestrix::Test::Slots> arbitrary() {
-    return gen::weightedElement<Kestrix::Test::Slots>({{20, {3, 2}}, {3, {0, 2}}, {1, {24, 23}}});
+    return gen::weightedElement<Kestrix::Test::Slots>({{10, {3, 2}}, {10, {5, 4}}, {3, {0, 2}}, {1, {24, 23}}});
   }
 };
 }  // namespace rc
