@@ -24,14 +24,25 @@ TEST_F(FilterWriterTest, WritesEverySlotInOrderOrEnableAlone) {
 }
 
 TEST_F(FilterWriterTest, IndicesAreReducedTo16BitsAfterSubtractingOne) {
-  const std::tuple<uint32_t, uint16_t, const char*> rows[] = {{0, 0, "[65535]/i_filter[65535]/"},
-                                                              {65537, 256, "[0]/i_filter[255]/"}};
-  for (const auto& [core, portGroup, path] : rows) {
-    Platform::DownstreamIntfId::coreIdIs(IntfId("indexed"), core);
+  const struct {
+    uint32_t core;
+    uint16_t portGroup;  // 0: the interface has none.
+    const char *enable, *linkMonitor;
+  } rows[] = {
+      {0, 0, "msp_send[65535]/i_filter[65535]/enable 0x0", "msp_send[65535]/rx[65535]/linkmon_ctl 0x18"},
+      {65537, 256, "msp_send[0]/i_filter[255]/enable 0x0", "msp_send[0]/rx[255]/linkmon_ctl 0x18"},
+      {258, 1025, "msp_send[257]/i_filter[1024]/enable 0x0", "msp_send[257]/rx[1024]/linkmon_ctl 0x18"},
+  };
+  const IntfId indexed("indexed");
+  for (const auto& [core, portGroup, enable, linkMonitor] : rows) {
+    Platform::DownstreamIntfId::coreIdIs(indexed, core);
     IntfIdToPortGroupId map;
-    if (portGroup != 0) map.portGroupMapIs(IntfId("indexed"), portGroup);
-    aclHelperFactory(transport, map, 2, 2, vcsd)->regWriteHelper(FilterRegisters(), IntfId("indexed"), kIn, true);
-    EXPECT_THAT(taken(), ElementsAre(fmt::format("msp_send{}enable 0x0", path)));
+    if (portGroup != 0) map.portGroupMapIs(indexed, portGroup);
+    const auto indexedHelper = aclHelperFactory(transport, map, 2, 2, vcsd);
+    indexedHelper->regWriteHelper(FilterRegisters(), indexed, kIn, true);
+    EXPECT_THAT(taken(), ElementsAre(enable));
+    indexedHelper->blockIntf(indexed, true, 0);
+    EXPECT_EQ(taken().back(), linkMonitor);
   }
 }
 

@@ -1,3 +1,4 @@
+// When the reactor applies the flag. What it then writes, publishes and traces, and when, the reference machine knows.
 #include "instance/AclHelperInstanceConfigSm.h"
 
 #include "support/HelperTest.h"
@@ -5,51 +6,80 @@
 namespace Kestrix::Test {
 
 struct AclHelperInstanceConfigSmTest : HelperTest {
-  AclHelperInstanceConfigSmTest() {
-    build(2, 1);
-    for (const auto direction : {kIn, kOut}) helper->shadowFilters(direction)->shadowFilterDelAll();
-    vcsd->intfIs(e1, false);
-    status->downstreamIntfStatusIs(e1);
-    const auto out = helper->outShadowFilter()->shadowFilterIs(e1, kIpv4, uint8_t{1});
-    for (uint8_t key = 0; key < 3; ++key) out->ruleIs(aRule({.key = key, .port = 1}));
-  }
-  Lines applied() {
-    log.push_back(fmt::format("{} {}", status->downstreamIntfStatus(e1)->aclDropDelay(), status->aclDropDelay()));
-    return taken();
-  }
+  AclHelperInstanceConfigSmTest() { vcsd->intfIs(e1, false); }  // The value does not count.
+  void makeReactor() { reactor = aclHelperInstanceConfigSmFactory(config, status, vcsd, helper); }
+
   const Ptr<Platform::InstanceConfig> config = make<Platform::InstanceConfig>();
   const Ptr<Platform::InstanceStatus> status = make<Platform::InstanceStatus>();
   Ptr<AclHelperInstanceConfigSm> reactor;
-  const Lines on{"msp_return[0]/filter[3]/enable 0x705", "msp_send[0]/i_filter[3]/enable 0x4", "true true"};
+  const Lines once{"msp_return[0]/filter[3]/enable 0x4", "msp_send[0]/i_filter[3]/enable 0x4"};
 };
 
-TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWhenMadeAndFollowsIt) {
+TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWhenMade) {
   config->aclDropDelayIs(true);
-  onTrace = [&] { onTrace = [] {}, config->aclDropDelayIs(true); };  // Already followed then.
+  makeReactor();
+  EXPECT_EQ(taken(), once);
+  EXPECT_TRUE(status->aclDropDelay());
+}
+
+TEST_F(AclHelperInstanceConfigSmTest, FollowsTheFlagBeforeItAppliesItFirst) {
   trace.levelIs(5);
-  reactor = aclHelperInstanceConfigSmFactory(config, status, vcsd, helper);
-  trace.levelIs(0);
-  EXPECT_EQ(taken("enable").size(), 4u);
-  config->publisher().notify(387);
-  EXPECT_EQ(applied(), on);
   config->aclDropDelayIs(true);
-  EXPECT_EQ(applied(), on) << "once, and also without a change";
+  onTrace = [&] {
+    onTrace = [] {};
+    config->aclDropDelayIs(true);
+  };
+  makeReactor();
+  EXPECT_EQ(taken("enable").size(), 2 * once.size());
+}
+
+TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWheneverItIsNotifiedAndNothingElse) {
+  makeReactor();
+  taken();
+  config->aclDropDelayIs(true);
+  EXPECT_EQ(taken(), once);
+  config->aclDropDelayIs(true);
+  EXPECT_EQ(taken(), once) << "also without a change";
+  config->publisher().notify(387);
+  EXPECT_EQ(taken(), once);
   config->publisher().notify(386);
-  EXPECT_THAT(taken(), IsEmpty());
-  config->aclDropDelayIs(false);
-  EXPECT_THAT(applied(),
-              ElementsAre("msp_return[0]/filter[3]/enable 0x701", "msp_send[0]/i_filter[3]/enable 0x0", "false false"));
-  for (int i = 0; i < 2; ++i) reactor->hasNotificationActiveIs(false);
+  EXPECT_THAT(taken(), IsEmpty()) << "another attribute";
+}
+
+TEST_F(AclHelperInstanceConfigSmTest, FollowsNothingWhileItIsInactiveAndOnceAfterwards) {
+  makeReactor();
+  taken();
+  reactor->hasNotificationActiveIs(false);
+  reactor->hasNotificationActiveIs(false);
   config->aclDropDelayIs(true);
-  for (int i = 0; i < 2; ++i) reactor->hasNotificationActiveIs(true);
-  EXPECT_TRUE(taken().empty() && reactor->hasNotificationActive()) << "switching on applies nothing by itself";
+  EXPECT_FALSE(reactor->hasNotificationActive());
+  reactor->hasNotificationActiveIs(true);
+  reactor->hasNotificationActiveIs(true);
+  EXPECT_TRUE(reactor->hasNotificationActive());
+  EXPECT_THAT(taken(), IsEmpty()) << "switching on applies nothing by itself";
   config->publisher().notify(387);
-  EXPECT_EQ(applied(), on);
-  byName(*helper).set("ingressAclsSupported", false);
-  transport->onWrite = [&] { reactor = nullptr; };  // Its last reference goes while it runs.
+  EXPECT_EQ(taken(), once);
+}
+
+TEST_F(AclHelperInstanceConfigSmTest, EndsItsPassAndItsSubscriptionWhenDroppedInTheMiddle) {
+  makeReactor();
+  taken();
+  transport->onAccess = [&] { reactor = nullptr; };
   config->aclDropDelayIs(true);
-  EXPECT_THAT(applied(), ElementsAre(on[0], on[2]));
+  EXPECT_EQ(taken(), once);
+  EXPECT_TRUE(status->aclDropDelay());
   EXPECT_EQ(config->publisher().subscribers(), 0u);
+}
+
+TEST_F(AclHelperInstanceConfigSmTest, RefusesNull) {
+  const std::pair<std::function<void()>, std::string> rows[] = {
+      {[&] { aclHelperInstanceConfigSmFactory(nullptr, status, vcsd, helper); }, "instanceConfig"},
+      {[&] { aclHelperInstanceConfigSmFactory(config, nullptr, vcsd, helper); }, "instanceStatus"},
+      {[&] { aclHelperInstanceConfigSmFactory(config, status, nullptr, helper); }, "vcsd"},
+      {[&] { aclHelperInstanceConfigSmFactory(config, status, vcsd, nullptr); }, "aclHelper"}};
+  for (const auto& [make, argument] : rows)
+    EXPECT_THAT(make, ThrowsMessage<Platform::RangeError>(
+                          fmt::format("Kestrix::AclHelperInstanceConfigSm.{}: must not be null", argument)));
 }
 
 }  // namespace Kestrix::Test

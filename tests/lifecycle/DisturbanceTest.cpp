@@ -115,9 +115,9 @@ TEST_F(DisturbanceTest, WhateverIsCalledMayDropTheHelperAndTheArguments) {
     for (dropAt = 0, event = 1; dropAt < event; ++dropAt) {
       begin(row.before);
       event = 0;
-      onTrace = transport->onWrite = happens, listener->onCall = [&](const std::string&) { happens(); };
+      onTrace = transport->onAccess = happens, listener->onCall = [&](const std::string&) { happens(); };
       row.call();
-      onTrace = transport->onWrite = [] {}, listener->onCall = [](const std::string&) {};
+      onTrace = transport->onAccess = [] {}, listener->onCall = [](const std::string&) {};
       ASSERT_EQ(helper, nullptr) << row.name;
     }
   }
@@ -158,8 +158,8 @@ TEST_F(DisturbanceTest, ACallDuringARegisterAccessIsRefused) {
     const std::string after = snapshot();
     for (const Row& row : rows) {
       begin(kTranslating);
-      transport->onWrite = [&] {
-        transport->onWrite = [] {}, ++refused;
+      transport->onAccess = [&] {
+        transport->onAccess = [] {}, ++refused;
         EXPECT_THAT(row.call, ThrowsMessage<Platform::ConsistencyError>(testing::HasSubstr("must not call")))
             << row.name;
         EXPECT_THAT(log.back(), testing::StartsWith("0 ")) << row.name;

@@ -1,5 +1,4 @@
-// The table of errors in docs/integration.md, row by row, and what it says of a missing filter.
-#include "instance/AclHelperInstanceConfigSm.h"
+// The table of errors in docs/integration.md, row by row.
 #include "support/Docs.h"
 #include "support/HelperTest.h"
 
@@ -41,19 +40,6 @@ TEST_F(ErrorDoc, TableIsAsMeasured) {
                          told["dirty"], error);
   }
   EXPECT_THAT(textOfFile(KESTRIX_DOCS "integration.md"), testing::HasSubstr("|---|\n" + table + "\n"));
-}
-
-TEST_F(ErrorDoc, OnlyTheReactorBringsBackAMissingFilter) {
-  helper->outShadowFilter()->shadowFilterDel(e1);
-  EXPECT_THROW(applied(acl, {e1}), Platform::ConsistencyError);
-  helper->cleanupAcl(acl);
-  EXPECT_THROW(applied(acl, {e1}), Platform::ConsistencyError);
-
-  const auto config = make<Platform::InstanceConfig>();
-  const auto reactor = aclHelperInstanceConfigSmFactory(config, make<Platform::InstanceStatus>(), vcsd, helper);
-  vcsd->intfIs(e1, true);
-  config->aclDropDelayIs(config->aclDropDelay());
-  EXPECT_EQ(finish(acl), kNoError);
 }
 
 }  // namespace Kestrix::Test

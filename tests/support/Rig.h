@@ -36,25 +36,30 @@ struct Spared {
   long left;
 };
 
-// Remembers every access: a write as "<path> <value>". An access to a path that contains `fails`, or
-// whose number from 0 is in `failAt`, sets the error flag; such a write leaves its register as it was.
+// Remembers every access: a write as "<path> <value>". An access to a filter or port whose path contains
+// `fails`, or whose number from 0 is in `failAt`, sets the error flag; such a write leaves its register as it was.
 struct FakeTransport : Platform::TransportMethod {
   explicit FakeTransport(Lines& record) : log(record) {}
   uint32_t regRead(std::string_view path) noexcept override {
     const Spared spared;
     log.push_back(fmt::format("{} read", path));
     isFailing(path);
+    accessed();
     return readValue;
   }
   void regWrite(std::string_view path, uint32_t value) noexcept override {
     const Spared spared;
     log.push_back(fmt::format("{} {:#x}", path, value));
     if (!isFailing(path)) registers[std::string(path)] = value;
-    const auto calling = onWrite;  // A copy: it may replace itself.
+    accessed();
+  }
+  void accessed() const {
+    const auto calling = onAccess;  // A copy: it may replace itself.
     calling();
   }
   bool isFailing(std::string_view path) {
-    const bool failing = failAt.contains(accesses++) || (!fails.empty() && path.find(fails) != path.npos);
+    const bool failing =
+        failAt.contains(accesses++) || (!fails.empty() && path.substr(0, path.find("/rule")).find(fails) != path.npos);
     if (failing) error().errorIs(true);
     return failing;
   }
@@ -64,7 +69,7 @@ struct FakeTransport : Platform::TransportMethod {
   size_t accesses = 0;
   std::map<std::string, uint32_t> registers;
   uint32_t readValue = 0;
-  std::function<void()> onWrite = [] {};
+  std::function<void()> onAccess = [] {};
 };
 
 // Remembers the calls to the framework, errors as numbers. `onCall` may call the helper again.

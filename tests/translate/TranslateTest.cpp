@@ -87,6 +87,7 @@ TEST_F(TranslateTest, IpRules) {
        {{{.src = "0.0.0.0/255.0.0.0", .srcLow = 1, .srcHigh = 1, .dstLow = 2}, kVerdict, kAllPermitted},
         {{.proto = 1}, "13 unsupported IP protocol 1"},
         {{.srcLow = 80, .srcHigh = 81}, "13 port ranges unsupported"},
+        {{.srcHigh = 1023}, "13 port ranges unsupported"},
         {{.proto = 1, .dstHigh = 1}, "13 port ranges unsupported"},
         {{.srcHigh = 1, .ipLen = {1, 0, 0, 0}}, "13 ipLen filter not supported"},
         {{.ipLen = {0, 0, 0, 1}}, "13 ipLen filter not supported"}}});
