@@ -257,7 +257,8 @@ class Source:
     def cases(self):
         label = re.compile(r"^( *)(case [^\n]*:|default:)[^\n]*\n(?:\1 +[^\n]*\n)*", re.MULTILINE)
         for found in label.finditer(self.code):
-            yield self.mutant("case", found.start(), found.end(), "")
+            if not re.search(r":\s*(?:break|return);\s*$", found.group()):  # Nothing happens without it, either.
+                yield self.mutant("case", found.start(), found.end(), "")
 
     def returns(self):
         for start, _, _, body, after in self.controls("if"):
