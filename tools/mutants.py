@@ -50,6 +50,8 @@ STATEMENT = re.compile(r"^\s*(?!(?:return|using|throw|break|continue|case|defaul
 DECLARATION = re.compile(r"^\s*(const |constexpr |static |inline |explicit |virtual |mutable )*[\w:<>,\s]+?[\w>&*]\s+[&*]?\w+\s*"
                          r"(=|;|\(|\{|\[)")
 CALL = re.compile(r"^\s*[\w:.>()*-]+\(")
+# Sets one member of a value: two of them come to the same in either order.
+SETTER = re.compile(r"\w+(?:\.|->)\w+Is\(")
 # What is called, by its name, where it tells somebody something.
 TELLING = re.compile(r"\b(trace\w*|level\d|\w*[cC]allback\w*|notify\w*|note\w*|report\w*|warn\w*|add|print\w*|write\w*|begin|"
                      r"failure|consistencyFailure)$")
@@ -178,11 +180,11 @@ class Source:
             telling = CALL.match(self.code[start:end]) and TELLING.search(self.code[start:self.code.index("(", start)])
             yield self.mutant("telling" if telling else "statement", start, end, ";")
         for (start, end), (next_start, next_end) in zip(statements, statements[1:]):
-            between = self.text[end:next_start]
-            if not self.code[end:next_start].strip("\x01 \n") and CALL.match(self.code[start:end]) and \
-                    CALL.match(self.code[next_start:next_end]):
-                swapped = self.text[next_start:next_end] + between + self.text[start:end]
-                yield self.mutant("swap", start, next_end, swapped)
+            both = (self.code[start:end], self.code[next_start:next_end])
+            if self.code[end:next_start].strip("\x01 \n") or not all(map(CALL.match, both)) or all(map(SETTER.match, both)):
+                continue
+            swapped = self.text[next_start:next_end] + self.text[end:next_start] + self.text[start:end]
+            yield self.mutant("swap", start, next_end, swapped)
 
     def arguments(self):
         for found in re.finditer(r"(?<=[\w>])[({]", self.code):
@@ -197,7 +199,9 @@ class Source:
                     break
                 others = {self.text[a:b] for a, b in arguments} | set(self.names_like(old, start))
                 for other in sorted(others - {old}):
-                    if "\n" not in other and not other.startswith(("[", ".")) and not old.startswith(("[", ".")):
+                    # A text does not take the place of anything else, and no lambda or named member that of another one.
+                    alike = other.startswith('"') == old.startswith('"') and "\n" not in other
+                    if alike and not old.startswith(("[", ".")) and not other.startswith(("[", ".")):
                         yield self.mutant("argument", start, stop, other)
 
     def declares(self, opening):
