@@ -138,7 +138,7 @@ std::vector<Claim> claimsOfPackets(const json& report) {
   std::vector<Claim> claims;
   std::vector<std::string> failing, others;  // Which are shown first, and then.
   for (const json& packet : report["packets"]) {
-    const std::string line = packet.contains("line") ? "Line " + packet["line"].dump() : "";
+    const std::string line = packet.contains("line") ? fmt::format("line {}", packet["line"].dump()) : "";
     const bool isWanted = packet.value("asWanted", true), isException = !isWanted || !packet["asConfigured"];
     Claim claim{"section", "", {line, packet["packet"], packet["interface"], packet["direction"]}};
     if (!line.empty()) {
