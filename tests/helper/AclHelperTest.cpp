@@ -22,11 +22,12 @@ TEST_F(AclHelperTest, IngressIsSupportedAsTheAttributeSaysWhateverTheSlots) {
 TEST_F(AclHelperTest, AnAclIsRefusedForItsDirectionBeforeItsType) {
   trace.levelIs(6);
   const char *const kProfile = "Profile does not support ingress ACLs", *const kType = "Unsupported ACL type ipv6";
-  const struct {
+  struct Row {
     uint8_t inRules;
     AclKey key;
     std::string refusal;
-  } rows[] = {
+  };
+  const std::vector<Row> rows = {
       {0, {"a", kIpv4, kIn}, kProfile}, {0, {"a", kIpv6, kIn}, kProfile}, {0, {"a", kMac, kOut}, ""},
       {24, {"a", kMac, kIn}, ""},       {24, {"a", kIpv6, kIn}, kType},   {24, {"a", kIpv6, kOut}, kType},
   };
