@@ -22,16 +22,18 @@ TEST_F(AclHelperTest, IngressIsSupportedAsTheAttributeSaysWhateverTheSlots) {
 TEST_F(AclHelperTest, AnAclIsRefusedForItsDirectionBeforeItsType) {
   trace.levelIs(6);
   const char *const kProfile = "Profile does not support ingress ACLs", *const kType = "Unsupported ACL type ipv6";
-  struct Row {
+  const struct {
     uint8_t inRules;
-    AclKey key;
-    std::string refusal;
+    Acl::AclType type;
+    Acl::AclDirection direction;
+    const char* refusal;
+  } rows[] = {
+      {0, kIpv4, kIn, kProfile}, {0, kIpv6, kIn, kProfile}, {0, kMac, kOut, ""},
+      {24, kMac, kIn, ""},       {24, kIpv6, kIn, kType},   {24, kIpv6, kOut, kType},
   };
-  const std::vector<Row> rows = {
-      {0, {"a", kIpv4, kIn}, kProfile}, {0, {"a", kIpv6, kIn}, kProfile}, {0, {"a", kMac, kOut}, ""},
-      {24, {"a", kMac, kIn}, ""},       {24, {"a", kIpv6, kIn}, kType},   {24, {"a", kIpv6, kOut}, kType},
-  };
-  for (const auto& [inRules, key, refusal] : rows) {
+  for (const auto& [inRules, type, direction, why] : rows) {
+    const AclKey key{"a", type, direction};
+    const std::string refusal = why;
     build(inRules, 0);
     EXPECT_EQ(helper->aclSupported(key), refusal.empty());
     Lines traces{fmt::format("6 aclSupported: ACL direction: {} type: {}", key.direction, key.type)};

@@ -35,8 +35,12 @@ std::string macAcl(const std::string& name, const std::string& arp) {
                      name, arp);
 }
 
-std::string attached(const std::string& intf, const std::string& direction, const std::string& acls) {
-  return fmt::format(R"({{"interface-id": "{}", "{}": {{"acl-sets": {{"acl-set": [{}]}}}}}})", intf, direction, acls);
+std::string aclSet(const std::string& direction, const std::string& acls) {
+  return fmt::format(R"("{}": {{"acl-sets": {{"acl-set": [{}]}}}})", direction, acls);
+}
+
+std::string point(const std::string& intf, const std::string& sets) {
+  return fmt::format(R"({{"interface-id": "{}", {}}})", intf, sets);
 }
 
 std::string document(const std::string& acls, const std::string& points, const std::string& disabled) {
@@ -47,16 +51,17 @@ std::string document(const std::string& acls, const std::string& points, const s
 }
 
 // A is changed and leaves p1 to B; C and the MAC ACL of p2 go; another interface is disabled.
-const std::string kBefore = document(
-    ipAcl("A", "192.0.2.0/24", "accept") + "," + ipAcl("B", "198.51.100.0/24", "drop") + "," +
-        ipAcl("C", "203.0.113.0/24", "accept") + "," + macAcl("M", "drop"),
-    attached("p1", "ingress", R"({"name": "A"})") + "," + attached("p2", "ingress", R"({"name": "A"}, {"name": "M"})") +
-        "," + attached("p3", "ingress", R"({"name": "B"})") + "," + attached("p3", "egress", R"({"name": "C"})"),
-    "p2");
+const std::string kBefore =
+    document(ipAcl("A", "192.0.2.0/24", "accept") + "," + ipAcl("B", "198.51.100.0/24", "drop") + "," +
+                 ipAcl("C", "203.0.113.0/24", "accept") + "," + macAcl("M", "drop"),
+             point("p1", aclSet("ingress", R"({"name": "A"})")) + "," +
+                 point("p2", aclSet("ingress", R"({"name": "A"}, {"name": "M"})")) + "," +
+                 point("p3", aclSet("ingress", R"({"name": "B"})") + "," + aclSet("egress", R"({"name": "C"})")),
+             "p2");
 const std::string kAfter = document(
     ipAcl("A", "192.0.2.0/25", "drop") + "," + ipAcl("B", "198.51.100.0/24", "drop") + "," + macAcl("M", "accept"),
-    attached("p1", "ingress", R"({"name": "B"}, {"name": "M"})") + "," + attached("p2", "ingress", R"({"name": "A"})") +
-        "," + attached("p3", "ingress", R"({"name": "B"})"),
+    point("p1", aclSet("ingress", R"({"name": "B"}, {"name": "M"})")) + "," +
+        point("p2", aclSet("ingress", R"({"name": "A"})")) + "," + point("p3", aclSet("ingress", R"({"name": "B"})")),
     "p3");
 
 // The report of the two configurations, of which the second one is given twice.
