@@ -81,7 +81,7 @@ TEST(Framework, MendsEachFailedWriteInTheNextStep) {
   const json good = reportOf({});
   ASSERT_EQ(good["result"], "applied") << good["diagnostics"];
   uint64_t number = good["startupWrites"];
-  for (const size_t failing : {0, 1}) {
+  for (const size_t failing : {size_t{0}, size_t{1}}) {
     for (const uint64_t last = number + uint64_t(good["steps"][failing]["writes"]); number < last;) {
       const json report = reportOf({++number});
       SCOPED_TRACE(fmt::format("write {}, to {}", number, report["failedWrites"][0]["path"].dump()));
