@@ -168,6 +168,7 @@ const AclOutcome* outcomeOf(const AclConfiguration& acl, const CaptureReport& re
 std::vector<CountRow> aceRows(const AclTraffic& traffic, const CaptureReport& report) {
   const AclOutcome* const outcome = outcomeOf(*traffic.acl, report);
   std::vector<CountRow> rows;
+  rows.reserve(traffic.aces.size() + 2);
   for (size_t i = 0; i < traffic.aces.size(); ++i) {
     rows.push_back({traffic.acl->aces[i].name, traffic.aces[i],
                     outcome != nullptr ? holderWords(outcome->aces[i]) : "nothing: the ACL is refused"});
