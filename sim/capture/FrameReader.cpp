@@ -55,15 +55,9 @@ class FrameParser {
   template <size_t count>
   uint64_t number(uint64_t at) const {
     const uint8_t* const first = bytes_.data() + at;
-    // What a compiler makes one load of.
-    if constexpr (count == 1)
-      return first[0];
-    else if constexpr (count == 2)
-      return static_cast<uint16_t>(first[0] << 8 | first[1]);
-    else if constexpr (count == 4)
-      return uint32_t{first[0]} << 24 | uint32_t{first[1]} << 16 | uint32_t{first[2]} << 8 | uint32_t{first[3]};
-    else
-      return number<4>(at) << 16 | number<2>(at + 4);
+    uint64_t value = 0;
+    for (size_t i = 0; i < count; ++i) value = value << 8 | first[i];
+    return value;
   }
   void set(Field field, uint64_t value) { found_.packet[field] = value; }
   void lacking(FieldSet fields, bool isContradiction = false) {
