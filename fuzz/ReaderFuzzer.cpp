@@ -1,19 +1,56 @@
 // Feeds arbitrary bytes to a reader of kestrix-sim, of configurations or of devices, and what it accepts to the
-// library.
+// library. Of a device and a configuration, whatever they say, it requires what holds for all of them.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include <nlohmann/json.hpp>
 
 #include "command/Run.h"
+
+namespace {
+
+void require(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "it does not hold that %s\n", what);
+  std::abort();
+}
+
+bool isControl(char c) { return (c >= 0 && c < ' ' && c != '\n') || c == '\x7f'; }
+
+void check(const std::string& device, const std::string& configuration) {
+  Sim::CommandLine line{.deviceFile = "d", .configFiles = {"c", "c"}, .registers = true};
+  const auto run = [&] { return Sim::run(line, device, {configuration, configuration}, /*colour=*/false); };
+  const Sim::RunResult text = run();
+  require(std::ranges::none_of(text.output, isControl), "no document steers a terminal");
+  line.json = true, line.dumpFile = "f";
+  const Sim::RunResult result = run();
+  const auto report = nlohmann::json::parse(result.output);
+  require(result.exitStatus == text.exitStatus, "a run ends in the same way whatever its report");
+  require((report["result"] == "applied") == (result.exitStatus == Sim::kAllApplied), "the report says how it ended");
+  if (result.exitStatus == Sim::kBadInput) return require(!report["diagnostics"].empty(), "what is wrong is said");
+  const auto& again = report["steps"][1];
+  const auto isRetry = [](const auto& change) { return change["kind"] == "retried"; };
+  require(again["writes"] == 0 && std::ranges::all_of(again["changes"], isRetry), "the same again changes nothing");
+  line.verify = Sim::VerifyOptions{.dumpFile = "f"};
+  Sim::Progress none;
+  const auto found =
+      Sim::runVerify(line, {device}, {{configuration}, {configuration}}, {result.files[0].text}, {}, none);
+  require(found.exitStatus == Sim::kEqual, "a device is as its dump says");
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
 #ifdef KESTRIX_FUZZED_Device
-  const std::string device = text, configuration = R"({"ietf-access-control-list:acls": {}})";
+  check(text, R"({"ietf-access-control-list:acls": {}})");
 #else
-  const std::string configuration = text, device = R"({"inRules": 2, "outRules": 3, "interfaces": [
-      {"name": "port-1", "core": 1, "portGroup": 1}, {"name": "port-2", "core": 2, "portGroup": 1}]})";
+  check(R"({"inRules": 2, "outRules": 3, "interfaces": [
+      {"name": "port-1", "core": 1, "portGroup": 1}, {"name": "port-2", "core": 2, "portGroup": 1}]})",
+        text);
 #endif
-  const Sim::CommandLine line{.deviceFile = "d", .configFiles = {"c"}, .registers = true, .json = size % 2 == 0};
-  Sim::run(line, device, {configuration}, /*colour=*/false);
   return 0;
 }

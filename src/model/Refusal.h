@@ -44,28 +44,29 @@ struct RefusalRow {
   Platform::AclCreateError error = Platform::AclCreateError::notSupported;  // What the framework is told.
 };
 
+// A row, whose name is the reason's.
+#define KESTRIX_REFUSAL(reason, ...) \
+  RefusalRow { Refusal::reason, #reason, __VA_ARGS__ }
+
 // A row for each reason, in the order of the reasons.
 inline constexpr std::array kRefusals{
-    RefusalRow{Refusal::none, "none", "", Platform::AclCreateError::noError},
-    RefusalRow{Refusal::noIngress, "noIngress", "Profile does not support ingress ACLs"},
-    RefusalRow{Refusal::aclType, "aclType", "Unsupported ACL type {}"},
-    RefusalRow{Refusal::ipLength, "ipLength", "ipLen filter not supported"},
-    RefusalRow{Refusal::portRange, "portRange", "port ranges unsupported"},
-    RefusalRow{Refusal::ipProtocol, "ipProtocol", "unsupported IP protocol {}"},
-    RefusalRow{Refusal::ipBothSides, "ipBothSides", "non-any addresses or ports on both source and destination"},
-    RefusalRow{Refusal::etherType, "etherType", "Unsupported EthType: {:x}"},
-    RefusalRow{Refusal::macBothSides, "macBothSides", "non-any addresses on both source and destination"},
-    RefusalRow{Refusal::protocolAddress, "protocolAddress", "can't set address or mask on a protocol filter"},
-    RefusalRow{Refusal::sourceInDestinationAcl, "sourceInDestinationAcl",
-               "can't filter on source, already filtering on destination"},
-    RefusalRow{Refusal::destinationInSourceAcl, "destinationInSourceAcl",
-               "can't filter on destination, already filtering on source"},
-    RefusalRow{Refusal::noSlot, "noSlot", "no available rule registers", Platform::AclCreateError::hardwareFailure},
-    RefusalRow{Refusal::tooManyRules, "tooManyRules", "more rules than the filter has slots",
-               Platform::AclCreateError::hardwareFailure},
-    RefusalRow{Refusal::typeConflict, "typeConflict",
-               "Cannot set registers as other ACL type already existed in filter"},
+    KESTRIX_REFUSAL(none, "", Platform::AclCreateError::noError),
+    KESTRIX_REFUSAL(noIngress, "Profile does not support ingress ACLs"),
+    KESTRIX_REFUSAL(aclType, "Unsupported ACL type {}"),
+    KESTRIX_REFUSAL(ipLength, "ipLen filter not supported"),
+    KESTRIX_REFUSAL(portRange, "port ranges unsupported"),
+    KESTRIX_REFUSAL(ipProtocol, "unsupported IP protocol {}"),
+    KESTRIX_REFUSAL(ipBothSides, "non-any addresses or ports on both source and destination"),
+    KESTRIX_REFUSAL(etherType, "Unsupported EthType: {:x}"),
+    KESTRIX_REFUSAL(macBothSides, "non-any addresses on both source and destination"),
+    KESTRIX_REFUSAL(protocolAddress, "can't set address or mask on a protocol filter"),
+    KESTRIX_REFUSAL(sourceInDestinationAcl, "can't filter on source, already filtering on destination"),
+    KESTRIX_REFUSAL(destinationInSourceAcl, "can't filter on destination, already filtering on source"),
+    KESTRIX_REFUSAL(noSlot, "no available rule registers", Platform::AclCreateError::hardwareFailure),
+    KESTRIX_REFUSAL(tooManyRules, "more rules than the filter has slots", Platform::AclCreateError::hardwareFailure),
+    KESTRIX_REFUSAL(typeConflict, "Cannot set registers as other ACL type already existed in filter"),
 };
+#undef KESTRIX_REFUSAL
 
 // The row of `reason`.
 constexpr const RefusalRow& rowOf(Refusal reason) { return kRefusals[static_cast<size_t>(reason)]; }

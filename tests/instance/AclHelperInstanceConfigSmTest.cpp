@@ -1,6 +1,7 @@
 // When the reactor applies the flag. What it then writes, publishes and traces, and when, the reference machine knows.
 #include "instance/AclHelperInstanceConfigSm.h"
 
+#include "instance/EntryPoints.h"
 #include "support/HelperTest.h"
 
 namespace Kestrix::Test {
@@ -80,6 +81,14 @@ TEST_F(AclHelperInstanceConfigSmTest, RefusesNull) {
   for (const auto& [make, argument] : rows)
     EXPECT_THAT(make, ThrowsMessage<Platform::RangeError>(
                           fmt::format("Kestrix::AclHelperInstanceConfigSm.{}: must not be null", argument)));
+}
+
+// What an agent gets that loads the library at run time.
+TEST(EntryPoints, AreTheFunctionsOfTheirNames) {
+  const EntryPoints& loaded = *kestrixAclEntryPoints();
+  EXPECT_EQ(loaded.aclHelperFactory, &aclHelperFactory);
+  EXPECT_EQ(loaded.aclHelperInstanceConfigSmFactory, &aclHelperInstanceConfigSmFactory);
+  EXPECT_EQ(loaded.aclTraceHandle, &aclTraceHandle);
 }
 
 }  // namespace Kestrix::Test

@@ -17,7 +17,9 @@ TEST(IpMacUnion, HoldsOneAlternativeAndOrdersIpFirst) {
       EXPECT_EQ(values[k] == values.back(), k == values.size() - 1) << text;
     }
   }
-  EXPECT_THROW(AclAddrWithMask().mac(), Platform::BadUnionAccessError);
+  using NotHeld = Platform::BadUnionAccessError;
+  EXPECT_THAT([&] { values.front().mac(); }, ThrowsMessage<NotHeld>("Kestrix::AclAddrWithMask does not hold mac"));
+  EXPECT_THAT([&] { values.back().ip(); }, ThrowsMessage<NotHeld>("Kestrix::AclAddrWithMask does not hold ip"));
   EXPECT_TRUE(!AclAddrWithMask() && values[0] && !AclRule(0) && AclRule(1));
   EXPECT_NE(ShadowAcl::Acl(make<IpAcl>(AclKey())), ShadowAcl::Acl(make<IpAcl>(AclKey()))) << "equal, but not the same";
 }
