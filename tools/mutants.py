@@ -50,6 +50,9 @@ STATEMENT = re.compile(r"^\s*(?!(?:return|using|throw|break|continue|case|defaul
 DECLARATION = re.compile(r"^\s*(const |constexpr |static |inline |explicit |virtual |mutable )*[\w:<>,\s]+?[\w>&*]\s+[&*]?\w+\s*"
                          r"(=|;|\(|\{|\[)")
 CALL = re.compile(r"^\s*[\w:.>()*-]+\(")
+# Of a class: their order is no call's.
+OF_CLASS = re.compile(r".*= (?:default|delete);|decltype\(")
+TRIVIAL = {"{}", "false", "0", "nullptr", '""'}  # What a member that is given nothing is, too.
 # Sets one member of a value: two of them come to the same in either order.
 SETTER = re.compile(r"\w+(?:\.|->)\w+Is\(")
 # What is called, by its name, where it tells somebody something.
@@ -170,7 +173,7 @@ class Source:
                 begin = start + len(line) - len(line.lstrip(" \x01"))
                 end = self.end_of_statement(begin) if previous in ";{}:" else 0
                 whole = self.code[begin:end]
-                if end and STATEMENT.match(whole.replace("\n", " ")) and not DECLARATION.match(line):
+                if end and STATEMENT.match(whole.replace("\n", " ")) and not DECLARATION.match(line) and not OF_CLASS.match(whole):
                     yield begin, end
                 previous = line.rstrip("\x01 \n")[-1]
 
@@ -253,7 +256,7 @@ class Source:
             for k, (start, stop) in enumerate(rows if len(rows) > 1 else []):
                 until = rows[k + 1][0] if k + 1 < len(rows) else stop
                 yield self.mutant("row", start, until, "")
-                if k + 1 < len(rows):
+                if k + 1 < len(rows) and "enumNames" not in found.group() and self.code[start] == "{":
                     after = rows[k + 1][1]
                     yield self.mutant("row", start, after,
                                       self.text[until:after] + self.text[stop:until] + self.text[start:stop])
@@ -286,10 +289,13 @@ class Source:
             while end < len(self.code) and not (depth == 0 and self.code[end] in ",}"):
                 depth += (self.code[end] in "([{") - (self.code[end] in ")]}")
                 end += 1
-            yield self.mutant("member", *trimmed(self.code, start, end), "{}")
+            start, end = trimmed(self.code, start, end)
+            if self.text[start:end] not in TRIVIAL:
+                yield self.mutant("member", start, end, "{}")
         for found in re.finditer(r"(?<=[\w>])\{(?=[^}\n])", self.code):
             end = closing(self.code, found.start())
             members = parts(self.code, found.start(), end) if end > 0 else []
             if ";" not in self.code[found.start():end] and len(members) > 1:
                 for start, stop in members:
-                    yield self.mutant("member", start, stop, "{}")
+                    if self.text[start:stop] not in TRIVIAL:
+                        yield self.mutant("member", start, stop, "{}")

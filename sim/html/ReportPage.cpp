@@ -43,6 +43,7 @@ void putChange(Markup& html, const Change& change) {
 }
 
 void putChanges(Markup& html, const StepReport& step) {
+  if (!step.isApplied() && step.settings.empty()) return;
   const auto section = html.in("section");
   html.put("h3", "What changes");
   {

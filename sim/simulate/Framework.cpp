@@ -62,10 +62,11 @@ Outcome Framework::apply(const Configuration& desired) {
 void Framework::holdWanted() {
   for (const WantedAcl& wanted : wanted_.acls) {
     HeldAcl& held = held_[wanted.key];
-    held.inactive.clear();
+    std::set<Platform::IntfId> inactive;
     for (const auto& [intf, now] : statuses(wanted.key, held)) {
-      if (!now.isActive) held.inactive.insert(intf);
+      if (!now.isActive) inactive.insert(intf);
     }
+    held.inactive = std::move(inactive);
     held.config = *wanted.config;
     held.intfs = wanted.intfs;
     Published& acl = published_[wanted.key];
@@ -106,9 +107,8 @@ void Framework::make(const RemoveIntf& call) {
   const auto& data = published_.at(call.key).data;
   helper_->removeIntfFromAcl({call.intf, call.key.direction}, data, /*belongsToAnother=*/false);
   data->activeIntfDel(call.intf);
-  const IntfStatus now = statusOn(*helper_, call.key, call.intf);
   HeldAcl& held = held_.at(call.key);
-  if (now.isActive || now.isInError) {
+  if (statusOn(*helper_, call.key, call.intf).isInError) {
     held.notDetached.insert(call.intf);
   } else {
     held.notDetached.erase(call.intf);
@@ -137,8 +137,7 @@ void Framework::make(const Precreate& call) {
   if (outcome.error != AclCreateError::noError) {
     outcome.state = AclState::refused;
     outcome.reason.cause = helper_->lastRefused();
-    outcome.reason.situation = {.fields = {{Match::aclType, "type", outcome.typeName}},
-                                .other = otherDirection(device_, call.key.direction)};
+    outcome.reason.situation = {.fields = {{Match::aclType, "type", outcome.typeName}}};
   } else if (!helper_->allShadowAcl(call.key)) {
     outcome.state = AclState::notAttached;
     outcome.reason.cause = OwnReason::notAttached;
@@ -227,9 +226,6 @@ Framework::Images Framework::images() const {
 void Framework::report(uint64_t writesBefore, Outcome& outcome) {
   outcome.blocked = {blocked_.begin(), blocked_.end()};
   outcome.writes = fpga_->writes() - writesBefore;
-  for (const FailedWrite& failed : fpga_->failedWrites()) {
-    if (failed.number > writesBefore) outcome.failedWrites.push_back(failed);
-  }
   for (const WantedAcl& each : wanted_.acls) outcome.acls.push_back(reportAcl(each, outcome));
 }
 

@@ -5,9 +5,9 @@
 namespace Sim {
 
 bool Outcome::isAllApplied() const {
-  return failedWrites.empty() && std::all_of(acls.begin(), acls.end(), [](const AclOutcome& acl) {
-           return acl.state == AclState::applied || acl.state == AclState::notAttached;
-         });
+  return std::all_of(acls.begin(), acls.end(), [](const AclOutcome& acl) {
+    return acl.state == AclState::applied || acl.state == AclState::notAttached;
+  });
 }
 
 }  // namespace Sim

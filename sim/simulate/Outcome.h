@@ -108,8 +108,8 @@ struct Outcome {
   std::vector<IntfOutcome> intfs;  // Those of an ACL together.
   std::vector<Platform::IntfId> blocked;
   uint64_t writes = 0;
-  std::vector<FailedWrite> failedWrites;
 
+  // Whether each ACL is in force wherever it is attached.
   bool isAllApplied() const;
   // The interfaces of an ACL of this outcome.
   std::span<const IntfOutcome> intfsOf(const AclOutcome& acl) const {

@@ -67,7 +67,9 @@ TEST_F(AclHelperTest, BlockingKeepsTheLowBitsAndIsAlwaysRecorded) {
 TEST_F(AclHelperTest, KeepsItsStatusWithoutAListener) {
   for (const auto& listening : {make<VelHelper::AclStatusListener>(), Ptr<VelHelper::AclStatusListener>()}) {
     helper->listenerIs(listening);
-    helper->setCreationError(attached(acl, {e1}), kNotSupported), finish(acl), helper->blockIntf(e1, true, 0);
+    helper->setCreationError(attached(acl, {e1}), kNotSupported);
+    finish(acl);
+    helper->blockIntf(e1, true, 0);
     EXPECT_TRUE(helper->dirty() && helper->publishUnitError("Kestrix") && helper->aclIntfBlockedStatus().at(e1));
     EXPECT_EQ(helper->unitError("Kestrix"), kNotSupported);
   }

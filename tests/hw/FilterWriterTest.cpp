@@ -7,9 +7,15 @@ struct FilterWriterTest : HelperTest {};
 
 TEST_F(FilterWriterTest, WritesEverySlotInOrderOrEnableAlone) {
   FilterRegisters image;
-  image.enableIs(0x80000001), image.actionIs(2), image.tcpIs(3), image.udpIs(4);
+  image.enableIs(0x80000001);
+  image.actionIs(2);
+  image.tcpIs(3);
+  image.udpIs(4);
   FilterRuleRegisters slot1(1);  // Slot 0 is not programmed.
-  slot1.mask_highIs(0xFFFF), slot1.mask_lowIs(6), slot1.addr_highIs(7), slot1.addr_lowIs(0xFFFFFFFF);
+  slot1.mask_highIs(0xFFFF);
+  slot1.mask_lowIs(6);
+  slot1.addr_highIs(7);
+  slot1.addr_lowIs(0xFFFFFFFF);
   image.ruleRegistersIs(slot1);
   build(2, 1);
   EXPECT_EQ(helper->regWriteHelper(image, e3, kIn, false), kNoError);

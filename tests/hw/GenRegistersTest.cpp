@@ -31,7 +31,9 @@ TEST(GenRegisters, HasTheBitsOfEveryFlag) {
     const auto filter = make<ShadowFilter>(IntfId("e1"), kMac, uint8_t{24});
     const Ptr<IpAcl> ip = make<IpAcl>(AclKey());
     const Ptr<MacAcl> mac = make<MacAcl>(AclKey());
-    filter->ipAclIs(ip), filter->macAclIs(mac), setUp(*filter, *ip, *mac);
+    filter->ipAclIs(ip);
+    filter->macAclIs(mac);
+    setUp(*filter, *ip, *mac);
     EXPECT_EQ(textOf(filter->genRegisters()), image);
   }
 }

@@ -102,7 +102,10 @@ inline AclRule aRule(const RuleFields& fields) {
   AclRule rule(fields.key);
   rule.addrWithMaskIs(fields.mac ? AclAddrWithMask(Platform::EthAddrWithMask::fromText(fields.mac))
                                  : AclAddrWithMask(Platform::IpAddrWithFullMask::fromText(fields.ip)));
-  rule.actionIs(fields.action), rule.portIs(fields.port), rule.tcpIs(fields.tcp), rule.udpIs(fields.udp);
+  rule.actionIs(fields.action);
+  rule.portIs(fields.port);
+  rule.tcpIs(fields.tcp);
+  rule.udpIs(fields.udp);
   return rule;
 }
 
@@ -144,7 +147,9 @@ struct Rig {
   ~Rig() { trace.sinkIs({}), trace.levelIs(0); }
   void build(uint8_t inRules, uint8_t outRules) {
     IntfIdToPortGroupId intfMap;
-    intfMap.portGroupMapIs(e1, 4), intfMap.portGroupMapIs(e2, 5), intfMap.portGroupMapIs(e3, 6);
+    intfMap.portGroupMapIs(e1, 4);
+    intfMap.portGroupMapIs(e2, 5);
+    intfMap.portGroupMapIs(e3, 6);
     helper = aclHelperFactory(transport, intfMap, inRules, outRules, vcsd);
     helper->listenerIs(listener);
     for (const IntfId intf : {e1, e2, e3})

@@ -54,12 +54,17 @@ struct TranslateTest : HelperTest {
       };
       for (const auto& [rule, outcome, after] : steps) {
         const std::string before = text(), prefix = "5 " + operation + ": ";
-        shadow->applyingIntfIs(e1), taken();
+        shadow->applyingIntfIs(e1);
+        taken();
+        std::string atDecision;
+        onTrace = [&] { atDecision = text(); };
         const int error = int(made(data, rule));
+        onTrace = [] {};
         const std::string decision = taken(prefix).back().substr(prefix.size());
         EXPECT_THAT(fmt::format("{} {}", error, decision), testing::StartsWith(outcome)) << before;
         EXPECT_EQ(helper->lastRefused().toText(), error == 0 ? "" : decision);
         EXPECT_EQ(text(), after != nullptr ? after : before) << outcome;
+        if (decision.ends_with("successful!")) EXPECT_EQ(atDecision, text()) << "it is said once it is so";
         EXPECT_EQ(shadow->applyingIntf(e1), error == 0) << outcome;
       }
     }

@@ -60,7 +60,9 @@ TEST(TextForm, ReadsBackWhatItPrints) {
 
   Sample sample{AclAddrWithMask{}};
   EXPECT_EQ(fromText<Sample>(sample.toText()), sample);
-  sample.firstIs(3), sample.sideIs(SrcOrDst::source), sample.aclIs(make<MacAcl>(AclKey{}));
+  sample.firstIs(3);
+  sample.sideIs(SrcOrDst::source);
+  sample.aclIs(make<MacAcl>(AclKey{}));
   EXPECT_EQ(fromText<Sample>(sample.toText()), sample);
 }
 
@@ -70,7 +72,8 @@ TEST(TextForm, OfWhatIsPrintedOnly) {
   out << map << (map ? "?" : "") << (FilterRegisters() ? "?" : "");
   map.portGroupMapIs(IntfId("e1"), 3);
   FilterRegisters registers;
-  registers.enableIs(1), registers.ruleRegistersIs(FilterRuleRegisters());
+  registers.enableIs(1);
+  registers.ruleRegistersIs(FilterRuleRegisters());
   EXPECT_TRUE(map && registers);
   out << map << registers << SrcOrDst{7} << stringValue(SrcOrDst::source);
   EXPECT_EQ(out.str(),

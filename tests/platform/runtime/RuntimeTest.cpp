@@ -33,6 +33,10 @@ TEST(Text, ReadsBackWhatItPrintsAndQuotesWhatItRefuses) {
                       {"0:11:aa:ff:00:01", "00-11-aa-ff-00-01", "00:11:aa:ff:00:0g", "00:11:aa:ff:00:011"});
   expectText<EthAddrWithMask>({"00:11:aa:ff:00:01/ff:ff:00:00:00:00"}, {"00:11:aa:ff:00:01"});
   expectText<Acl::AclType>({"ipv4", "ipv6", "mac", "3", "255"}, {"", "IPV4", "2", "256", "+3"});
+  EXPECT_THAT([] { fromText<EthAddrWithMask>("00:11:aa:ff:00:01"); },
+              ThrowsMessage<RangeError>("\"00:11:aa:ff:00:01\" has no mask: address/mask is wanted"));
+  const std::string most(80, 'x');
+  EXPECT_THAT([&] { fromText<bool>(most + "x"); }, ThrowsMessage<RangeError>(HasSubstr('"' + most + "\"...")));
   EXPECT_EQ(fmt::format("{} {}", static_cast<Acl::AclType>(9),
                         AclKey{"a", Acl::AclType::mac, Acl::AclDirection::out, 2, true}),
             "9 a(mac,out,2,dynamic)");

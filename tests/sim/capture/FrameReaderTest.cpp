@@ -98,6 +98,7 @@ TEST(FrameReader, KnowsWhatWasCutOff) {
   const std::string macs = "[MACS] 0800" + (kTcp + kRest) + "FFFFFFFF";
   EXPECT_TRUE(read(bytesOf("555555555555 61E6" + macs), DLT_ETHERNET_MPACKET).unknown.contains(Field::destinationMac));
   EXPECT_EQ(read(bytesOf("555555555555 55E6" + macs), DLT_ETHERNET_MPACKET).lack, Lack::none);
+  EXPECT_EQ(read(bytesOf("5555"), DLT_ETHERNET_MPACKET, 60).lack, Lack::cutShort);
 }
 
 TEST(FrameReader, SeesWhatContradictsItself) {

@@ -85,7 +85,9 @@ TEST(Doc, CommandsPrintWhatIsShown) {
       } else if (line == "$ echo $?") {
         position = printed.size() - 1;
       } else if (line.starts_with("$ kestrix-sim ")) {
-        printed = linesOfCommand(line.substr(2)), position = 0, ++commands;
+        printed = linesOfCommand(line.substr(2));
+        position = 0;
+        ++commands;
       } else if (line != "$") {
         while (mayJump && position < printed.size() && normal(printed[position]) != normal(line)) ++position;
         ASSERT_LT(position, printed.size());

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "command/ExitStatus.h"
+#include "sim/Documents.h"
 #include "sim/Examples.h"
 
 namespace Sim {
@@ -18,50 +19,31 @@ using testing::HasSubstr;
 
 json jsonOf(const RunResult& result) { return json::parse(result.output); }
 
-TEST(Run, AFailedWriteIsToldUntilALaterStepMendsIt) {
-  const std::string config = example("access-edge.json");
-  const json report = jsonOf(run({.configFiles = {"v1", "v2"}, .json = true, .failWrites = {120}},
-                                 example("edge-switch.json"), {config, config}, /*colour=*/false));
-  const json &first = report["steps"][0]["acls"][0], &second = report["steps"][1];
-  EXPECT_EQ(first["state"].dump() + first["code"].dump(), R"("failed""write-failed")");
-  EXPECT_EQ(report["failedWrites"][0]["number"], 120);
-  EXPECT_EQ(second["changes"][0]["kind"], "retried");
-  EXPECT_TRUE(second["acls"][0]["state"] == "applied" && second["deviations"].empty());
-}
-
 TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
-  const std::string document = R"({"ietf-access-control-list:acls": {"acl": [
-      {"name": "I", "type": "ipv4-acl-type", "aces": {"ace": [{"name": "all", "actions": {"forwarding": "accept"}}]}},
-      {"name": "M", "type": "eth-acl-type", "aces": {"ace": [{"name": "all", "actions": {"forwarding": "drop"}}]}}],
-    "attachment-points": {"interface": [
-      {"interface-id": "port-1", "ingress": {"acl-sets": {"acl-set": [{"name": "I"}, {"name": "M"}]}}}]}}})";
+  const std::string both =
+      document({acl("I", "ipv4", {ace("all", "", "accept")}), acl("M", "eth", {ace("all", "", "drop")})},
+               {{"port-1", "ingress", {"I", "M"}}});
   const std::string device = example("edge-switch.json");
   EXPECT_THAT(
-      run({.configFiles = {"c"}}, device, {document}, false).output,
+      run({.configFiles = {"c"}}, device, {both}, false).output,
       AllOf(HasSubstr("I    active   0/24   permit\nport-1     ingress    M    differs  0/24   permit     its deny of "
                       "what no slot matches is overruled\n"),
             HasSubstr("ACL M (eth-acl-type, ingress): differs: its deny of what no slot matches is overruled "
                       "on port-1\n  all  no slot: denies everything that no slot matches; not on port-1, where the "
                       "other ACL of the filter decides it\n")));
-  const json step = jsonOf(run({.configFiles = {"c"}, .json = true}, device, {document}, false))["steps"][0];
+  const json step = jsonOf(run({.configFiles = {"c"}, .json = true}, device, {both}, false))["steps"][0];
   EXPECT_TRUE(!step["interfaces"][0]["overruled"] && step["interfaces"][1]["overruled"]);
   EXPECT_EQ(step["acls"][0]["overruledOn"].dump() + step["acls"][1]["overruledOn"].dump(), R"([]["port-1"])");
 }
 
-// Two ACLs of which one refers to what is missing, each with `ace` among its ACEs.
-std::string twoAcls(const std::string& ace) {
-  const std::string aces = R"({"name": "fits", "matches": {"ipv4": {"destination-ipv4-network": "192.0.2.0/24"}},
-      "actions": {"forwarding": "drop"}}, {"name": "range", "matches": {"tcp": {"source-port": {"lower-port": 1,
-      "upper-port": 2}}}, "actions": {"forwarding": "drop"}})" +
-                           ace;
-  return fmt::format(R"({{"ietf-access-control-list:acls": {{"acl": [
-      {{"name": "A", "type": "ipv4-acl-type", "aces": {{"ace": [{0}]}}}},
-      {{"name": "B", "type": "ipv4-acl-type", "aces": {{"ace": [{1}]}}}},
-      {{"name": "C", "type": "eth-acl-type"}}],
-    "attachment-points": {{"interface": [
-      {{"interface-id": "port-1", "ingress": {{"acl-sets": {{"acl-set": [{{"name": "A"}}]}}}}}},
-      {{"interface-id": "{2}", "egress": {{"acl-sets": {{"acl-set": [{{"name": "B"}}]}}}}}}]}}}}}})",
-                     aces, aces.substr(0, aces.find(", {")), ace.empty() ? "port-2" : "eth0");
+const json kFits = ace("fits", R"("ipv4": {"destination-ipv4-network": "192.0.2.0/24"})", "drop"),
+           kRange = ace("range", R"("tcp": {"source-port": {"lower-port": 1, "upper-port": 2}})", "drop"),
+           kBad = ace("bad", R"("ipv4": {"ttl": 1})", "drop");
+
+// A on port-1, with these ACEs, B on `intf`, C nowhere.
+std::string threeAcls(const std::vector<json>& aces, const std::string& intf) {
+  return document({acl("A", "ipv4", aces), acl("B", "ipv4", {kFits}), acl("C", "eth", {})},
+                  {{"port-1", "ingress", {"A"}}, {intf, "egress", {"B"}}});
 }
 
 // The steps, ACLs and ACEs of a report by their states, slots and codes.
@@ -78,19 +60,19 @@ std::vector<std::string> statesOf(const json& report) {
   };
   for (const json& step : report["steps"]) {
     add(step, {"config", "applied", "writes"});
-    for (const json& intf : step["interfaces"]) add(intf, {"interface", "acl", "state", "slotsUsed"});
+    for (const json& intf : step["interfaces"]) add(intf, {"interface", "acl", "state", "aclCreateError", "slotsUsed"});
     for (const json& acl : step["acls"]) {
-      add(acl, {"name", "direction", "state", "code", "hasErrors"});
+      add(acl, {"name", "direction", "state", "code", "aclCreateError", "hasErrors"});
       for (const json& ace : acl["aces"])
-        add(ace, {"name", "state", "slot", "code", "ports", "freeSlots", "fields", "settledBy", "path"});
+        add(ace,
+            {"name", "state", "slot", "code", "aclCreateError", "ports", "freeSlots", "fields", "settledBy", "path"});
     }
   }
   return states;
 }
 
 TEST(Run, OneBadDocumentHidesNothing) {
-  const std::string good = twoAcls(""), bad = twoAcls(R"(, {"name": "bad", "matches": {"ipv4": {"ttl": 1}},
-      "actions": {"forwarding": "drop"}})");
+  const std::string good = threeAcls({kFits, kRange}, "port-2"), bad = threeAcls({kFits, kRange, kBad}, "eth0");
   const std::string device = example("edge-switch.json");
   const json alone = jsonOf(run({.configFiles = {"c1"}, .json = true}, device, {good}, false));
   const RunResult result = run({.configFiles = {"c1", "c2", "c3"},
@@ -105,17 +87,18 @@ TEST(Run, OneBadDocumentHidesNothing) {
   EXPECT_EQ(report["writes"], alone["writes"]);
   EXPECT_EQ(report["steps"][0]["acls"][0]["aces"][1]["next"][0]["code"], "side-conflict");
   const std::string range =
-      "range refused port-range 2 23 [{name:source-port,value:1-2}] {ace:fits,field:{name:destination-ipv4-network,"
+      "range refused port-range 13 2 23 [{name:source-port,value:1-2}] {ace:fits,field:{name:destination-ipv4-network,"
       "value:192.0.2.0/24},side:destination} /ietf-access-control-list:acls/acl/0/aces/ace/1";
-  EXPECT_THAT(statesOf(report),
-              testing::ElementsAre(
-                  "c1 true 100", "port-1 A refused 0", "port-2 B active 1", "A ingress refused port-range",
-                  "fits not-applied", range, "B egress applied", "fits programmed 0", "C not-attached not-attached",
-                  "c2 false 0", "port-1 A refused 0", "?1 B active 1", "?2 C active 0",
-                  "A ingress refused port-range true", "fits not-applied", range, "bad in-error",
-                  "B egress applied false", "fits programmed 0", "C applied false", " false 0", "c3 false 0",
-                  "port-1 A refused 0", "port-2 B active 1", "A ingress refused port-range false", "fits not-applied",
-                  range, "B egress applied false", "fits programmed 0", "C not-attached not-attached false"));
+  EXPECT_THAT(
+      statesOf(report),
+      testing::ElementsAre("c1 true 100", "port-1 A refused 13 0", "port-2 B active 1",
+                           "A ingress refused port-range 13", "fits not-applied", range, "B egress applied",
+                           "fits programmed 0", "C not-attached not-attached 0", "c2 false 0", "port-1 A refused 13 0",
+                           "?1 B active 1", "?2 C active 0", "A ingress refused port-range 13 true", "fits not-applied",
+                           range, "bad in-error", "B egress applied false", "fits programmed 0", "C applied false",
+                           " false 0", "c3 false 0", "port-1 A refused 13 0", "port-2 B active 1",
+                           "A ingress refused port-range 13 false", "fits not-applied", range, "B egress applied false",
+                           "fits programmed 0", "C not-attached not-attached 0 false"));
   const std::string text = run({.configFiles = {"c2", "c3"}}, device, {bad, good}, false).output;
   for (const char* piece : {"Nothing of c2 was applied: it has errors.\n", "would be active",
                             "eth-acl-type): would, if it", "fits, but the ACL would not be applied",
@@ -126,16 +109,13 @@ TEST(Run, OneBadDocumentHidesNothing) {
 
 TEST(Run, ARefusedAclFillsTheSlotsThatItsPreviousVersionKeeps) {
   // On port-1, an ACL of that name with one rule.
-  const auto document = [](const std::string& name, const std::string& more) {
-    return fmt::format(R"({{"ietf-access-control-list:acls": {{"acl": [{{"name": "{0}", "type": "ipv4-acl-type", "aces":
-        {{"ace": [{{"name": "a", "actions": {{"forwarding": "accept"}}, "matches": {{"ipv4":
-        {{"source-ipv4-network": "192.0.2.1/32"{1}}}}}}}]}}}}], "attachment-points": {{"interface": [
-        {{"interface-id": "port-1", "ingress": {{"acl-sets": {{"acl-set": [{{"name": "{0}"}}]}}}}}}]}}}}}})",
-                       name, more);
+  const auto documentOf = [](const std::string& name, const std::string& more) {
+    const json rule = ace("a", R"("ipv4": {"source-ipv4-network": "192.0.2.1/32")" + more + "}", "accept");
+    return document({acl(name, "ipv4", {rule})}, {{"port-1", "ingress", {name}}});
   };
   for (const auto& [name, slots] : {std::pair("A", 1), {"B", 0}}) {
     const json steps = jsonOf(run({.configFiles = {"v1", "v2"}, .json = true}, example("edge-switch.json"),
-                                  {document("A", ""), document(name, R"(, "length": 40)")}, false))["steps"];
+                                  {documentOf("A", ""), documentOf(name, R"(, "length": 40)")}, false))["steps"];
     EXPECT_EQ(steps[1]["interfaces"][0]["state"], "refused");
     EXPECT_EQ(steps[1]["interfaces"][0]["slotsUsed"], slots) << name;
   }

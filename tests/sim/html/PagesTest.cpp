@@ -6,18 +6,21 @@
 #include <cstring>
 #include <iomanip>
 #include <map>
+#include <set>
 #include <sstream>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "sim/Commands.h"
+#include "sim/Documents.h"
 #include "sim/Examples.h"
 
 namespace Sim {
 namespace {
 
 using nlohmann::json;
+using testing::HasSubstr;
 
 struct Element {
   std::string name;
@@ -81,6 +84,46 @@ bool holds(const Claim& claim, const std::vector<Element>& elements) {
       return at != std::string::npos;
     });
   });
+}
+
+bool isOfClass(const Element& element, std::string_view ending) {
+  const auto found = element.attributes.find("class");
+  return found != element.attributes.end() && found->second.ends_with(ending);
+}
+
+// What holds of every page: it is made of these elements, runs nothing, and shows no part that is empty.
+void expectSound(const std::vector<Element>& elements) {
+  static const std::set<std::string> names{"html",    "head", "meta", "title", "style",   "body",    "header", "main",
+                                           "section", "h1",   "h2",   "h3",    "h4",      "p",       "a",      "ul",
+                                           "li",      "div",  "span", "b",     "code",    "table",   "thead",  "tbody",
+                                           "tr",      "th",   "td",   "meter", "details", "summary", "pre"};
+  const Element* before = nullptr;
+  for (const Element& each : elements) {
+    EXPECT_TRUE(names.contains(each.name)) << each.name;
+    for (const auto& [attribute, value] : each.attributes)
+      EXPECT_TRUE(!attribute.starts_with("on") && attribute != "style") << attribute << "=" << value;
+    if (each.attributes.contains("http-equiv")) {
+      EXPECT_EQ(each.attributes.at("content"), "default-src 'none'; style-src 'unsafe-inline'");
+    }
+    for (const char* part : {"h2", "section", "ul", "tbody", "p"}) EXPECT_TRUE(each.name != part || !each.text.empty());
+    if (each.attributes.contains("aria-label")) {
+      EXPECT_NE(each.attributes.at("aria-label"), each.text);
+    }
+    // The bits behind a value are those of the value.
+    if (isOfClass(each, "bits")) {
+      EXPECT_EQ(std::stoul(each.text, nullptr, 2), std::stoul(before->text, nullptr, 16));
+    }
+    before = &each;
+  }
+}
+
+// Its parts, in their order.
+std::string headingsOf(const std::vector<Element>& elements) {
+  std::string headings;
+  for (const Element& each : elements) {
+    if (each.name == "h2") headings += each.text + "; ";
+  }
+  return headings;
 }
 
 // Adds the texts that these members have.
@@ -163,6 +206,32 @@ std::vector<Claim> claimsOfPackets(const json& report) {
   return claims;
 }
 
+// As the page writes it, with commas.
+std::string numberOf(const json& count, const char* what) {
+  const auto number = count[what].get<uint64_t>();
+  return number < 1000 ? std::to_string(number) : fmt::format("{},{:03}", number / 1000, number % 1000);
+}
+
+std::vector<Claim> claimsOfCapture(const json& capture) {
+  std::vector<Claim> claims;
+  const auto claimRow = [&](const json& first, const json& count) {
+    claims.push_back({"tr", "", {first, numberOf(count, "packets"), numberOf(count, "bytes")}});
+  };
+  for (const json& acl : capture["acls"]) {
+    for (const json& ace : acl["aces"]) claimRow(ace["ace"], ace["count"]);
+  }
+  for (const json& each : capture["filter"]) claimRow(each["words"], each["count"]);
+  for (const char* kind : {"ipv4", "tagged", "laterFragments"}) claimRow("", capture["kinds"][kind]);
+  for (const auto& [list, now] : {std::pair("differing", "device"), {"turned", "after"}}) {
+    if (!capture.contains(list)) continue;
+    for (const json& each : capture[list]["listed"]) {
+      const char* const does = each[now]["permits"] ? "permitted" : "denied";
+      claims.push_back({"tr", "", {fmt::format("packet {}", each["number"].dump()), each["packet"], does}});
+    }
+  }
+  return claims;
+}
+
 // Of registers that are not as expected.
 int differingBits(const json& report) {
   int bits = 0;
@@ -217,38 +286,62 @@ std::string textOf(const std::string& file) {
          "permit port-1 ingress tcp 198.51.100.1 > 192.0.2.1\n";
 }
 
-bool isOfClass(const Element& element, std::string_view ending) {
-  const auto found = element.attributes.find("class");
-  return found != element.attributes.end() && found->second.ends_with(ending);
-}
-
 bool isTo(const Element& element, const std::string& id) {
   const auto found = element.attributes.find("id");
   return found != element.attributes.end() && found->second == id;
 }
 
+struct PageRow {
+  std::string command;
+  std::string state;
+  std::string headings;  // Between what is wrong with the documents and what is told of the whole run.
+};
+const std::string kCapture =
+    " --interface port-1 --direction ingress --capture " KESTRIX_ROOT "examples/guest-traffic.pcap";
+const PageRow kPages[] = {
+    {"apply edge-switch.json shared-filter.json shared-filter-2.json", "all applied",
+     "Step 1: shared-filter.json; Step 2: shared-filter-2.json; "},
+    {"apply edge-switch.json access-edge.json access-edge.json --fail-write 120", "not all applied",
+     "Step 1: access-edge.json; Step 2: access-edge.json; "},
+    {"apply edge-switch.json access-edge.json --set outShadowFilter.shadowFilter[port-1].multicast=1",
+     "not all applied", "Step 1: access-edge.json; Step 2: --set; "},
+    {"apply small-switch.json refusals.json", "not all applied", "What the device does; "},
+    {"apply edge-switch.json access-edge.json misread.json", "has errors",
+     "Step 1: access-edge.json; Step 2: misread.json; "},
+    {"packet edge-switch.json type-conflict.json --interface port-1 --direction ingress "
+     "'arp 00:00:5e:00:53:09 > ff:ff:ff:ff:ff:ff'",
+     "not as configured", "arp 00:00:5e:00:53:09 > ff:ff:ff:ff:ff:ff, port-1 ingress; What the device does; "},
+    {"packet small-switch.json refusals.json --interface port-10 --direction egress tcp", "not known",
+     "tcp 192.0.2.1:49152 > 198.51.100.1:443, port-10 egress; What the device does; "},
+    {"packet edge-switch.json access-edge.json --expect access-edge.expect", "as wanted",
+     "All expectations; What the device does; "},
+    {"packet edge-switch.json type-conflict.json --expect mixed", "not as wanted",
+     "Not as wanted, or not as configured; All expectations; What the device does; "},
+    {"packet edge-switch.json access-edge.json deny-all.json" + kCapture, "not as configured",
+     "What becomes of the packets; The device lets through what it should stop: 21 packets, 11152 bytes; Newly "
+     "permitted "
+     "by deny-all.json: 7 packets, 1930 bytes; Newly denied by deny-all.json: no packet; What they hit; "
+     "Step 1: access-edge.json; Step 2: deny-all.json; "},
+    {"packet edge-switch.json access-edge.json --fail-write 120" + kCapture, "not as configured",
+     "What becomes of the packets; The device lets through what it should stop: 2 packets, 196 bytes; What they hit; "
+     "What the device does; "},
+    {"verify small-switch.json small-policy.json --dump small-switch.dump --repair", "differs",
+     "Filters that differ; Link monitors that differ; What was compared; Repair; What the device does; "},
+};
+
 TEST(Pages, TellWhatTheReportsTellInTheSameSections) {
-  for (const auto& [command, state] : {
-           std::pair("apply edge-switch.json shared-filter.json shared-filter-2.json", "all applied"),
-           {"apply edge-switch.json access-edge.json access-edge.json --fail-write 120", "not all applied"},
-           {"apply small-switch.json refusals.json", "not all applied"},
-           {"apply edge-switch.json access-edge.json misread.json", "has errors"},
-           {"packet edge-switch.json type-conflict.json --interface port-1 --direction ingress "
-            "'arp 00:00:5e:00:53:09 > ff:ff:ff:ff:ff:ff'",
-            "not as configured"},
-           {"packet small-switch.json refusals.json --interface port-10 --direction egress tcp", "not known"},
-           {"packet edge-switch.json access-edge.json --expect access-edge.expect", "as wanted"},
-           {"packet edge-switch.json type-conflict.json --expect mixed", "not as wanted"},
-           {"verify small-switch.json small-policy.json --dump small-switch.dump --repair", "differs"},
-       }) {
+  for (const auto& [command, state, headings] : kPages) {
     SCOPED_TRACE(command);
-    const RunResult result = resultOf(wordsOf(command + std::string(" --json --html p")), textOf);
+    const RunResult result = resultOf(wordsOf(command + " --json --html p"), textOf);
     const json report = json::parse(result.output);
     const auto elements = elementsOf(result.files.at(0).text);
+    expectSound(elements);
+    EXPECT_THAT(headingsOf(elements), HasSubstr(headings));
     std::vector<Claim> claims = report.contains("steps")     ? claimsOfSteps(report)
                                 : report.contains("packets") ? claimsOfPackets(report)
+                                : report.contains("capture") ? claimsOfCapture(report["capture"])
                                                              : claimsOfMismatches(report);
-    claims.push_back({"header", "", {std::string(state) + " "}});
+    claims.push_back({"header", "", {state + " "}});
     // Bits that differ stand out in both words.
     EXPECT_EQ(std::ranges::count_if(elements, [](const Element& each) { return isOfClass(each, " other"); }),
               2 * differingBits(report));
@@ -273,20 +366,16 @@ TEST(Pages, NamesNeverBecomeMarkup) {
   const std::string hostile = "</title>\"><script>alert('1')</script>&lt;", plain = "plain";
   // The page where all names are that: its elements with their attributes, and how often it has the name.
   const auto shapeOf = [](const std::string& command, int exitStatus, const std::string& name) {
-    const json ace{{"name", name}, {"actions", {{"forwarding", "drop"}}}, {"matches", {{"ipv4", {{"length", 40}}}}}};
-    const json acl{{"name", name}, {"type", "ipv4-acl-type"}, {"aces", {{"ace", json::array({ace})}}}};
-    const json set{{"acl-set", json::array({{{"name", name}}})}};
-    const json place{{"interface-id", name}, {"ingress", {{"acl-sets", set}}}};
-    const json acls{{"acl", json::array({acl})}, {"attachment-points", {{"interface", json::array({place})}}}};
+    const json refused = ace(name, R"("ipv4": {"length": 40})", "drop");
+    const std::string acls = document({acl(name, "ipv4", {refused})}, {{name, "ingress", {name}}});
     const json port{{"name", name}, {"core", 1}, {"portGroup", 1}};
     const json device{{"inRules", 1}, {"outRules", 0}, {"interfaces", json::array({port})}};
     std::string registers;
     for (const char* each : {"enable", "action", "tcp", "udp", "rule[0]/mask_high", "rule[0]/mask_low",
                              "rule[0]/addr_high", "rule[0]/addr_low"})
       registers += fmt::format("msp_send[0]/i_filter[0]/{} 1\n", each);
-    const std::map<std::string, std::string> texts{{"d" + name, device.dump()},
-                                                   {"c" + name, json{{"ietf-access-control-list:acls", acls}}.dump()},
-                                                   {"r" + name, registers}};
+    const std::map<std::string, std::string> texts{
+        {"d" + name, device.dump()}, {"c" + name, acls}, {"r" + name, registers}};
     std::vector<std::string> words = wordsOf(command);
     for (std::string& each : words) {
       if (each.ends_with('~')) each.replace(each.size() - 1, 1, name);

@@ -10,6 +10,7 @@
 
 #include "command/ExitStatus.h"
 #include "command/Run.h"
+#include "sim/Documents.h"
 #include "support/Docs.h"
 
 namespace Sim {
@@ -216,30 +217,10 @@ TEST(ConfigurationReader, RefusesDifferentAclsOnASharedFilter) {
     {"name": "port-1", "core": 1, "portGroup": 1}, {"name": "port-2", "core": 1, "portGroup": 1}]})";
   for (const auto& [direction, acl, isRefused] :
        {std::tuple("ingress", "B", true), {"ingress", "A", false}, {"egress", "A", true}}) {
-    const std::string document = fmt::format(R"({{"ietf-access-control-list:acls": {{
-        "acl": [{{"name": "A", "type": "ipv4-acl-type"}}, {{"name": "B", "type": "ipv4-acl-type"}}],
-        "attachment-points": {{"interface": [
-          {{"interface-id": "port-1", "ingress": {{"acl-sets": {{"acl-set": [{{"name": "A"}}]}}}}}},
-          {{"interface-id": "port-2", "{}": {{"acl-sets": {{"acl-set": [{{"name": "{}"}}]}}}}}}]}}}}}})",
-                                             direction, acl);
-    EXPECT_EQ(findings(document, nullptr, device).size(), isRefused ? 1u : 0u) << direction << acl;
+    const std::string text = document({Sim::acl("A", "ipv4", {}), Sim::acl("B", "ipv4", {})},
+                                      {{"port-1", "ingress", {"A"}}, {"port-2", direction, {acl}}});
+    EXPECT_EQ(findings(text, nullptr, device).size(), isRefused ? 1u : 0u) << direction << acl;
   }
-}
-
-TEST(DeviceReader, ListsAllErrors) {
-  Diagnostics diagnostics;
-  readDevice("device.json", R"({"inRules": 256, "aclDropDelay": 1, "slots": 3, "interfaces": [
-      {"name": "port-1", "core": 0, "portGroup": 1}, {"name": "", "core": 1, "portGroup": 65536}, {"core": 1},
-      {"name": "p", "core": 1, "portGroup": 1}, {"name": "p", "core": 1, "portGroup": 2},
-      {"name": "q", "core": 1, "portGroup": 1}]})",
-             diagnostics);
-  std::vector<std::string> all;
-  for (const Diagnostic& each : diagnostics.all()) all.push_back(each.code + " " + each.path);
-  EXPECT_THAT(all, ElementsAre("unknown-member /slots", "out-of-range /inRules", "missing-member ",
-                               "wrong-type /aclDropDelay", "out-of-range /interfaces/0/core",
-                               "out-of-range /interfaces/1/name", "out-of-range /interfaces/1/portGroup",
-                               "missing-member /interfaces/2", "missing-member /interfaces/2",
-                               "duplicate-name /interfaces/4/name", "shared-filter /interfaces/5", "not-checked "));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "read/ConfigurationReader.h"
+#include "sim/Documents.h"
 #include "simulate/Framework.h"
 
 namespace Sim {
@@ -25,24 +26,16 @@ struct AclText {
 
 // ACLs 0, 1, ..., attached to the only interface.
 std::string documentOf(const std::vector<AclText>& acls) {
-  using nlohmann::json;
-  json list = json::array(), sets = json::array();
-  for (size_t i = 0; i < acls.size(); ++i) {
-    json aces = json::array();
-    for (const std::string& matches : acls[i].matches) {
-      aces.push_back({{"name", std::string(1, char('a' + aces.size()))},
-                      {"matches", json::parse("{" + matches + "}")},
-                      {"actions", {{"forwarding", "drop"}}}});
-    }
-    const json name = std::to_string(i);
-    list.push_back({{"name", name}, {"type", acls[i].type + "-acl-type"}, {"aces", {{"ace", aces}}}});
-    if (!acls[i].direction.empty()) sets.push_back({{"name", name}});
+  std::vector<nlohmann::json> all;
+  Attached port1{"port-1", acls[0].direction == "ingress" ? "ingress" : "egress", {}};
+  for (const auto& [type, direction, matches] : acls) {
+    std::vector<nlohmann::json> aces;
+    for (const std::string& each : matches) aces.push_back(ace(std::string(1, char('a' + aces.size())), each, "drop"));
+    const std::string name = std::to_string(all.size());
+    all.push_back(acl(name, type, aces));
+    if (!direction.empty()) port1.acls.push_back(name);
   }
-  const std::string direction = acls[0].direction == "ingress" ? "ingress" : "egress";
-  const json point{{"interface-id", "port-1"}, {direction, {{"acl-sets", {{"acl-set", sets}}}}}};
-  return json{
-      {"ietf-access-control-list:acls", {{"acl", list}, {"attachment-points", {{"interface", json::array({point})}}}}}}
-      .dump();
+  return document(all, {port1});
 }
 
 // A small device, and what it says of the first thing that is refused.

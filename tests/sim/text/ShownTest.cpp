@@ -18,7 +18,8 @@ TEST(Shown, NothingIsLeftThatATerminalActsOn) {
       {std::string("\0", 1), R"(\x00)", 4},
       {"\u009b \u061c \u200f \u2028 \u202e \u2069", R"(\u009b \u061c \u200f \u2028 \u202e \u2069)", 41},
       {"\x9b \xc0\x8a \xed\xa0\x80 \xe2\x80", R"(\x9b \xc0\x8a \xed\xa0\x80 \xe2\x80)", 35},
-      {"gr\u00fc\u00df e\u0301 \u7aef\u53e3 \U0001f600", "gr\u00fc\u00df e\u0301 \u7aef\u53e3 \U0001f600", 14},
+      {"gr\u00fc\u00df e\u0301 \u7aef\u53e3 \uff21 \U0001f600", "gr\u00fc\u00df e\u0301 \u7aef\u53e3 \uff21 \U0001f600",
+       17},
       {R"(C:\acl \n \\ \)", R"(C:\acl \\n \\\ \)", 16},
   };
   for (const auto& [text, shown, columns] : cases) {
