@@ -64,7 +64,9 @@ struct TranslateTest : HelperTest {
         EXPECT_THAT(fmt::format("{} {}", error, decision), testing::StartsWith(outcome)) << before;
         EXPECT_EQ(helper->lastRefused().toText(), error == 0 ? "" : decision);
         EXPECT_EQ(text(), after != nullptr ? after : before) << outcome;
-        if (decision.ends_with("successful!")) EXPECT_EQ(atDecision, text()) << "it is said once it is so";
+        if (decision.ends_with("successful!")) {
+          EXPECT_EQ(atDecision, text()) << "it is said once it is so";
+        }
         EXPECT_EQ(shadow->applyingIntf(e1), error == 0) << outcome;
       }
     }
