@@ -117,13 +117,13 @@ void expectSound(const std::vector<Element>& elements) {
   }
 }
 
-// Its parts, in their order.
-std::string headingsOf(const std::vector<Element>& elements) {
-  std::string headings;
+// Of all elements of that name, in their order.
+std::string textsOf(const std::vector<Element>& elements, std::string_view name) {
+  std::string texts;
   for (const Element& each : elements) {
-    if (each.name == "h2") headings += each.text + "; ";
+    if (each.name == name) texts += each.text + "; ";
   }
-  return headings;
+  return texts;
 }
 
 // Adds the texts that these members have.
@@ -336,7 +336,7 @@ TEST(Pages, TellWhatTheReportsTellInTheSameSections) {
     const json report = json::parse(result.output);
     const auto elements = elementsOf(result.files.at(0).text);
     expectSound(elements);
-    EXPECT_THAT(headingsOf(elements), HasSubstr(headings));
+    EXPECT_THAT(textsOf(elements, "h2"), HasSubstr(headings));
     std::vector<Claim> claims = report.contains("steps")     ? claimsOfSteps(report)
                                 : report.contains("packets") ? claimsOfPackets(report)
                                 : report.contains("capture") ? claimsOfCapture(report["capture"])
@@ -359,6 +359,31 @@ TEST(Pages, TellWhatTheReportsTellInTheSameSections) {
       EXPECT_TRUE(holds(place, elements)) << each.text << " leads to " << id;
       EXPECT_EQ(std::ranges::count_if(elements, [&](const Element& to) { return isTo(to, id); }), 1) << id;
     }
+  }
+}
+
+TEST(Pages, ShowOnceWhatIsAlike) {
+  const std::string others =
+      "port-5, egress; port-1, port-2, port-3 and 4 more, egress; port-3, port-4, port-5 and 3 more, ingress; ";
+  const struct {
+    std::string command;
+    std::string filters;
+    const char* intf;
+  } rows[] = {
+      {"apply edge-switch.json access-edge.json", "port-1 and port-2, ingress; " + others, "port-1 and port-2"},
+      // The first write to the second of them.
+      {"apply edge-switch.json access-edge.json --fail-write 120", "port-1, ingress; port-2, ingress; " + others,
+       "port-2"},
+      {"apply edge-switch.json shared-filter-2.json",
+       "port-1, ingress; port-2, ingress; port-1, port-2, port-3 and 5 more, egress; port-3, port-4, port-5 and 3 "
+       "more, "
+       "ingress; ",
+       "port-3 blocked: passes no traffic"},
+  };
+  for (const auto& [command, filters, intf] : rows) {
+    const auto elements = elementsOf(resultOf(wordsOf(command + " --html p"), textOf).files.at(0).text);
+    EXPECT_EQ(textsOf(elements, "h3"), "Interfaces; " + filters) << command;
+    EXPECT_THAT(textsOf(elements, "th"), HasSubstr(std::string("; ") + intf + "; ")) << command;
   }
 }
 
