@@ -8,6 +8,7 @@ TEST_F(AclHelperTest, IngressIsSupportedAsTheAttributeSaysWhateverTheSlots) {
   for (const uint8_t slots : {uint8_t{0}, uint8_t{24}}) {
     build(slots, 0);
     EXPECT_EQ(helper->ingressAclsSupported(), slots != 0) << "initially";
+    EXPECT_FALSE(helper->ingressIpAclSupported() || helper->egressIpAclSupported()) << "before hwInit";
     for (const bool isSupported : {true, false}) {
       byName(*helper).set("ingressAclsSupported", isSupported);
       helper->hwInit();

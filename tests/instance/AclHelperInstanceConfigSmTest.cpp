@@ -18,6 +18,7 @@ struct AclHelperInstanceConfigSmTest : HelperTest {
 
 TEST_F(AclHelperInstanceConfigSmTest, AppliesTheFlagWhenMade) {
   config->aclDropDelayIs(true);
+  EXPECT_FALSE(status->aclDropDelay());
   makeReactor();
   EXPECT_EQ(taken(), once);
   EXPECT_TRUE(status->aclDropDelay());

@@ -39,4 +39,12 @@ TEST_F(TraceTest, APassVisitsInterfacesInTheOrderOfItsCollection) {
   EXPECT_EQ(visited(), std::vector(deleting.begin(), deleting.end()));
 }
 
+TEST_F(TraceTest, APrecreationSaysWhatItMarksBeforeItDoes) {
+  const auto shadow = applied(acl, {e1});
+  trace.levelIs(5);
+  onTrace = [&] { EXPECT_FALSE(log.back().starts_with("5 precreateAcl: marking") && shadow->applyingIntf(e1)); };
+  helper->precreateAcl(acl, nullptr);
+  EXPECT_TRUE(shadow->applyingIntf(e1));
+}
+
 }  // namespace Kestrix::Test

@@ -246,6 +246,7 @@ TEST_F(ByNameTest, ValuesConvertWhereNothingIsLost) {
   EXPECT_EQ(byName(*helper).read("vcsd").as<Ptr<const Platform::VelCommonSmData>>(), unchangeable);
   EXPECT_THROW(byName(*helper).read("vcsd").as<Ptr<Platform::VelCommonSmData>>(), WrongTypeError);
   EXPECT_EQ(byName(*helper).read("transport").toText(), "present");
+  EXPECT_THROW(byName(*helper).read("transport").as<Ptr<Platform::VelCommonSmData>>(), WrongTypeError);
   const Platform::Value constText = Platform::Value(Ptr<const IpAcl>(ipShadow)).toText();
   EXPECT_EQ(constText.as<Ptr<const IpAcl>>(), ipShadow);
   EXPECT_EQ(constText.toText(), std::as_const(*ipShadow).reference());

@@ -35,6 +35,7 @@ TEST(Text, ReadsBackWhatItPrintsAndQuotesWhatItRefuses) {
   expectText<Acl::AclType>({"ipv4", "ipv6", "mac", "3", "255"}, {"", "IPV4", "2", "256", "+3"});
   EXPECT_THAT([] { fromText<EthAddrWithMask>("00:11:aa:ff:00:01"); },
               ThrowsMessage<RangeError>("\"00:11:aa:ff:00:01\" has no mask: address/mask is wanted"));
+  EXPECT_LT(UniqueId(1), UniqueId(2));
   const std::string most(80, 'x');
   EXPECT_THAT([&] { fromText<bool>(most + "x"); }, ThrowsMessage<RangeError>(HasSubstr('"' + most + "\"...")));
   EXPECT_EQ(fmt::format("{} {}", static_cast<Acl::AclType>(9),

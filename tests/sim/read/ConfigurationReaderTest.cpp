@@ -156,7 +156,7 @@ TEST(ConfigurationReader, ListsAllErrorsOfADocument) {
         "attachment-points": {"interface": [
           {"interface-id": "port-1", "ingress": {"acl-sets": {"acl-set": [{"name": "A"}, {"name": "B"}]}}},
           {"interface-id": "port-1"},
-          {"interface-id": "port-9", "egress": {"acl-sets": {"acl-set": [{"name": "C"}], "x/y": 1}}}]}},
+          {"interface-id": "port-9", "egress": {"acl-sets": {"acl-set": [{"name": "C"}], "x/~y": 1}}}]}},
       "more": 1})"),
       ElementsAre("duplicate-key " + acls + "/acl/0/aces/ace/1/name", "unknown-member /more",
                   "unknown-interface /ietf-interfaces:interfaces/interface/0",
@@ -164,7 +164,7 @@ TEST(ConfigurationReader, ListsAllErrorsOfADocument) {
                   "duplicate-name " + acls + "/acl/1/name", "missing-member " + acls + "/acl/3",
                   "same-type " + points + "/0/ingress/acl-sets/acl-set/1",
                   "duplicate-name " + points + "/1/interface-id", "unknown-interface " + points + "/2/interface-id",
-                  "unknown-member " + points + "/2/egress/acl-sets/x~1y",
+                  "unknown-member " + points + "/2/egress/acl-sets/x~1~0y",
                   "unknown-acl " + points + "/2/egress/acl-sets/acl-set/0"));
 }
 
@@ -211,10 +211,11 @@ TEST(ConfigurationReader, SaysItShortly) {
   }
 }
 
-// Two interfaces on one filter would overwrite each other's ACL.
-TEST(ConfigurationReader, RefusesDifferentAclsOnASharedFilter) {
+// Two interfaces on one filter would overwrite each other's ACL, and block each other's traffic.
+TEST(ConfigurationReader, RefusesDifferentAclsOrStatesOnASharedFilter) {
   const std::string device = R"({"inRules": 4, "outRules": 4, "interfaces": [
     {"name": "port-1", "core": 1, "portGroup": 1}, {"name": "port-2", "core": 1, "portGroup": 1}]})";
+  EXPECT_THAT(findings(document({}, {}, "port-1"), nullptr, device), ElementsAre("shared-filter "));
   for (const auto& [direction, acl, isRefused] :
        {std::tuple("ingress", "B", true), {"ingress", "A", false}, {"egress", "A", true}}) {
     const std::string text = document({Sim::acl("A", "ipv4", {}), Sim::acl("B", "ipv4", {})},
