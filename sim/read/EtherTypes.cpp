@@ -1,6 +1,7 @@
 #include "read/EtherTypes.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -24,8 +25,8 @@ constexpr EtherType kEtherTypes[] = {
     {"ipv4", 0x0800},
     {"arp", 0x0806},
     {"wlan", 0x0842},
-    {"trill", 0x22F3},
     {"srp", 0x22EA},
+    {"trill", 0x22F3},
     {"decnet", 0x6003},
     {"rarp", 0x8035},
     {"appletalk", 0x809B},
@@ -68,6 +69,9 @@ constexpr EtherType kEtherTypes[] = {
     {"tte", 0x891D},
     {"hsr", 0x892F},
 };
+static_assert(std::ranges::adjacent_find(kEtherTypes, std::ranges::greater_equal(), &EtherType::number) ==
+                  std::end(kEtherTypes),
+              "the numbers ascend: two names of one are a mistake");
 
 std::optional<uint32_t> readName(const Place& place) {
   const auto name = place.text();

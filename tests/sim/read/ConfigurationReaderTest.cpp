@@ -48,7 +48,10 @@ const std::string kAce = "/ietf-access-control-list:acls/acl/0/aces/ace/0";
 
 // As the rule reaches the helper: protocol, source, destination, ports as port:low-high, IP length.
 std::string ruleWords(const Ace& ace) {
-  if (std::holds_alternative<FragmentRule>(ace.rule)) return "fragment rule";
+  if (const auto* fragments = std::get_if<FragmentRule>(&ace.rule)) {
+    const auto& [action, filter] = fragments->config;
+    return fmt::format("fragment rule: {} {} {} {}", action, filter.proto, filter.srcIp, filter.dstIp);
+  }
   if (const auto* mac = std::get_if<MacRule>(&ace.rule)) return mac->config.filter.toText();
   const auto& rule = std::get<IpRule>(ace.rule);
   auto ports = [](const Ports& each) { return fmt::format("{}:{}-{}", each.port, each.low, each.high); };
