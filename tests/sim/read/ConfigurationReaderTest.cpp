@@ -21,20 +21,15 @@ using testing::ElementsAre;
 constexpr char kDevice[] = R"({"inRules": 4, "outRules": 4, "interfaces": [
     {"name": "port-1", "core": 1, "portGroup": 1}, {"name": "port-2", "core": 1, "portGroup": 2}]})";
 
-// The findings about a document, as "code path".
-std::vector<std::string> findings(const std::string& text, Configuration* read = nullptr,
-                                  const std::string& deviceText = kDevice) {
+std::vector<Diagnostic> diagnosticsOf(const std::string& text, Configuration* read = nullptr,
+                                      const std::string& deviceText = kDevice) {
   Diagnostics deviceDiagnostics;
   const Device device = readDevice("device.json", deviceText, deviceDiagnostics);
   EXPECT_FALSE(deviceDiagnostics.hasErrors());
   Diagnostics diagnostics;
   Configuration configuration = readConfiguration("acls.json", text, device, diagnostics);
   if (read != nullptr) *read = std::move(configuration);
-  std::vector<std::string> all;
-  for (const Diagnostic& each : diagnostics.all()) {
-    all.push_back(each.code + " " + each.path);
-  }
-  return all;
+  return diagnostics.all();
 }
 
 // A document of one IPv4 ACL with one ACE.
@@ -66,12 +61,13 @@ std::vector<std::pair<std::string, std::string>> rowsBelow(const std::string& he
 // What becomes of an ACE: the rule as it reaches the helper, and the findings, from their place in the ACE on.
 std::string outcome(const std::string& document) {
   Configuration read;
-  std::vector<std::string> found = findings(document, &read);
-  for (std::string& each : found) {
-    for (const std::string& place : {kAce + "/matches", kAce}) {
-      if (const auto at = each.find(place); at != each.npos) each.erase(at, place.size());
+  std::vector<std::string> found;
+  for (const Diagnostic& each : diagnosticsOf(document, &read)) {
+    std::string place = each.path;
+    for (const std::string& start : {kAce + "/matches", kAce}) {
+      if (place.starts_with(start)) place.erase(0, start.size());
     }
-    if (each.ends_with(' ')) each.pop_back();  // It is about the ACE as a whole.
+    found.push_back(each.code + (place.empty() ? "" : " ") + place);
   }
   if (!read.acls.at(0).aces.empty()) found.insert(found.begin(), ruleWords(read.acls[0].aces[0]));
   return fmt::format("{}", fmt::join(found, "`, `"));
@@ -148,11 +144,11 @@ TEST(ConfigurationReader, WhatItSaysOfAMistakeMendsIt) {
 TEST(ConfigurationReader, ListsAllErrorsOfADocument) {
   const std::string acls = "/ietf-access-control-list:acls";
   const std::string points = acls + "/attachment-points/interface";
-  EXPECT_THAT(
-      findings(R"({"ietf-interfaces:interfaces": {"interface": [{"name": "port-9"}]},
+  std::vector<std::string> found;
+  for (const Diagnostic& each : diagnosticsOf(R"({"ietf-interfaces:interfaces": {"interface": [{"name": "port-9"}]},
       "ietf-access-control-list:acls": {
         "acl": [{"name": "A", "type": "ipv4-acl-type", "aces": {"ace": [{"name": "a", "actions": {"forwarding": "drop"}},
-                                                                     {"name": "a", "name": "a"}]}},
+                                                                     {"name": "a", "name": "a"}, {"name": "c"}]}},
                 {"name": "A", "type": "ipv4-acl-type"},
                 {"name": "B", "type": "ietf-access-control-list:ipv4-acl-type"},
                 {"name": "untyped~/"}],
@@ -160,11 +156,15 @@ TEST(ConfigurationReader, ListsAllErrorsOfADocument) {
           {"interface-id": "port-1", "ingress": {"acl-sets": {"acl-set": [{"name": "A"}, {"name": "B"}]}}},
           {"interface-id": "port-1"},
           {"interface-id": "port-9", "egress": {"acl-sets": {"acl-set": [{"name": "C"}], "x/~y": 1}}}]}},
-      "more": 1})"),
+      "more": 1})"))
+    found.push_back(each.code + " " + each.path + (each.acl.empty() ? "" : " " + each.acl + "/" + each.ace));
+  EXPECT_THAT(
+      found,
       ElementsAre("duplicate-key " + acls + "/acl/0/aces/ace/1/name", "unknown-member /more",
                   "unknown-interface /ietf-interfaces:interfaces/interface/0",
-                  "duplicate-name " + acls + "/acl/0/aces/ace/1/name", "missing-member " + acls + "/acl/0/aces/ace/1",
-                  "duplicate-name " + acls + "/acl/1/name", "missing-member " + acls + "/acl/3",
+                  "duplicate-name " + acls + "/acl/0/aces/ace/1/name A/",
+                  "missing-member " + acls + "/acl/0/aces/ace/1 A/", "missing-member " + acls + "/acl/0/aces/ace/2 A/c",
+                  "duplicate-name " + acls + "/acl/1/name", "missing-member " + acls + "/acl/3 untyped~//",
                   "same-type " + points + "/0/ingress/acl-sets/acl-set/1",
                   "duplicate-name " + points + "/1/interface-id", "unknown-interface " + points + "/2/interface-id",
                   "unknown-member " + points + "/2/egress/acl-sets/x~1~0y",
@@ -218,12 +218,12 @@ TEST(ConfigurationReader, SaysItShortly) {
 TEST(ConfigurationReader, RefusesDifferentAclsOrStatesOnASharedFilter) {
   const std::string device = R"({"inRules": 4, "outRules": 4, "interfaces": [
     {"name": "port-1", "core": 1, "portGroup": 1}, {"name": "port-2", "core": 1, "portGroup": 1}]})";
-  EXPECT_THAT(findings(document({}, {}, "port-1"), nullptr, device), ElementsAre("shared-filter "));
+  EXPECT_EQ(diagnosticsOf(document({}, {}, "port-1"), nullptr, device).at(0).code, "shared-filter");
   for (const auto& [direction, acl, isRefused] :
        {std::tuple("ingress", "B", true), {"ingress", "A", false}, {"egress", "A", true}}) {
     const std::string text = document({Sim::acl("A", "ipv4", {}), Sim::acl("B", "ipv4", {})},
                                       {{"port-1", "ingress", {"A"}}, {"port-2", direction, {acl}}});
-    EXPECT_EQ(findings(text, nullptr, device).size(), isRefused ? 1u : 0u) << direction << acl;
+    EXPECT_EQ(diagnosticsOf(text, nullptr, device).size(), isRefused ? 1u : 0u) << direction << acl;
   }
 }
 
