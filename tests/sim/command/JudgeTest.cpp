@@ -44,7 +44,9 @@ std::string judged(const json& judgement) {
 
 std::vector<std::string> saidOf(const json& step) {
   std::vector<std::string> said;
-  for (const json& each : step["interfaces"]) said.push_back(each["acl"].dump() + each["state"].dump());
+  for (const json& each : step["interfaces"]) {
+    said.push_back(each["acl"].dump() + each["state"].dump() + (each.value("overruled", false) ? " overruled" : ""));
+  }
   for (const json& each : step["differences"]) {
     said.push_back(fmt::format("{} {} {} {} {}", each["interface"].dump(), each.value("type", "none"),
                                each["kind"].dump(), each["packet"].dump(), judged(each)));
@@ -87,12 +89,12 @@ TEST(Judge, SaysWhatFiltersDoOtherwise) {
            {"order",
             {onPort1({{'M', arp}}), onPort1({{'I', nothing}, {'M', arp}})},
             {},
-            {"Iactive", "Mactive", "tcp 192.0.2.1:49152 > 198.51.100.1:443: M/rest rest, I/nothing rest",
+            {"Iactive", "Mactive overruled", "tcp 192.0.2.1:49152 > 198.51.100.1:443: M/rest rest, I/nothing rest",
              "its ACLs came in another order than on a fresh device: M, I, there I, M"}},
            {"again",
             {onPort1({{'I', lab}, {'M', arp}}), onPort1({{'I', nothing}, {'M', arp}})},
             {},
-            {"Iactive", "Mactive", "tcp 192.0.3.1:49152 > 198.51.100.1:443: M/rest rest, I/nothing rest",
+            {"Iactive", "Mactive overruled", "tcp 192.0.3.1:49152 > 198.51.100.1:443: M/rest rest, I/nothing rest",
              "ACL I was written again: I, M, I, on a fresh device I, M"}},
            {"type",
             {onPort1({{'I', lab}, {'M', arp}}), onPort1({{'M', arp}})},
@@ -134,6 +136,9 @@ TEST(Judge, NamesWhoDecides) {
            {covered,
             {},
             {"ACEs \"low\", \"high\" together cover all", "ACE \"low\" covers all", "2 slots are wasted: "}},
+           {onPort1({{'I', {kPermitAll}}, {'M', {kDenyAll}}}),
+            {},
+            {"its deny of what no slot matches is overruled on port-1", "not on port-1, where the other ACL"}},
            {station, {"inShadowFilter.shadowFilter[port-1].multicast=1"}, {"denied by its verdict for multicast"}},
            {station, {acl + "broadcast=1"}, {"denied by its verdict for broadcast"}}}) {
     CommandLine line{.configFiles = {"c"}};

@@ -19,23 +19,6 @@ using testing::HasSubstr;
 
 json jsonOf(const RunResult& result) { return json::parse(result.output); }
 
-TEST(Run, TheVerdictOfAMacAclLosesAgainstThatOfTheIpv4Acl) {
-  const std::string both =
-      document({acl("I", "ipv4", {ace("all", "", "accept")}), acl("M", "eth", {ace("all", "", "drop")})},
-               {{"port-1", "ingress", {"I", "M"}}});
-  const std::string device = example("edge-switch.json");
-  EXPECT_THAT(
-      run({.configFiles = {"c"}}, device, {both}, false).output,
-      AllOf(HasSubstr("I    active   0/24   permit\nport-1     ingress    M    differs  0/24   permit     its deny of "
-                      "what no slot matches is overruled\n"),
-            HasSubstr("ACL M (eth-acl-type, ingress): differs: its deny of what no slot matches is overruled "
-                      "on port-1\n  all  no slot: denies everything that no slot matches; not on port-1, where the "
-                      "other ACL of the filter decides it\n")));
-  const json step = jsonOf(run({.configFiles = {"c"}, .json = true}, device, {both}, false))["steps"][0];
-  EXPECT_TRUE(!step["interfaces"][0]["overruled"] && step["interfaces"][1]["overruled"]);
-  EXPECT_EQ(step["acls"][0]["overruledOn"].dump() + step["acls"][1]["overruledOn"].dump(), R"([]["port-1"])");
-}
-
 const json kFits = ace("fits", R"("ipv4": {"destination-ipv4-network": "192.0.2.0/24"})", "drop"),
            kRange = ace("range", R"("tcp": {"source-port": {"lower-port": 1, "upper-port": 2}})", "drop"),
            kBad = ace("bad", R"("ipv4": {"ttl": 1})", "drop");

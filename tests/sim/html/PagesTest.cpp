@@ -86,8 +86,8 @@ bool holds(const Claim& claim, const std::vector<Element>& elements) {
   });
 }
 
-bool isOfClass(const Element& element, std::string_view ending) {
-  const auto found = element.attributes.find("class");
+bool endsWith(const Element& element, const char* attribute, std::string_view ending) {
+  const auto found = element.attributes.find(attribute);
   return found != element.attributes.end() && found->second.ends_with(ending);
 }
 
@@ -110,7 +110,7 @@ void expectSound(const std::vector<Element>& elements) {
       EXPECT_NE(each.attributes.at("aria-label"), each.text);
     }
     // The bits behind a value are those of the value.
-    if (isOfClass(each, "bits")) {
+    if (endsWith(each, "class", "bits")) {
       EXPECT_EQ(std::stoul(each.text, nullptr, 2), std::stoul(before->text, nullptr, 16));
     }
     before = &each;
@@ -286,11 +286,6 @@ std::string textOf(const std::string& file) {
          "permit port-1 ingress tcp 198.51.100.1 > 192.0.2.1\n";
 }
 
-bool isTo(const Element& element, const std::string& id) {
-  const auto found = element.attributes.find("id");
-  return found != element.attributes.end() && found->second == id;
-}
-
 struct PageRow {
   std::string command;
   std::string state;
@@ -343,7 +338,7 @@ TEST(Pages, TellWhatTheReportsTellInTheSameSections) {
                                                              : claimsOfMismatches(report);
     claims.push_back({"header", "", {state + " "}});
     // Bits that differ stand out in both words.
-    EXPECT_EQ(std::ranges::count_if(elements, [](const Element& each) { return isOfClass(each, " other"); }),
+    EXPECT_EQ(std::ranges::count_if(elements, [](const Element& each) { return endsWith(each, "class", " other"); }),
               2 * differingBits(report));
     for (const json& each : report["diagnostics"])
       claims.push_back({"li", "", {each["file"], each["severity"], each["message"], each["remedy"]}});
@@ -357,7 +352,7 @@ TEST(Pages, TellWhatTheReportsTellInTheSameSections) {
       std::istringstream in(each.text);
       for (std::string word; in >> word;) place.texts.push_back(word);
       EXPECT_TRUE(holds(place, elements)) << each.text << " leads to " << id;
-      EXPECT_EQ(std::ranges::count_if(elements, [&](const Element& to) { return isTo(to, id); }), 1) << id;
+      EXPECT_EQ(std::ranges::count_if(elements, [&](const Element& to) { return endsWith(to, "id", id); }), 1) << id;
     }
   }
 }
