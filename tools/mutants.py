@@ -184,6 +184,8 @@ class Source:
             yield self.mutant("telling" if telling else "statement", start, end, ";")
         for (start, end), (next_start, next_end) in zip(statements, statements[1:]):
             both = (self.code[start:end], self.code[next_start:next_end])
+            if any(re.search(r"(?<![=!<>+|&-]) = (?!.*\[)", each.partition("{")[0]) for each in both):
+                continue  # Two values are set.
             if self.code[end:next_start].strip("\x01 \n") or not all(map(CALL.match, both)) or all(map(SETTER.match, both)):
                 continue
             swapped = self.text[next_start:next_end] + self.text[end:next_start] + self.text[start:end]
@@ -264,7 +266,9 @@ class Source:
     def cases(self):
         label = re.compile(r"^( *)(case [^\n]*:|default:)[^\n]*\n(?:\1 +[^\n]*\n)*", re.MULTILINE)
         for found in label.finditer(self.code):
-            if not re.search(r":\s*(?:break|return);\s*$", found.group()):  # Nothing happens without it, either.
+            # Nothing happens without it, either: not in it, nor in the one that it shares its statements with.
+            shared = re.match(r"(?:\s*(?:case [^\n]*|default):\n)*\s*(?:break|return);", self.code[found.end():])
+            if not re.search(r":\s*(?:break|return);\s*$", found.group()) and not (shared and found.group().rstrip().endswith(":")):
                 yield self.mutant("case", found.start(), found.end(), "")
 
     def returns(self):

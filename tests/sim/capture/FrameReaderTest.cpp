@@ -122,6 +122,7 @@ TEST(FrameReader, SeesWhatContradictsItself) {
     EXPECT_TRUE(read.unknown.contains(unknown)) << bytes;
     EXPECT_EQ(read.packet[unknown], 0u) << bytes;
   }
+  EXPECT_EQ(read(bytesOf(std::rbegin(rows)->bytes), DLT_EN10MB, 20).lack, Lack::malformed) << "also where it is cut";
 }
 
 }  // namespace

@@ -90,20 +90,6 @@ TEST(Run, OneBadDocumentHidesNothing) {
   }
 }
 
-TEST(Run, ARefusedAclFillsTheSlotsThatItsPreviousVersionKeeps) {
-  // On port-1, an ACL of that name with one rule.
-  const auto documentOf = [](const std::string& name, const std::string& more) {
-    const json rule = ace("a", R"("ipv4": {"source-ipv4-network": "192.0.2.1/32")" + more + "}", "accept");
-    return document({acl(name, "ipv4", {rule})}, {{"port-1", "ingress", {name}}});
-  };
-  for (const auto& [name, slots] : {std::pair("A", 1), {"B", 0}}) {
-    const json steps = jsonOf(run({.configFiles = {"v1", "v2"}, .json = true}, example("edge-switch.json"),
-                                  {documentOf("A", ""), documentOf(name, R"(, "length": 40)")}, false))["steps"];
-    EXPECT_EQ(steps[1]["interfaces"][0]["state"], "refused");
-    EXPECT_EQ(steps[1]["interfaces"][0]["slotsUsed"], slots) << name;
-  }
-}
-
 // The lines of progress when the clock advances by `step` whenever it is read.
 std::vector<std::string> progressOf(std::chrono::milliseconds step) {
   std::vector<std::string> lines;

@@ -113,6 +113,7 @@ TEST(Verify, WhatIsWrongWithADumpIsNamed) {
     const RunResult result = verifyDump(text);
     EXPECT_EQ(result.exitStatus, kBadInput) << message;
     EXPECT_THAT(result.output, HasSubstr(message));
+    EXPECT_THAT(result.output, testing::Not(HasSubstr("\"remedy\": \"\"")));
     EXPECT_LT(result.output.size(), text == faulty ? 400000u : 20000u);
   }
   const RunResult more = verifyDump("other 7 # counted\n\n \t# " + std::string(3, '\0') + "\n" + dump);

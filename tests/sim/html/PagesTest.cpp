@@ -217,6 +217,10 @@ std::vector<Claim> claimsOfCapture(const json& capture) {
   const auto claimRow = [&](const json& first, const json& count) {
     claims.push_back({"tr", "", {first, numberOf(count, "packets"), numberOf(count, "bytes")}});
   };
+  claims.push_back({"p",
+                    "",
+                    {capture["file"], capture["interface"], capture["direction"], capture["all"]["packets"].dump(),
+                     capture["all"]["bytes"].dump()}});
   for (const json& acl : capture["acls"]) {
     for (const json& ace : acl["aces"]) claimRow(ace["ace"], ace["count"]);
   }
@@ -269,6 +273,7 @@ std::vector<Claim> claimsOfMismatches(const json& report) {
   for (const json& each : report.value("repair", json::array()))
     repair += fmt::format("{} 0x{:08x}\n", each["path"].get<std::string>(), each["value"].get<uint32_t>());
   if (!repair.empty()) claims.push_back({"pre", "", {repair}});
+  claims.push_back({"section", "", {"What was compared", "filters differ", "link monitors differ", "other registers"}});
   return claims;
 }
 

@@ -90,7 +90,7 @@ const std::string kTo = R"("tcp": {"destination-port": {"port": 443}})";
 const std::string kMacFrom = R"("source-mac-address": "00:00:5e:00:53:01")";
 const std::string kMacTo =
     R"("destination-mac-address": "00:00:5e:00:53:00", "destination-mac-address-mask": "ff:ff:ff:ff:ff:00")";
-const std::string kArp = R"("ethertype": "arp")";
+const std::string kArp = R"("ethertype": "arp")", kLldp = R"("ethertype": "lldp")";
 std::string eth(const std::string& fields) { return R"("eth": {)" + fields + "}"; }
 std::string ports(const std::string& ports) { return R"("tcp": {"destination-port": {)" + ports + "}}"; }
 
@@ -159,9 +159,9 @@ const Remedy kRemedies[] = {
      {"ethertype arp)", "Leave out source-mac-address 00:00:5e:00:53:01: this widens the rule. Or leave out ethertype"},
      mac({eth(kArp), eth(kMacFrom)})},
     {protocolAddress,
-     mac({eth(kMacFrom), eth(kMacFrom), eth(kArp + "," + kMacFrom)}),
+     mac({eth(kMacFrom), eth(kMacFrom), eth(kLldp + "," + kMacFrom)}),
      {"53:01: this widens the rule.\n"},
-     mac({eth(kMacFrom), eth(kMacFrom), eth(kArp)})},
+     mac({eth(kMacFrom), eth(kMacFrom), eth(kLldp)})},
     {noIngress, {{"ipv4", "ingress", {kFrom}}}, {"Attach the ACL to egress, where it filters what"}, ip({kFrom})},
     {aclType,
      {{"mixed-eth-ipv4", "egress", {}}, {"ipv4", "egress", {}}},
