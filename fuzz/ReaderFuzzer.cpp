@@ -1,5 +1,5 @@
-// Feeds arbitrary bytes to a reader of kestrix-sim, of configurations or of devices, and what it accepts to the
-// library. Of a device and a configuration, whatever they say, it requires what holds for all of them.
+// Feeds arbitrary bytes to a reader of kestrix-sim, of configurations, devices or dumps, and what it accepts to the
+// library. Of all of them, whatever they say, it requires what holds for all.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +11,8 @@
 #include "command/Run.h"
 
 namespace {
+
+const std::string kNothing = R"({"ietf-access-control-list:acls": {}})";
 
 void require(bool holds, const char* what) {
   if (holds) return;
@@ -41,12 +43,26 @@ void check(const std::string& device, const std::string& configuration) {
   require(found.exitStatus == Sim::kEqual, "a device is as its dump says");
 }
 
+void checkDump(const std::string& device, const std::string& dump) {
+  const Sim::CommandLine line{.deviceFile = "d",
+                              .configFiles = {"c"},
+                              .json = true,
+                              .verify = Sim::VerifyOptions{.dumpFile = "f", .repair = true}};
+  Sim::Progress none;
+  const Sim::RunResult result = Sim::runVerify(line, {device}, {{kNothing}}, {dump}, {}, none);
+  const auto report = nlohmann::json::parse(result.output);
+  require(report.contains("repair") == (result.exitStatus != Sim::kBadInput), "what can be read can be mended");
+  require(report["result"] == "differs" || result.exitStatus != Sim::kDiffers, "the report says how it ended");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
-#ifdef KESTRIX_FUZZED_Device
-  check(text, R"({"ietf-access-control-list:acls": {}})");
+#if defined(KESTRIX_FUZZED_Device)
+  check(text, kNothing);
+#elif defined(KESTRIX_FUZZED_Dump)
+  checkDump(R"({"inRules": 0, "outRules": 1, "interfaces": [{"name": "port-1", "core": 1, "portGroup": 1}]})", text);
 #else
   check(R"({"inRules": 2, "outRules": 3, "interfaces": [
       {"name": "port-1", "core": 1, "portGroup": 1}, {"name": "port-2", "core": 2, "portGroup": 1}]})",

@@ -52,6 +52,7 @@ DECLARATION = re.compile(r"^\s*(const |constexpr |static |inline |explicit |virt
 CALL = re.compile(r"^\s*[\w:.>()*-]+\(")
 # Of a class: their order is no call's.
 OF_CLASS = re.compile(r".*= (?:default|delete);|decltype\(")
+RANGE = re.compile(r"\{[\s\da-fA-FxX',]+\}")  # Of a set: their order is none.
 TRIVIAL = {"{}", "false", "0", "nullptr", '""'}  # What a member that is given nothing is, too.
 # Sets one member of a value: two of them come to the same in either order.
 SETTER = re.compile(r"\w+(?:\.|->)\w+Is\(")
@@ -258,7 +259,7 @@ class Source:
             for k, (start, stop) in enumerate(rows if len(rows) > 1 else []):
                 until = rows[k + 1][0] if k + 1 < len(rows) else stop
                 yield self.mutant("row", start, until, "")
-                if k + 1 < len(rows) and "enumNames" not in found.group() and self.code[start] == "{":
+                if k + 1 < len(rows) and "enumNames" not in found.group() and self.code[start] == "{" and not RANGE.fullmatch(self.text[start:stop]):
                     after = rows[k + 1][1]
                     yield self.mutant("row", start, after,
                                       self.text[until:after] + self.text[stop:until] + self.text[start:stop])

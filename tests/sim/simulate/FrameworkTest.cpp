@@ -9,7 +9,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "command/ExitStatus.h"
 #include "command/Run.h"
 #include "sim/Documents.h"
 
