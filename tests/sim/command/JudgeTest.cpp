@@ -96,6 +96,7 @@ TEST(Judge, SaysWhatFiltersDoOtherwise) {
             {},
             {"Iactive", "Mactive overruled", "tcp 192.0.3.1:49152 > 198.51.100.1:443: M/rest rest, I/nothing rest",
              "ACL I was written again: I, M, I, on a fresh device I, M"}},
+           {"unblocked", {onPort1({{'M', arp}}, "port-1"), onPort1({{'M', station}})}, {}, {"Mactive"}},
            {"type",
             {onPort1({{'I', lab}, {'M', arp}}), onPort1({{'M', arp}})},
             {},

@@ -86,29 +86,5 @@ TEST(Framework, MendsEachFailedWriteInTheNextStep) {
   }
 }
 
-// How many writes there are before a step, from 0.
-uint64_t writesBefore(const json& report, size_t step) {
-  uint64_t writes = report["startupWrites"];
-  for (size_t i = 0; i < step; ++i) writes += report["steps"][i]["writes"].get<uint64_t>();
-  return writes;
-}
-
-// The bus fails from some write on, until it is back in the third step or the fourth.
-TEST(Framework, ForgetsNoFailureUntilItIsMended) {
-  const json good = reportOf({});
-  const auto failing = [](uint64_t first, uint64_t last) {
-    std::set<uint64_t> numbers;
-    for (uint64_t number = first; number <= last; ++number) numbers.insert(number);
-    return reportOf(numbers);
-  };
-  for (uint64_t first = writesBefore(good, 0) + 1; first < writesBefore(good, 2); first += 30) {
-    const json broken = failing(first, 600);
-    for (uint64_t last = writesBefore(broken, 2); last < writesBefore(broken, 4); last += 6) {
-      SCOPED_TRACE(fmt::format("from {} to {}", first, last));
-      EXPECT_EQ(endOf(failing(first, last)), endOf(good));
-    }
-  }
-}
-
 }  // namespace
 }  // namespace Sim

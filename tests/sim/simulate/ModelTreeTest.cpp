@@ -52,6 +52,11 @@ TEST(ModelTree, WhatItShowsAsSettableCanBeSetToWhatItShows) {
   EXPECT_EQ(after["steps"][1]["writes"], 0);
 }
 
+TEST(ModelTree, APartOfAMemberIsSetInItsPlace) {
+  const std::string port = "allShadowAcl[guest-in(ipv4,in)].acl.ip.rule[0].port=81";
+  EXPECT_THAT(runWith({port}, {.model = true}).output, HasSubstr("port=81"));
+}
+
 TEST(Settings, RefusedOnesSayWhereAndWhy) {
   for (const auto& [setting, message] :
        Kestrix::Test::rowsBelow(KESTRIX_ROOT "docs/model.md", "Settings that are refused")) {
