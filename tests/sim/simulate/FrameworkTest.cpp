@@ -86,5 +86,11 @@ TEST(Framework, MendsEachFailedWriteInTheNextStep) {
   }
 }
 
+TEST(Plan, AnInterfaceIsHandedOverOnceTheOtherAclIsThereAndNoErrorIsLeft) {
+  EXPECT_TRUE(hasTakenOver({.isActive = true}, {.isActive = true}));
+  EXPECT_FALSE(hasTakenOver({}, {.isActive = true}));
+  EXPECT_FALSE(hasTakenOver({.isActive = true}, {.isInError = true}));
+}
+
 }  // namespace
 }  // namespace Sim

@@ -54,7 +54,7 @@ TEST(ModelTree, WhatItShowsAsSettableCanBeSetToWhatItShows) {
 
 TEST(ModelTree, APartOfAMemberIsSetInItsPlace) {
   const std::string port = "allShadowAcl[guest-in(ipv4,in)].acl.ip.rule[0].port=81";
-  EXPECT_THAT(runWith({port}, {.model = true}).output, HasSubstr("port=81"));
+  EXPECT_THAT(runWith({port}, {.model = true}).output, HasSubstr("port=81, tcp="));
 }
 
 TEST(Settings, RefusedOnesSayWhereAndWhy) {
