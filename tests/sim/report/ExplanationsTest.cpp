@@ -186,6 +186,8 @@ TEST(Explanations, ARemedyThatIsFollowedIsEnough) {
       position = bench.told().find(piece, position);
       ASSERT_NE(position, std::string::npos) << piece << "\nis not in\n" << bench.told();
     }
+    // What ends a line ends all that is told.
+    EXPECT_TRUE(!each.told.back().ends_with('\n') || bench.told().ends_with(each.told.back())) << bench.told();
     EXPECT_TRUE(bench.isApplied(each.mended)) << bench.told();
   }
 }
