@@ -22,7 +22,7 @@ void require(bool holds, const char* what) {
 
 bool isControl(char c) { return (c >= 0 && c < ' ' && c != '\n') || c == '\x7f'; }
 
-void check(const std::string& device, const std::string& configuration) {
+[[maybe_unused]] void check(const std::string& device, const std::string& configuration) {
   Sim::CommandLine line{.deviceFile = "d", .configFiles = {"c", "c"}, .registers = true};
   const auto run = [&] { return Sim::run(line, device, {configuration, configuration}, /*colour=*/false); };
   const Sim::RunResult text = run();
@@ -43,7 +43,7 @@ void check(const std::string& device, const std::string& configuration) {
   require(found.exitStatus == Sim::kEqual, "a device is as its dump says");
 }
 
-void checkDump(const std::string& device, const std::string& dump) {
+[[maybe_unused]] void checkDump(const std::string& device, const std::string& dump) {
   const Sim::CommandLine line{.deviceFile = "d",
                               .configFiles = {"c"},
                               .json = true,
