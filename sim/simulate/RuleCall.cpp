@@ -26,8 +26,7 @@ struct Translated {
 
 Translated translated(const Kestrix::ShadowAcl& shadowAcl) {
   Translated shadow;
-  const auto acl = shadowAcl.acl().base();
-  if (!acl) return shadow;
+  const auto acl = shadowAcl.acl().base();  // There is one, as the ACL was just pre-created.
   shadow.rules = acl->rule().size();
   if (shadow.rules != 0) shadow.lastSlot = acl->rule().rbegin()->first;
   shadow.permitAny = acl->permitAny();
