@@ -71,7 +71,7 @@ constexpr EtherType kEtherTypes[] = {
 };
 static_assert(std::ranges::adjacent_find(kEtherTypes, std::ranges::greater_equal(), &EtherType::number) ==
                   std::end(kEtherTypes),
-              "the numbers ascend: two names of one are a mistake");
+              "the numbers do not ascend, or one is there twice");
 
 std::optional<uint32_t> readName(const Place& place) {
   const auto name = place.text();
