@@ -174,7 +174,8 @@ std::vector<Claim> claimsOfSteps(const json& report) {
     for (const json& rule : filter["rules"]) claim.texts.push_back(rule["words"]);
   }
   for (const json& note : report["notes"]) {
-    for (const json& each : note["differences"]) claims.push_back({"td", "", {note["interface"], each["packet"]}});
+    for (const json& each : note["differences"])
+      claims.push_back({"tr", "", {note["readings"][0]["meaning"], note["interface"], each["packet"]}});
   }
   return claims;
 }
